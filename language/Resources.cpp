@@ -1,0 +1,141 @@
+#include "language/Resources.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+
+#include <vexil3/localization.h>
+
+namespace vexil3 {
+
+std::atomic<bool> Resources::gInit{false};
+char* Resources::gLoadBuffer = nullptr;
+char* Resources::mErrorIndexOutOfBounds = nullptr;
+char* Resources::mErrorOperationNotSupported = nullptr;
+char* Resources::mErrorNULL = nullptr;
+char* Resources::mErrorUTF8 = nullptr;
+char* Resources::mErrorCantOpen = nullptr;
+char* Resources::mErrorCantRead = nullptr;
+char* Resources::mErrorOpenPipe = nullptr;
+char* Resources::mErrorProcessTerminated = nullptr;
+char* Resources::mErrorIsBusy = nullptr;
+char* Resources::mErrorLUA = nullptr;
+char* Resources::mErrorEmptyFile = nullptr;
+char* Resources::mErrorClasspath = nullptr;
+thread_local std::string Resources::mLastParameterError;
+
+namespace {
+
+constexpr int kLoadBufferSize = 32768;
+constexpr std::size_t kParameterErrorSize = 4096;
+
+struct Message {
+    int id;
+    char** text;
+    const char* defaultText;
+};
+
+const Message kMessages[] = {
+    {51501, &Resources::mErrorIndexOutOfBounds, "Index is out of bounds."},
+    {51502, &Resources::mErrorOperationNotSupported, "Operation is not supported."},
+    {51503, &Resources::mErrorNULL, "Object is NULL"},
+    {51504, &Resources::mErrorUTF8, "Not UTF-8 symbol"},
+    {51505, &Resources::mErrorCantOpen, "Cannot open the file %s."},
+    {51506, &Resources::mErrorCantRead, "Cannot read the file."},
+    {51507, &Resources::mErrorOpenPipe, "Can't open pipe"},
+    {51508, &Resources::mErrorProcessTerminated, "Process Terminated"},
+    {51509, &Resources::mErrorIsBusy, "Is busy"},
+    {51510, &Resources::mErrorLUA, "LUA not set"},
+    {51511, &Resources::mErrorEmptyFile, "File is empty"},
+    {51512, &Resources::mErrorClasspath, "Environment variable CLASSPATH not set"},
+};
+
+// Guards loading, not the texts themselves.
+constinit std::mutex gLoading;
+
+void freeTexts() {
+    for (const Message& message : kMessages) {
+        delete[] *message.text;
+        *message.text = nullptr;
+    }
+    Resources::gInit.store(false, std::memory_order_release);
+}
+
+void loadTexts(ILocalizationSource* source) {
+    freeTexts();
+    const std::unique_ptr<char[]> buffer(new (std::nothrow) char[kLoadBufferSize]());
+    Resources::gLoadBuffer = buffer.get();
+    bool whole = true;
+    for (const Message& message : kMessages) {
+        *message.text = Resources::loadString(source, message.id, message.defaultText);
+        whole = whole && *message.text;
+    }
+    Resources::gLoadBuffer = nullptr;
+    Resources::gInit.store(whole, std::memory_order_release);
+}
+
+// The current text of a message, or its default when memory ran out while loading: whoever reports
+// an error must get some text.
+const char* text(int id) {
+    const Message& message = kMessages[id - kMessages[0].id];
+    if (!Resources::gInit.load(std::memory_order_acquire)) {
+        const std::lock_guard lock(gLoading);
+        if (!Resources::gInit.load(std::memory_order_relaxed)) loadTexts(nullptr);
+    }
+    return *message.text ? *message.text : message.defaultText;
+}
+
+}  // namespace
+
+void Resources::init(ILocalizationSource* source) {
+    const std::lock_guard lock(gLoading);
+    loadTexts(source);
+}
+
+void Resources::deinit() {
+    const std::lock_guard lock(gLoading);
+    freeTexts();
+}
+
+char* Resources::loadString(ILocalizationSource* source, int messageID, const char* defaultText) {
+    const char* chosen = defaultText;
+    if (source && gLoadBuffer && source->getString(messageID, gLoadBuffer, kLoadBufferSize)) {
+        gLoadBuffer[kLoadBufferSize - 1] = '\0';
+        chosen = gLoadBuffer;
+    }
+    const std::size_t size = std::strlen(chosen) + 1;
+    char* copy = new (std::nothrow) char[size];
+    if (copy) std::memcpy(copy, chosen, size);
+    return copy;
+}
+
+const char* Resources::getErrorIndexOutOfBounds() { return text(51501); }
+const char* Resources::getErrorOperationNotSupported() { return text(51502); }
+const char* Resources::getErrorNULL() { return text(51503); }
+const char* Resources::getErrorUTF8() { return text(51504); }
+const char* Resources::getErrorCantRead() { return text(51506); }
+const char* Resources::getErrorOpenPipe() { return text(51507); }
+const char* Resources::getErrorProcessTerminated() { return text(51508); }
+const char* Resources::getErrorIsBusy() { return text(51509); }
+const char* Resources::getErrorLUA() { return text(51510); }
+const char* Resources::getErrorEmptyFile() { return text(51511); }
+const char* Resources::getErrorClasspath() { return text(51512); }
+
+const char* Resources::getErrorCantOpen(const char* fileName) {
+    const char* format = text(51505);
+    try {
+        char buffer[kParameterErrorSize];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+        if (std::snprintf(buffer, sizeof buffer, format, fileName ? fileName : "") < 0) return format;
+#pragma GCC diagnostic pop
+        mLastParameterError = buffer;
+        return mLastParameterError.c_str();
+    } catch (...) {
+        return format;
+    }
+}
+
+}  // namespace vexil3
