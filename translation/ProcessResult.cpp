@@ -1,0 +1,12 @@
+#include "translation/ProcessResult.h"
+
+#include <utility>
+
+namespace vexil3::js {
+
+ProcessResult::ProcessResult(int code_, const char* err_, const char* out_) : code(code_), err(err_), out(out_) {}
+
+ProcessResult::ProcessResult(int code_, std::string&& err_, std::string&& out_) noexcept
+    : code(code_), err(std::move(err_)), out(std::move(out_)) {}
+
+}  // namespace vexil3::js

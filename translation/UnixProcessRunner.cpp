@@ -1,0 +1,104 @@
+#include "translation/UnixProcessRunner.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <system_error>
+
+#include "language/Resources.h"
+#include "translation/Descriptor.h"
+#include "translation/ExecutableDir.h"
+#include "translation/TemporaryFile.h"
+#include "translation/TranslatorProcess.h"
+
+namespace vexil3::js {
+
+namespace {
+
+constexpr int kRefused = 1;
+constexpr int kResultNameLength = 10;
+
+std::string classPath() {
+    static constexpr const char* jars[] = {"antlr-3.5.2-complete-no-st3.jar", "scrivel.jar",  "serializer.jar",
+                                           "xalan.jar",                       "xercesImpl.jar", "xml-apis.jar",
+                                           "scrivelbin.jar"};
+    const char* variable = std::getenv("VEXIL_CLASSPATH");
+    const std::string prefix = variable ? std::string(variable) : getExecutableDir() + "/scrivel/";
+    std::string path;
+    for (const char* jar : jars) path += (path.empty() ? "" : ":") + prefix + jar;
+    return path;
+}
+
+std::unique_ptr<ProcessResult> systemFailure(int errorNumber) {
+    return std::make_unique<ProcessResult>(kRefused, std::generic_category().message(errorNumber), std::string());
+}
+
+// The file's bytes; empty when it cannot be read.
+std::string readWhole(const std::string& path) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    struct stat facts;
+    std::string text;
+    if (!file || fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode)) return text;
+    text.resize(static_cast<std::size_t>(facts.st_size));
+    std::size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t count = read(file.get(), text.data() + done, text.size() - done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) break;
+        done += static_cast<std::size_t>(count);
+    }
+    text.resize(done);
+    return text;
+}
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    if (from.empty() || text.find(from) == std::string::npos) return;
+    std::string replaced;
+    std::size_t start = 0;
+    for (std::size_t at; (at = text.find(from, start)) != std::string::npos; start = at + from.size())
+        replaced.append(text, start, at - start).append(to);
+    text = replaced.append(text, start);
+}
+
+// A line listing holds numbers only; an error text says something.
+bool isListing(const std::string& text) { return text.find_first_not_of("0123456789\r\n") == std::string::npos; }
+
+}  // namespace
+
+UnixProcessRunner::UnixProcessRunner() : busy(false) {}
+
+ProcessResult* UnixProcessRunner::runExternalCommand(const char* sourcePath_, const char* scriptName_) {
+    if (busy.exchange(true)) return new ProcessResult(kRefused, Resources::getErrorIsBusy(), "");
+    sourcePath = sourcePath_;
+    scriptName = scriptName_;
+    command = "java -cp " + classPath() + " com.morrow.scrivel.Program " + sourcePath;
+    return readFromPipe().release();
+}
+
+void UnixProcessRunner::cancel() { busy = false; }
+
+std::unique_ptr<ProcessResult> UnixProcessRunner::readFromPipe() {
+    std::srand(static_cast<unsigned int>(std::time(nullptr)));
+    const std::string directory = getCacheDir();
+    const TemporaryFile outFile(directory, kResultNameLength, "");
+    if (outFile.error()) return systemFailure(outFile.error());
+    const TemporaryFile errFile(directory, kResultNameLength, "");
+    if (errFile.error()) return systemFailure(errFile.error());
+
+    TranslatorProcess process(command + " " + outFile.path() + " " + errFile.path());
+    if (const int reason = process.startError()) return systemFailure(reason);
+    const std::optional<int> status = process.wait();
+
+    std::string out = readWhole(outFile.path());
+    std::string err = readWhole(errFile.path());
+    // Where the status is lost, the files tell: only a translation leaves a text and its listing.
+    const int code = status ? *status : out.empty() || !isListing(err);
+    if (code != 0) replaceAll(err, sourcePath, scriptName);
+    return std::make_unique<ProcessResult>(code, std::move(err), std::move(out));
+}
+
+}  // namespace vexil3::js
