@@ -1,0 +1,29 @@
+#include "translation/CacheLock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace vexil3::js {
+
+namespace {
+
+constexpr int kTries = 2000;
+constexpr useconds_t kPause = 1000;
+
+}  // namespace
+
+CacheLock::CacheLock(const std::string& directory, Kind kind) noexcept
+    : mDirectory(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), mHeld(true) {
+    if (!mDirectory) return;
+    const int operation = (kind == Shared ? LOCK_SH : LOCK_EX) | LOCK_NB;
+    for (int i = 0; i < kTries; ++i) {
+        mHeld = flock(mDirectory.get(), operation) == 0 || (errno != EWOULDBLOCK && errno != EINTR);
+        if (mHeld) return;
+        usleep(kPause);
+    }
+}
+
+}  // namespace vexil3::js
