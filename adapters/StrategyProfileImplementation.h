@@ -1,0 +1,18 @@
+#pragma once
+
+#include "adapters/StrategyInstanceImplementation.h"
+#include "adapters/StrategyProfileCallback.h"
+#include "adapters/ProfileImplementationAdapter.h"
+
+namespace vexil3::js {
+
+class VEXIL_API StrategyProfileImplementation
+    : public ProfileImplementationAdapter<StrategyProfileImplementation, IStrategyProfileImplementation,
+                                          StrategyProfileCallback, StrategyInstanceImplementation> {
+public:
+    static const _GUID ID;
+
+    using ProfileImplementationAdapter::ProfileImplementationAdapter;
+};
+
+}  // namespace vexil3::js
