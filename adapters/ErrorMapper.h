@@ -21,20 +21,25 @@ public:
     // A temporary that is passed for an IError** goes when the call it was passed to has returned;
     // the caller's slot is written then, and only if there was an error.
     ~ErrorMapper() {
-        if (!mLocal) return;
-        if (const char* name = mNameOf())
-            updateErrorLines(mError, mLocal.get(), mCache, name);
-        else
-            ErrorFactory::throwStack(mError, mLocal.get());
+        if (mLocal) [[unlikely]]
+            handOver();
     }
 
-    operator IError**() && noexcept { return mLocal.out(); }
+    operator IError**() && noexcept { return &mLocal; }
 
 private:
+    void handOver() {
+        const Ref<IError> local(mLocal);
+        if (const char* name = mNameOf())
+            updateErrorLines(mError, local.get(), mCache, name);
+        else
+            ErrorFactory::throwStack(mError, local.get());
+    }
+
+    IError* mLocal = nullptr;
     IError** mError;
     FileLinesCache* mCache;
     NameOf mNameOf;
-    Ref<IError> mLocal;
 };
 
 }  // namespace vexil3::js

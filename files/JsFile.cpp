@@ -8,7 +8,6 @@
 
 #include <utf8.h>
 #include <vexil3/identify.h>
-#include <vexil3/ref.h>
 
 #include "language/Resources.h"
 
@@ -34,10 +33,13 @@ bool refuseText(IError** error) {
     return false;
 }
 
-// False, with its entries passed on, when a query reported an error.
-bool passed(const Ref<IError>& local, IError** error) {
-    if (local) ErrorFactory::throwStack(error, local.get());
-    return !local;
+// False, with its entries passed on, when a query reported an error, which is released.
+bool passed(IError* local, IError** error) {
+    if (!local) [[likely]]
+        return true;
+    ErrorFactory::throwStack(error, local);
+    local->release();
+    return false;
 }
 
 // How many bytes the first one of a sequence announces; 0 for one that cannot be first.
@@ -101,15 +103,17 @@ std::int64_t JsFile::size(IError**) { return static_cast<std::int64_t>(mSource.s
 
 bool JsFile::eof(IError**) { return mPosition == static_cast<std::int64_t>(mSource.size()); }
 
-bool JsFile::atEnd(bool& end, IError** error) {
-    Ref<IError> local;
-    end = eof(local.out());
+bool JsFile::length(std::int64_t& bytes, IError** error) {
+    IError* local = nullptr;
+    bytes = size(&local);
     return passed(local, error);
 }
 
-bool JsFile::length(std::int64_t& bytes, IError** error) {
-    Ref<IError> local;
-    bytes = size(local.out());
+bool JsFile::rest(std::int64_t& bytes, IError** error) {
+    IError* local = nullptr;
+    bytes = 0;
+    const bool end = eof(&local);
+    if (!local && !end) bytes = size(&local) - mPosition;
     return passed(local, error);
 }
 
@@ -120,11 +124,9 @@ bool JsFile::read(void* buffer, unsigned long count, unsigned long& done, IError
     }
     if (!buffer) return refuseNull(error);
     done = 0;
-    bool end = false;
-    std::int64_t bytes = 0;
-    if (!atEnd(end, error) || !length(bytes, error)) return false;
-    if (end) return true;
-    done = std::min(static_cast<unsigned long>(bytes - mPosition), count);
+    std::int64_t left = 0;
+    if (!rest(left, error)) return false;
+    done = std::min(static_cast<unsigned long>(left), count);
     std::memcpy(buffer, mSource.data() + mPosition, done);
     mPosition += static_cast<std::int64_t>(done);
     return true;
@@ -134,25 +136,19 @@ bool JsFile::readLine(char* buffer, unsigned long size, IError** error) {
     if (size == 0) return true;
     if (!buffer) return refuseNull(error);
     buffer[0] = '\0';
-    bool end = false;
-    std::int64_t bytes = 0;
-    if (!atEnd(end, error) || !length(bytes, error)) return false;
-    if (end) return true;
+    std::int64_t left = 0;
+    if (!rest(left, error)) return false;
 
     const unsigned long limit = size - 1;
     const char* const start = mSource.data() + mPosition;
-    const unsigned long rest = static_cast<unsigned long>(bytes - mPosition);
-    const unsigned long reach = std::min(rest, limit);
+    const unsigned long reach = std::min(static_cast<unsigned long>(left), limit);
     const void* feed = std::memchr(start, '\n', reach);
-    unsigned long count = feed ? static_cast<unsigned long>(static_cast<const char*>(feed) - start) : reach;
-    unsigned long consumed = count;
-    if (count < rest && start[count] == '\n') {
-        ++consumed;
-        if (count < limit) ++count;
-    }
+    unsigned long count = feed ? static_cast<unsigned long>(static_cast<const char*>(feed) - start) + 1 : reach;
     std::memcpy(buffer, start, count);
     buffer[count] = '\0';
-    mPosition += static_cast<std::int64_t>(consumed);
+    // A line feed behind a full buffer goes with its line.
+    if (!feed && count < static_cast<unsigned long>(left) && start[count] == '\n') ++count;
+    mPosition += static_cast<std::int64_t>(count);
     return true;
 }
 
@@ -160,46 +156,47 @@ bool JsFile::readLineUnicode(wchar_t* buffer, unsigned long size, IError** error
     if (size == 0) return true;
     if (!buffer) return refuseNull(error);
     buffer[0] = 0;
-    bool end = false;
-    std::int64_t bytes = 0;
-    if (!atEnd(end, error) || !length(bytes, error)) return false;
-    const unsigned long limit = size - 1;
-    if (end || limit == 0) return true;
+    std::int64_t left = 0;
+    if (!rest(left, error)) return false;
 
-    const char* const textEnd = mSource.data() + bytes;
-    unsigned long count = 0;
-    while (mPosition < bytes && count < limit) {
-        const char* next = mSource.data() + mPosition;
-        const auto lead = static_cast<unsigned char>(*next);
-        mPosition = std::min(mPosition + announcedLength(lead), bytes);
+    const char* at = mSource.data() + mPosition;
+    const char* const textEnd = at + left;
+    wchar_t* stored = buffer;
+    wchar_t* const limit = buffer + (size - 1);
+    bool valid = true;
+    while (at != textEnd && stored != limit) {
+        const auto lead = static_cast<unsigned char>(*at);
         if (lead < 0x80) {
-            buffer[count++] = lead;
+            ++at;
+            *stored++ = lead;
             if (lead == '\n') break;
             continue;
         }
+        const char* next = at;
+        at += std::min<std::ptrdiff_t>(announcedLength(lead), textEnd - at);
         try {
-            buffer[count] = static_cast<wchar_t>(utf8::next(next, textEnd));
-            ++count;
+            const auto point = utf8::next(next, textEnd);
+            *stored++ = static_cast<wchar_t>(point);
         } catch (const utf8::not_enough_room&) {
             break;
         } catch (const utf8::exception&) {
-            buffer[count] = 0;
-            return refuseText(error);
+            valid = false;
+            break;
         }
     }
-    buffer[count] = 0;
-    return true;
+    *stored = 0;
+    mPosition = at - mSource.data();
+    return valid || refuseText(error);
 }
 
 bool JsFile::readDouble(double& value, IError** error) {
-    bool end = false;
-    std::int64_t bytes = 0;
-    if (!atEnd(end, error) || !length(bytes, error)) return false;
-    if (end) return true;
+    std::int64_t left = 0;
+    if (!rest(left, error)) return false;
+    if (left == 0) return true;
 
     // sscanf measures the whole text that it is given, so it gets what a number can be made of only.
     const char* const start = mSource.data() + mPosition;
-    const char* const textEnd = mSource.data() + bytes;
+    const char* const textEnd = start + left;
     const char* const number =
         std::find_if_not(start, textEnd, [](char c) { return std::isspace(static_cast<unsigned char>(c)); });
     const char* const numberEnd = std::find_if_not(number, textEnd, inNumber);

@@ -58,8 +58,9 @@ public:
     const char* getSource();
 
 private:
-    bool atEnd(bool& end, IError** error);
+    // What `size` gives, and what is left to read; false, passed on, when a query reports an error.
     bool length(std::int64_t& bytes, IError** error);
+    bool rest(std::int64_t& bytes, IError** error);
 
     std::string mName;
     std::string mSource;
