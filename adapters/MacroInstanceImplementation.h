@@ -15,9 +15,7 @@ public:
 
     bool releaseInstance(IError** error) override { return inner->releaseInstance(mapped(error)); }
     bool execute(IError** error) override { return inner->execute(mapped(error)); }
-    bool execute(IParameters* parameters, IError** error) override {
-        return inner->execute(parameters, mapped(error));
-    }
+    bool execute(IParameters* parameters, IError** error) override { return inner->execute(parameters, mapped(error)); }
     bool notifyFinished(int cookie, IValueMap* values, IError** error) override {
         return inner->notifyFinished(cookie, values, mapped(error));
     }

@@ -9,8 +9,8 @@
 namespace vexil3::js {
 
 class VEXIL_API MacroProfileImplementation
-    : public ProfileImplementationAdapter<MacroProfileImplementation, IMacroProfileImplementation,
-                                          MacroProfileCallback, MacroInstanceImplementation>,
+    : public ProfileImplementationAdapter<MacroProfileImplementation, IMacroProfileImplementation, MacroProfileCallback,
+                                          MacroInstanceImplementation>,
       public IProfileLocalization {
 public:
     static const _GUID ID;

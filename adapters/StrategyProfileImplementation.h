@@ -1,8 +1,8 @@
 #pragma once
 
+#include "adapters/ProfileImplementationAdapter.h"
 #include "adapters/StrategyInstanceImplementation.h"
 #include "adapters/StrategyProfileCallback.h"
-#include "adapters/ProfileImplementationAdapter.h"
 
 namespace vexil3::js {
 

@@ -18,9 +18,7 @@ public:
     const char* getIcon() override { return profile->getIcon(); }
     IconStatus getIconStatus(IHost* host) override { return profile->getIconStatus(host); }
 
-    ICreationStrategyCallback* getCreationStrategyCallback() override {
-        return profile->getCreationStrategyCallback();
-    }
+    ICreationStrategyCallback* getCreationStrategyCallback() override { return profile->getCreationStrategyCallback(); }
     IParametersFactory* getParametersFactory() override { return profile->getParametersFactory(); }
     void setIcon(const char* icon) override { profile->setIcon(icon); }
 };

@@ -83,10 +83,16 @@ bool JsFile::seek(long offset, Position origin, IError** error) {
     // Compared without adding first: any offset may come.
     std::int64_t lowest = 0, highest = bytes, base = 0;
     switch (origin) {
-        case FromBegin: break;
-        case FromEnd: lowest = -bytes, highest = -1, base = bytes; break;
-        case FromCurrent: lowest = -mPosition, highest = bytes - mPosition, base = mPosition; break;
-        default: return false;
+        case FromBegin:
+            break;
+        case FromEnd:
+            lowest = -bytes, highest = -1, base = bytes;
+            break;
+        case FromCurrent:
+            lowest = -mPosition, highest = bytes - mPosition, base = mPosition;
+            break;
+        default:
+            return false;
     }
     if (offset < lowest || offset > highest) {
         ErrorFactory::throwError(error, IError::StageFile, IError::CodeNotSupported,

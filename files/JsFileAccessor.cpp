@@ -122,8 +122,7 @@ IFileEnumerator* JsFileAccessor::enumerator(const char** patterns, bool recursiv
     return inner->enumerator(patterns, recursive, error);
 }
 
-IFileEnumerator* JsFileAccessor::enumerator(const char* folder, const char** patterns, bool recursive,
-                                            IError** error) {
+IFileEnumerator* JsFileAccessor::enumerator(const char* folder, const char** patterns, bool recursive, IError** error) {
     return inner->enumerator(folder, patterns, recursive, error);
 }
 
@@ -163,8 +162,7 @@ Ref<IFile> JsFileAccessor::translate(const char* name, OpenMode openMode, Access
         return Ref<IFile>();
     }
     std::vector<int> lines = parseLineListing(result->getErr());
-    return Ref<IFile>(
-        new JsFile(script->id(), result->takeOut(), std::move(lines), openMode, accessMode, dataMode));
+    return Ref<IFile>(new JsFile(script->id(), result->takeOut(), std::move(lines), openMode, accessMode, dataMode));
 }
 
 }  // namespace vexil3::js

@@ -50,8 +50,7 @@ auto guarded(ILanguage* language, IFileAccessor* accessor, IError** error, Body 
 }
 
 Ref<IFile> openText(IFileAccessor* accessor, const char* fileName, IError** error) {
-    return Ref<IFile>(
-        accessor->open(fileName, IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error));
+    return Ref<IFile>(accessor->open(fileName, IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error));
 }
 
 }  // namespace
@@ -121,14 +120,13 @@ IIndicatorProfileImplementation* JsLanguage::createIndicatorProfile(IFileAccesso
 
 IStrategyProfileImplementation* JsLanguage::createStrategyProfile(IFileAccessor* accessor, const char* fileName,
                                                                   ILoadMetadata* metadata, IError** error) {
-    return createProfile<StrategyProfileImplementation>(&ILanguage::createStrategyProfile, accessor, fileName,
-                                                        metadata, error);
+    return createProfile<StrategyProfileImplementation>(&ILanguage::createStrategyProfile, accessor, fileName, metadata,
+                                                        error);
 }
 
 IToolProfileImplementation* JsLanguage::createToolProfile(IFileAccessor* accessor, const char* fileName,
                                                           ILoadMetadata* metadata, IError** error) {
-    return createProfile<ToolProfileImplementation>(&ILanguage::createToolProfile, accessor, fileName, metadata,
-                                                    error);
+    return createProfile<ToolProfileImplementation>(&ILanguage::createToolProfile, accessor, fileName, metadata, error);
 }
 
 IMacroProfileImplementation* JsLanguage::createMacroProfile(IFileAccessor* accessor, const char* fileName,
@@ -139,8 +137,7 @@ IMacroProfileImplementation* JsLanguage::createMacroProfile(IFileAccessor* acces
 
 // Has the Lua language make its profile of the translated file, and puts an Adapter in front of it.
 template <class Adapter, class Profile>
-Profile* JsLanguage::createProfile(Profile* (ILanguage::*create)(IFileAccessor*, const char*, ILoadMetadata*,
-                                                                 IError**),
+Profile* JsLanguage::createProfile(Profile* (ILanguage::*create)(IFileAccessor*, const char*, ILoadMetadata*, IError**),
                                    IFileAccessor* accessor, const char* fileName, ILoadMetadata* metadata,
                                    IError** error) {
     return guarded(mLanguage, accessor, error, [&]() -> Profile* {

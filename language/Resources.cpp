@@ -57,7 +57,7 @@ constinit std::mutex gLoading;
 
 void freeTexts() {
     for (const Message& message : kMessages) {
-        delete[] *message.text;
+        delete[] * message.text;
         *message.text = nullptr;
     }
     Resources::gInit.store(false, std::memory_order_release);

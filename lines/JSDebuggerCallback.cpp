@@ -12,9 +12,7 @@ constinit const _GUID JSDebuggerCallback::ID = {
 JSDebuggerCallback::JSDebuggerCallback(FileLinesCache* linesCache_, IDebuggerCallback* callback_)
     : linesCache(linesCache_), callback(callback_) {}
 
-void JSDebuggerCallback::setLines(std::vector<int>& table) {
-    lines = std::make_shared<const std::vector<int>>(table);
-}
+void JSDebuggerCallback::setLines(std::vector<int>& table) { lines = std::make_shared<const std::vector<int>>(table); }
 
 void JSDebuggerCallback::setTable(LineTable table) noexcept { lines = std::move(table); }
 

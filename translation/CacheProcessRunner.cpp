@@ -109,31 +109,29 @@ std::unique_ptr<ProcessResult> CacheProcessRunner::answerFromEntry(const Entry& 
     return std::make_unique<ProcessResult>(0, std::move(lines), std::move(content));
 }
 
-ProcessResult* CacheProcessRunner::externalLoad(const char* sourcePath, const char* scriptName,
-                                                IFileAccessor* accessor, const std::string& md5sumPath,
-                                                const std::string& contentPath, const std::string& linesPath,
-                                                const std::string& okPath) {
+ProcessResult* CacheProcessRunner::externalLoad(const char* sourcePath, const char* scriptName, IFileAccessor* accessor,
+                                                const std::string& md5sumPath, const std::string& contentPath,
+                                                const std::string& linesPath, const std::string& okPath) {
     std::string digest;
     Ref<IError> error;
     if (!calcMD5(sourcePath, accessor, digest, error.out())) return failure(error).release();
     return externalLoad(sourcePath, scriptName, accessor, md5sumPath, contentPath, linesPath, okPath, digest);
 }
 
-ProcessResult* CacheProcessRunner::externalLoad(const char* sourcePath, const char* scriptName,
-                                                IFileAccessor* accessor, const std::string& md5sumPath,
-                                                const std::string& contentPath, const std::string& linesPath,
-                                                const std::string& okPath, const std::string& digest) {
+ProcessResult* CacheProcessRunner::externalLoad(const char* sourcePath, const char* scriptName, IFileAccessor* accessor,
+                                                const std::string& md5sumPath, const std::string& contentPath,
+                                                const std::string& linesPath, const std::string& okPath,
+                                                const std::string& digest) {
     innerRunning = true;
     std::unique_ptr<ProcessResult> result(inner->runExternalCommand(sourcePath, scriptName));
     innerRunning = false;
-    if (result && result->getCode() == 0)
-        store(*result, accessor, md5sumPath, contentPath, linesPath, okPath, digest);
+    if (result && result->getCode() == 0) store(*result, accessor, md5sumPath, contentPath, linesPath, okPath, digest);
     return result.release();
 }
 
 bool CacheProcessRunner::store(const ProcessResult& result, IFileAccessor* accessor, const std::string& md5sumPath,
-                               const std::string& contentPath, const std::string& linesPath,
-                               const std::string& okPath, const std::string& digest) {
+                               const std::string& contentPath, const std::string& linesPath, const std::string& okPath,
+                               const std::string& digest) {
     const CacheLock lock(cacheDir, CacheLock::Exclusive);
     if (!lock.held()) return false;
     // Unmarked first: a rewrite that stops half-way must not leave an old text under a new digest.
@@ -144,8 +142,8 @@ bool CacheProcessRunner::store(const ProcessResult& result, IFileAccessor* acces
 
 std::string CacheProcessRunner::loadFile(const std::string& path, IFileAccessor* accessor, IError** error) {
     Ref<IError> local;
-    const Ref<IFile> file(accessor->open(path.c_str(), IFileAccessor::Open, IFileAccessor::Read,
-                                         IFileAccessor::Binary, local.out()));
+    const Ref<IFile> file(
+        accessor->open(path.c_str(), IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Binary, local.out()));
     if (!file) {
         forward(error, local, Resources::getErrorCantRead());
         return std::string();
@@ -160,8 +158,8 @@ std::string CacheProcessRunner::loadFile(const std::string& path, IFileAccessor*
 
 bool CacheProcessRunner::writeFile(const std::string& path, const std::string& text, IFileAccessor* accessor) {
     Ref<IError> local;
-    const Ref<IFile> file(accessor->open(path.c_str(), IFileAccessor::Create, IFileAccessor::Write,
-                                         IFileAccessor::Binary, local.out()));
+    const Ref<IFile> file(
+        accessor->open(path.c_str(), IFileAccessor::Create, IFileAccessor::Write, IFileAccessor::Binary, local.out()));
     if (!file) return false;
     file->write(text.data(), text.size(), local.out());
     return !local;

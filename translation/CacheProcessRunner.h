@@ -54,8 +54,8 @@ public:
 private:
     struct Entry;
 
-    std::unique_ptr<ProcessResult> answerFromEntry(const Entry& entry, const char* sourcePath,
-                                                   IFileAccessor* accessor, std::string& digest);
+    std::unique_ptr<ProcessResult> answerFromEntry(const Entry& entry, const char* sourcePath, IFileAccessor* accessor,
+                                                   std::string& digest);
     bool store(const ProcessResult& result, IFileAccessor* accessor, const std::string& md5sumPath,
                const std::string& contentPath, const std::string& linesPath, const std::string& okPath,
                const std::string& digest);

@@ -158,6 +158,7 @@ void MD5Calc::encode(unsigned char* output, const unsigned int* input, unsigned 
 
 std::ostream& operator<<(std::ostream& stream, MD5Calc digest) { return stream << digest.hexdigest(); }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers pass what they no longer need
 std::string md5(std::string text) { return MD5Calc(text).hexdigest(); }
 
 void* RtlSecureZeroMemory(void* start, unsigned long length) {

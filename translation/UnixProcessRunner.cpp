@@ -23,8 +23,12 @@ constexpr int kRefused = 1;
 constexpr int kResultNameLength = 10;
 
 std::string classPath() {
-    static constexpr const char* jars[] = {"antlr-3.5.2-complete-no-st3.jar", "scrivel.jar",  "serializer.jar",
-                                           "xalan.jar",                       "xercesImpl.jar", "xml-apis.jar",
+    static constexpr const char* jars[] = {"antlr-3.5.2-complete-no-st3.jar",
+                                           "scrivel.jar",
+                                           "serializer.jar",
+                                           "xalan.jar",
+                                           "xercesImpl.jar",
+                                           "xml-apis.jar",
                                            "scrivelbin.jar"};
     const char* variable = std::getenv("VEXIL_CLASSPATH");
     const std::string prefix = variable ? std::string(variable) : getExecutableDir() + "/scrivel/";
