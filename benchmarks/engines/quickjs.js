@@ -1,0 +1,11 @@
+// Runs a script in QuickJS, compiled to WebAssembly. Usage: node quickjs.js SCRIPT (from the folder of
+// its npm package)
+const fs = require("fs");
+const { getQuickJS } = require(require.resolve("quickjs-emscripten", { paths: [process.cwd()] }));
+getQuickJS().then((engine) => {
+  const context = engine.newContext();
+  const result = context.evalCode(fs.readFileSync(process.argv[2], "utf8"));
+  if (result.error) throw new Error(JSON.stringify(context.dump(result.error)));
+  result.value.dispose();
+  context.dispose();
+});
