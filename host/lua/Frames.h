@@ -1,0 +1,31 @@
+// The calls that a script is in.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct lua_State;
+struct lua_Debug;
+
+namespace vexil3::lua {
+
+struct Frame {
+    std::string file;
+    std::string name;  // empty: unknown
+    int line = 0;
+    bool isMain = false;
+};
+
+// The frames of the chunk `id` on the stack of L, innermost first; of a very deep stack its two ends,
+// with a frame of line 0 between them.
+// The outermost one goes by `entry`, since Lua knows no name for what the host calls. Never raises;
+// throws std::bad_alloc.
+std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char* entry);
+
+// True when `source`, as Lua gives it, is a chunk from the file `id`.
+bool isChunkOf(const char* source, const std::string& id);
+
+// What Lua knows of the function that stands at a level of the stack; false beyond the last.
+bool frameInfo(lua_State* L, int level, lua_Debug& info);
+
+}  // namespace vexil3::lua

@@ -1,0 +1,42 @@
+// A macro, ready to be started or running.
+#pragma once
+
+#include <vexil3/macro.h>
+
+#include <atomic>
+
+#include "host/lua/InstanceBase.h"
+#include "host/lua/Prices.h"
+
+namespace vexil3::lua {
+
+class MacroInstance final
+    : public InstanceBase<IMacroInstanceImplementation, IMacroInstanceCallback, ScriptState::Use::Macro> {
+public:
+    using InstanceBase::InstanceBase;
+
+    bool init(IMacroInstanceCallback* callback, IError** error) override;
+    void invoke(int id, InvokeType type, IObjectNoRef* object, IExecutableArgs* args) override;
+    bool releaseInstance(IError** error) override;
+    bool execute(IError** error) override;
+    bool execute(IParameters* parameters, IError** error) override;
+    bool notifyFinished(int cookie, IValueMap* values, IError** error) override;
+    // The script's own `kill` runs too: after what was ended, on that thread, or, when the script
+    // stood still, at once.
+    bool kill(IError** error) override;
+
+private:
+    void detach() override;
+    void fill(lua_State* L) override;
+    void synchronize(lua_State* L) override;
+
+    template <class Work>
+    bool exclusively(IError** error, Work&& work);
+
+    enum class Phase { Idle, Busy, Ending };
+
+    std::atomic<Phase> mPhase{Phase::Idle};
+    Prices mPrices;
+};
+
+}  // namespace vexil3::lua

@@ -1,0 +1,21 @@
+// What a library finds when it is loaded: the function require, and the table of the platform's
+// services, which a library gets as its chunk's argument:
+//
+//   setmetatable(value, table)  also for a value that is no table: all values of its type
+//   onError(f)                  an error that leaves the script is described by f(value): a text and
+//                               a list like that of frames, or nil for those of its raising
+//   frames()                    the script's calls, innermost first: {file=, line=, name=, main=}
+//   functionInfo(f)             the line where a script's function begins, and its parameters' number
+//   now()                       milliseconds since 1970 UTC
+//
+// A library may hand the table on to the script, so that nothing in it leads out of the sandbox.
+#pragma once
+
+struct lua_State;
+
+namespace vexil3::lua {
+
+// Pushes the function require. The globals hold Lua's debug library meanwhile. May raise an error.
+void pushRequire(lua_State* L);
+
+}  // namespace vexil3::lua

@@ -1,0 +1,139 @@
+#include "host/lua/Sandbox.h"
+
+#include <lua.hpp>
+
+#include "host/lua/HostCall.h"
+#include "host/lua/Platform.h"
+#include "host/lua/ScriptState.h"
+#include "host/lua/Values.h"
+
+namespace vexil3::lua {
+
+namespace {
+
+// No code from text or bytecode, no environments, no collector, no files.
+constexpr const char* kGlobals[] = {
+    "_VERSION", "assert",   "bit",    "coroutine",    "error",    "getmetatable", "ipairs", "math",
+    "next",     "pairs",    "pcall",  "rawequal",     "rawget",   "rawset",       "select", "setmetatable",
+    "string",   "table",    "tonumber", "tostring",   "type",     "unpack",       "xpcall"};
+
+void openLibraries(lua_State* L) {
+    for (const lua_CFunction open :
+         {luaopen_base, luaopen_table, luaopen_string, luaopen_math, luaopen_bit, luaopen_debug, luaopen_jit}) {
+        lua_pushcfunction(L, open);
+        lua_call(L, 0, 0);
+    }
+}
+
+// Calls the function in upvalue 1 if the native stack allows it. Lua has no bound of its own on how
+// deep such functions nest.
+int callBounded(lua_State* L) {
+    ScriptState::of(L).checkNativeStack(L);
+    lua_pushvalue(L, lua_upvalueindex(1));
+    lua_insert(L, 1);
+    lua_call(L, lua_gettop(L) - 1, LUA_MULTRET);
+    return lua_gettop(L);
+}
+
+// coroutine.wrap, for which the function that it returns resumes.
+int wrapBounded(lua_State* L) {
+    callBounded(L);
+    lua_pushcclosure(L, &callBounded, 1);
+    return 1;
+}
+
+int gsubBounded(lua_State* L) {
+    luaL_checkstring(L, 1);
+    luaL_checkstring(L, 2);
+    return callBounded(L);
+}
+
+int sortBounded(lua_State* L) {
+    luaL_checktype(L, 1, LUA_TTABLE);
+    return callBounded(L);
+}
+
+void bound(lua_State* L, const char* library, const char* name, lua_CFunction by) {
+    lua_getglobal(L, library);
+    lua_getfield(L, -1, name);
+    lua_pushcclosure(L, by, 1);
+    lua_setfield(L, -2, name);
+    lua_pop(L, 1);
+}
+
+// In Lua and with a tail call, so that a coroutine can yield across it.
+constexpr const char kXpcall[] = R"(
+local xpcall, guard = ...
+return function(f, handler, ...) return xpcall(f, guard(handler), ...) end
+)";
+
+// An error handler: calls the one in upvalue 1.
+int handleError(lua_State* L) {
+    const char* const message = lua_type(L, 1) == LUA_TSTRING ? lua_tostring(L, 1) : nullptr;
+    lua_settop(L, 1);
+    if (!ScriptState::of(L).mayHandle(message)) return 1;
+    lua_pushvalue(L, lua_upvalueindex(1));
+    lua_insert(L, 1);
+    lua_call(L, 1, 1);
+    return 1;
+}
+
+int guardHandler(lua_State* L) {
+    lua_settop(L, 1);
+    lua_pushcclosure(L, &handleError, 1);
+    return 1;
+}
+
+int log(lua_State* L) {
+    ScriptState& state = ScriptState::of(L);
+    state.checkNativeStack(L);
+    const int count = lua_gettop(L);
+    luaL_checkstack(L, count * 2 + 2, "too many values");
+    for (int i = 1; i <= count; ++i) {
+        if (i > 1) lua_pushliteral(L, " ");
+        pushText(L, i);
+    }
+    lua_concat(L, lua_gettop(L) - count);
+    const char* const text = lua_tostring(L, -1);
+    hostCall(L, [&] {
+        if (state.host()) state.host()->log(text);
+    });
+    return 0;
+}
+
+}  // namespace
+
+void openSandbox(lua_State* L) {
+    openLibraries(L);
+    bound(L, "coroutine", "resume", &callBounded);
+    bound(L, "coroutine", "wrap", &wrapBounded);
+    bound(L, "string", "gsub", &gsubBounded);
+    bound(L, "table", "sort", &sortBounded);
+    lua_getglobal(L, "string");
+    lua_pushnil(L);
+    lua_setfield(L, -2, "dump");
+    lua_pop(L, 1);
+
+    lua_newtable(L);
+    for (const char* name : kGlobals) {
+        lua_getglobal(L, name);
+        lua_setfield(L, -2, name);
+    }
+    lua_pushcfunction(L, &log);
+    lua_setfield(L, -2, "log");
+    pushRequire(L);
+    lua_setfield(L, -2, "require");
+    lua_pushvalue(L, -1);
+    lua_setfield(L, -2, "_G");
+    lua_replace(L, LUA_GLOBALSINDEX);
+}
+
+void guardErrorHandlers(lua_State* L) {
+    if (luaL_loadbuffer(L, kXpcall, sizeof kXpcall - 1, "=xpcall") != 0) lua_error(L);
+    lua_getglobal(L, "xpcall");
+    lua_pushcfunction(L, &guardHandler);
+    lua_call(L, 2, 1);
+    lua_setglobal(L, "xpcall");
+}
+
+}  // namespace vexil3::lua
