@@ -1,0 +1,39 @@
+#include "host/cli/Check.h"
+
+#include <map>
+
+#include "host/cli/Run.h"
+
+namespace vexil3::cli {
+
+void checkSyntax(LanguageModule& language, const std::string& script) {
+    const Counted<FileSystemAccessor> accessor = openFiles();
+    ErrorSlot error;
+    const Counted<IFile> file(
+        accessor->open(script.c_str(), IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error));
+    expect(file != nullptr, error, "opening it");
+    std::string text(static_cast<std::size_t>(file->size(error)), '\0');
+    unsigned long done = 0;
+    expect(file->read(text.data(), text.size(), done, error), error, "reading it");
+    text.resize(done);
+    NoPermissions permissions;
+    expect(language->checkSyntax(&permissions, accessor.get(), script.c_str(), text.c_str(), error), error,
+           "checking it");
+}
+
+void checkScripts(const Options& options,
+                  const std::function<void(const std::string& script, const ScriptFault&)>& report) {
+    std::map<ILanguageService::Language, std::unique_ptr<LanguageModule>> languages;
+    for (const std::string& script : options.scripts) {
+        const ILanguageService::Language name = languageOf(script);
+        std::unique_ptr<LanguageModule>& language = languages[name];
+        if (!language) language = std::make_unique<LanguageModule>(name);
+        try {
+            checkSyntax(*language, script);
+        } catch (const ScriptFault& fault) {
+            report(script, fault);
+        }
+    }
+}
+
+}  // namespace vexil3::cli

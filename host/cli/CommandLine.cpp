@@ -1,0 +1,138 @@
+#include "host/cli/CommandLine.h"
+
+#include <array>
+#include <charconv>
+#include <map>
+
+#include <CLI/CLI.hpp>
+
+#include "host/cli/Failure.h"
+#include "host/cli/Numbers.h"
+
+namespace vexil3::cli {
+
+namespace {
+
+struct GestureOption {
+    const char* flag;
+    Gesture::Kind kind;
+    const char* help;
+};
+
+constexpr std::array kGestures{
+    GestureOption{"--click", Gesture::Click, "Click; the first ones place the tool's points"},
+    GestureOption{"--double-click", Gesture::DoubleClick, "Click twice"},
+    GestureOption{"--drag", Gesture::Drag, "Drag to here; several in a row are one movement"},
+    GestureOption{"--move", Gesture::Move, "Move the whole tool to here; several in a row are one movement"},
+    GestureOption{"--move-point", Gesture::MovePoint, "Move the tool's point POINT (from 0) to here, likewise"},
+};
+
+const char* shapeOf(Gesture::Kind kind) {
+    return kind == Gesture::MovePoint ? "POINT,X,Y,TIME,PRICE" : "X,Y,TIME,PRICE";
+}
+
+bool takeInteger(std::string_view text, int& value) {
+    const auto [end, status] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return status == std::errc() && end == text.data() + text.size();
+}
+
+Gesture parseGesture(const GestureOption& option, const std::string& text) {
+    const std::vector<std::string> fields = CLI::detail::split(text, ',');
+    const std::size_t first = option.kind == Gesture::MovePoint ? 1 : 0;
+    Gesture gesture{.kind = option.kind};
+    if (fields.size() == first + 4 && (first == 0 || takeInteger(fields[0], gesture.point)) &&
+        takeInteger(fields[first], gesture.x) && takeInteger(fields[first + 1], gesture.y)) {
+        const std::optional<double> time = parseTime(fields[first + 2]);
+        const std::optional<double> price = parseNumber(fields[first + 3]);
+        if (time && price) {
+            gesture.time = *time;
+            gesture.price = *price;
+            return gesture;
+        }
+    }
+    throw Failure(std::string(option.flag) + " " + text + ": write it as " + shapeOf(option.kind) + ", for example " +
+                  (first ? "0," : "") + "120,80,2024-01-31T09:30:00Z,1.1025");
+}
+
+// The gestures of all options, in the order in which they stand on the command line.
+std::vector<Gesture> gesturesInOrder(const CLI::App& run, const std::map<const CLI::Option*, GestureOption>& options) {
+    std::vector<Gesture> gestures;
+    std::map<const CLI::Option*, std::size_t> taken;
+    for (const CLI::Option* option : run.parse_order())
+        if (const auto found = options.find(option); found != options.end())
+            gestures.push_back(parseGesture(found->second, option->results().at(taken[option]++)));
+    return gestures;
+}
+
+CLI::App* addRun(CLI::App& app, Options& options) {
+    CLI::App* run = app.add_subcommand("run", "Run a script over prices");
+    run->add_option("SCRIPT", options.scripts, "A script, *.jsl or *.lua")->required()->expected(1);
+    run->add_option("--prices", options.prices,
+                    "File of comma-separated time,open,high,low,close,volume [the bundled prices]");
+    run->add_option("--set", options.settings, "ID=VALUE: give a parameter another value")
+        ->allow_extra_args(false)
+        ->type_name("");
+    run->add_option("--format", options.format, "table, csv or json [table]")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, Format>{{"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}}))
+        ->type_name("")
+        ->option_text(" ");
+    run->add_flag("--trace", options.trace,
+                  "Write every line that runs, and the call stack beneath it, to standard error");
+    run->footer(
+        "What comes out depends on the script:\n"
+        "  indicator  its streams beside the bars (json: what it draws too)\n"
+        "  strategy   its orders and its result (csv: the orders)\n"
+        "  tool       what it draws after the gestures, which count in the order in which they stand;\n"
+        "             without any, its points are clicked on bars spread over the prices\n"
+        "  macro      the lines that it logs\n"
+        "\nExample:\n"
+        "  vexil run --set N=20 --format csv examples/moving_average.jsl > average.csv");
+    return run;
+}
+
+void addOthers(CLI::App& app, Options& options) {
+    CLI::App* check = app.add_subcommand("check", "Check the syntax of scripts without running them");
+    check->add_option("SCRIPT", options.scripts, "Scripts, *.jsl or *.lua")->required();
+    check->footer("Says nothing when all is well.\n\nExample:\n  vexil check examples/*.jsl");
+    check->final_callback([&options] { options.command = Options::Check; });
+
+    CLI::App* translate = app.add_subcommand("translate", "Show the Lua text that a JavaScript script becomes");
+    translate->add_option("SCRIPT", options.scripts, "A script, *.jsl")->required()->expected(1);
+    translate->footer(
+        "The JavaScript lines stand before the Lua lines that they become, as comments.\n\n"
+        "Example:\n  vexil translate examples/moving_average.jsl");
+    translate->final_callback([&options] { options.command = Options::Translate; });
+}
+
+}  // namespace
+
+std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
+    Options options;
+    CLI::App app("Runs chart scripts, in JavaScript or Lua, over prices from a file.", "vexil");
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "vexil " VEXIL_VERSION);
+    app.footer(
+        "Exit codes: 0 success, 1 a fault in a script, 2 a wrong call or something that the machine lacks.\n\n"
+        "Example:\n  vexil run examples/moving_average.jsl");
+
+    CLI::App* run = addRun(app, options);
+    addOthers(app, options);
+    std::map<const CLI::Option*, GestureOption> gestures;
+    std::array<std::vector<std::string>, kGestures.size()> texts;
+    for (std::size_t i = 0; i < kGestures.size(); ++i) {
+        CLI::Option* option = run->add_option(kGestures[i].flag, texts[i], kGestures[i].help);
+        option->allow_extra_args(false)->type_name(shapeOf(kGestures[i].kind))->group("Gestures on a tool");
+        gestures.emplace(option, kGestures[i]);
+    }
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        exitCode = app.exit(e) == 0 ? Success : WrongCall;
+        return {};
+    }
+    options.gestures = gesturesInOrder(*run, gestures);
+    return options;
+}
+
+}  // namespace vexil3::cli

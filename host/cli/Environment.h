@@ -1,0 +1,25 @@
+// What the JavaScript module needs of the machine: where things lie, and what is missing.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vexil3::cli {
+
+// The prefix that the program is built or installed under, with share/vexil below it.
+std::string prefix();
+
+// The bundled prices.
+std::string defaultPrices();
+
+// Sets VEXIL_JS_CACHE, VEXIL_CLASSPATH and JDK_JAVA_OPTIONS for this process where they are unset.
+void setEnvironment();
+
+// The cache directory that the module uses.
+std::string cacheDirectory();
+
+// Looks why no script can be translated here: a sentence that says what is missing and how to get
+// it, or nothing when all is there.
+std::optional<std::string> whatIsMissing();
+
+}  // namespace vexil3::cli
