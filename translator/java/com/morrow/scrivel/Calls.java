@@ -1,0 +1,178 @@
+package com.morrow.scrivel;
+
+import java.util.List;
+import org.mozilla.javascript.Token;
+import org.mozilla.javascript.ast.*;
+
+/** Calls, method calls and `new`. */
+final class Calls {
+    private static final int MOST_ARGUMENTS = 100;
+
+    private final Generator g;
+
+    Calls(Generator g) {
+        this.g = g;
+    }
+
+    Code call(FunctionCall node) {
+        AstNode target = Expressions.bare(node.getTarget());
+        List<AstNode> arguments = node.getArguments();
+        if (arguments.size() > MOST_ARGUMENTS) throw new Generator.Refusal(node, "A call with more than 100 arguments is not supported");
+        switch (target.getType()) {
+            case Token.GETPROP:
+                Code known = math(target, arguments);
+                return known != null ? known : method((PropertyGet) target, arguments);
+            case Token.GETELEM:
+                return computedMethod((ElementGet) target, arguments);
+            default:
+                return function(target, arguments);
+        }
+    }
+
+    private Operands arguments(Operands operands, List<AstNode> arguments) {
+        for (AstNode argument : arguments) operands.add(argument);
+        return operands;
+    }
+
+    /** Closes a call whose text ends before its parenthesis; `fixed` come before the operands from `first` on. */
+    private Code close(Code code, String fixed, Operands operands, int first) {
+        code.add("(").add(fixed);
+        int weight = Math.max(code.weight, 3);
+        for (int i = first; i < operands.count(); i++) {
+            if (i > first || !fixed.isEmpty()) code.add(", ");
+            code.argument(operands.get(i), i == operands.count() - 1);
+            weight = Math.max(weight, operands.get(i).weight + 4 + i - first);
+        }
+        code.add(")");
+        code.weight = weight;
+        code.isCall = true;
+        code.calls = true;
+        code.spreads = true;
+        return code;
+    }
+
+    private Code function(AstNode target, List<AstNode> arguments) {
+        Operands operands = new Operands(g, false);
+        boolean literal = target.getType() == Token.FUNCTION;
+        Code callee = operands.add(target).get(0);
+        arguments(operands, arguments);
+        boolean same = operands.get(0) == callee;
+        boolean name = target.getType() == Token.NAME && callee.rank == Code.PREFIX;
+        if (same && (literal || name)) {
+            Code code = close(new Code().line(g.line(target)).operand(callee, Code.PREFIX), "nil", operands, 1);
+            Variable variable = name ? Names.variable(target) : null;
+            if (variable != null && variable.declaration != null && variable.writes == 0) code.type = variable.declaration.returnType;
+            return code;
+        }
+        Code code = new Code().line(g.line(target)).add(g.js("call") + "(").add(operands.get(0)).add(", " + Lua.quote(text(target)));
+        return spliced(code, ", nil", operands, 1);
+    }
+
+    /** The rest of a library call that already has its first arguments. */
+    private Code spliced(Code code, String fixed, Operands operands, int first) {
+        code.add(fixed);
+        int weight = Math.max(code.weight + 2, 5);
+        for (int i = first; i < operands.count(); i++) {
+            code.add(", ").argument(operands.get(i), i == operands.count() - 1);
+            weight = Math.max(weight, operands.get(i).weight + 5 + i - first);
+        }
+        code.add(")");
+        code.weight = weight;
+        code.isCall = true;
+        code.calls = true;
+        code.spreads = true;
+        return code;
+    }
+
+    private Code method(PropertyGet target, List<AstNode> arguments) {
+        String name = target.getProperty().getIdentifier();
+        int line = g.line(target.getProperty());
+        Operands operands = new Operands(g, false).add(target.getTarget());
+        arguments(operands, arguments);
+        if (!Lua.isName(name)) {
+            Code code = new Code().line(line).add(g.js("method") + "(").add(operands.get(0)).add(", " + Lua.quote(name));
+            return spliced(code, "", operands, 1);
+        }
+        return close(new Code().operand(operands.get(0), Code.PREFIX).line(line).add(":" + name), "", operands, 1);
+    }
+
+    private Code computedMethod(ElementGet target, List<AstNode> arguments) {
+        Operands operands = new Operands(g, false);
+        Place place = g.assignments.place(target, operands, false);
+        int first = operands.count();
+        arguments(operands, arguments);
+        Code code = new Code().line(place.line).add(g.js("method") + "(").add(place.object()).add(", ").add(place.keyValue());
+        return spliced(code, "", operands, first);
+    }
+
+    Code construct(NewExpression node) {
+        AstNode target = Expressions.bare(node.getTarget());
+        Operands operands = new Operands(g, false).add(target);
+        arguments(operands, node.getArguments());
+        Code code = new Code().line(g.line(target)).add(g.js("new") + "(").add(operands.get(0));
+        code = spliced(code, "", operands, 1);
+        code.type = Types.OBJECT;
+        return code;
+    }
+
+    /** A callee as a message names it. */
+    private String text(AstNode node) {
+        node = Expressions.bare(node);
+        switch (node.getType()) {
+            case Token.NAME:
+                return ((Name) node).getIdentifier();
+            case Token.THIS:
+                return "this";
+            case Token.GETPROP:
+                return text(((PropertyGet) node).getTarget()) + "." + ((PropertyGet) node).getProperty().getIdentifier();
+            case Token.GETELEM:
+                return text(((ElementGet) node).getTarget()) + "[...]";
+            case Token.CALL:
+                return text(((FunctionCall) node).getTarget()) + "(...)";
+            default:
+                return "(intermediate value)";
+        }
+    }
+
+    // -- Math
+
+    /** The library's direct function for a call of Math, or null. It is right for arguments that are numbers. */
+    static String mathFunction(AstNode target) {
+        if (target.getType() != Token.GETPROP || !Expressions.isGlobal(((PropertyGet) target).getTarget(), "Math")) return null;
+        String name = ((PropertyGet) target).getProperty().getIdentifier();
+        switch (name) {
+            case "floor": case "ceil": case "sqrt": case "abs": case "sin": case "cos": case "tan": case "exp": case "log":
+            case "atan": case "round":
+                return name;
+            case "max": return "max2";
+            case "min": return "min2";
+            case "pow": return "pow";
+            default: return null;
+        }
+    }
+
+    private static boolean isPlain(AstNode node) {
+        int type = Expressions.bare(node).getType();
+        return type == Token.NAME || type == Token.NUMBER || type == Token.STRING;
+    }
+
+    private Code math(AstNode target, List<AstNode> arguments) {
+        String name = g.types.mathIsPlain ? mathFunction(target) : null;
+        if (name == null) return null;
+        boolean two = name.equals("max2") || name.equals("min2") || name.equals("pow");
+        if (arguments.size() != (two ? 2 : 1)) return null;
+        // Arguments turn into numbers one after the other when all have been evaluated: with two, only if no one can tell.
+        if (two && !Types.isNumber(g.types.of(arguments.get(0))) && !isPlain(arguments.get(1))) return null;
+        Operands operands = new Operands(g, false);
+        for (AstNode argument : arguments) {
+            Block.Link mark = g.out.mark();
+            operands.put(mark, g.operators.toNumber(g.value(argument)));
+        }
+        int line = g.line(((PropertyGet) target).getProperty());
+        Code code = close(new Code().line(line).add(g.js(name)), "", operands, 0);
+        code.calls = false;
+        code.spreads = false;
+        code.type = Types.NUMBER;
+        return code;
+    }
+}

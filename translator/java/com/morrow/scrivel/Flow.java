@@ -1,0 +1,76 @@
+package com.morrow.scrivel;
+
+import java.util.List;
+import org.mozilla.javascript.Node;
+import org.mozilla.javascript.Token;
+import org.mozilla.javascript.ast.*;
+
+/** Where control goes: which statements never end normally, and what a break or continue leads to. */
+final class Flow {
+    /** A statement that break or continue can name, or a part of a try statement that they have to leave. */
+    final Flow outer;
+    final List<Label> labels;
+    final boolean isLoop;
+    final boolean isSwitch;
+    /** Lua's own break leaves it. */
+    boolean isLuaLoop;
+    String breakLabel;
+    String continueLabel;
+    /** For a part of a try statement: the jumps that leave it, in the order of their codes from 2 on. */
+    java.util.ArrayList<Jump> jumps;
+    boolean returns;
+
+    /** A jump that leaves a part of a try statement. */
+    static final class Jump {
+        Flow target;
+        boolean isContinue;
+    }
+
+    Flow(Flow outer, List<Label> labels, boolean isLoop, boolean isSwitch) {
+        this.outer = outer;
+        this.labels = labels;
+        this.isLoop = isLoop;
+        this.isSwitch = isSwitch;
+    }
+
+    String label(boolean isContinue, Generator g) {
+        if (isContinue) return continueLabel != null ? continueLabel : (continueLabel = "continue" + g.number());
+        return breakLabel != null ? breakLabel : (breakLabel = "break" + g.number());
+    }
+
+    boolean isPart() {
+        return jumps != null;
+    }
+
+    Flow find(String label, boolean isContinue) {
+        for (Flow flow = this; flow != null; flow = flow.outer) {
+            if (flow.isPart()) continue;
+            if (label == null ? flow.isLoop || flow.isSwitch && !isContinue : flow.named(label)) return flow;
+        }
+        return null;
+    }
+
+    private boolean named(String name) {
+        if (labels == null) return false;
+        for (Label label : labels) if (label.getName().equals(name)) return true;
+        return false;
+    }
+
+    /** True when control never gets past a statement. */
+    static boolean ends(AstNode node) {
+        if (node == null) return false;
+        switch (node.getType()) {
+            case Token.RETURN: case Token.THROW: case Token.BREAK: case Token.CONTINUE:
+                return true;
+            case Token.BLOCK:
+                for (Node child = node.getFirstChild(); child != null; child = child.getNext()) {
+                    if (ends((AstNode) child)) return true;
+                }
+                return false;
+            case Token.IF:
+                return ends(((IfStatement) node).getThenPart()) && ends(((IfStatement) node).getElsePart());
+            default:
+                return false;
+        }
+    }
+}

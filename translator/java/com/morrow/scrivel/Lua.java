@@ -1,0 +1,91 @@
+package com.morrow.scrivel;
+
+import java.util.Arrays;
+import java.util.HashSet;
+
+/** How names, strings and numbers are written in Lua. */
+final class Lua {
+    /** Ends a name that had to be changed; messages drop it and the digits after it. */
+    static final char CHANGED = '\u02B9';
+
+    private static final HashSet<String> KEYWORDS = new HashSet<>(Arrays.asList(
+        "and", "break", "do", "else", "elseif", "end", "false", "for", "function", "goto", "if", "in", "local", "nil",
+        "not", "or", "repeat", "return", "then", "true", "until", "while"));
+
+    private Lua() {}
+
+    static boolean isKeyword(String name) {
+        return KEYWORDS.contains(name);
+    }
+
+    /** True for a property name that Lua takes after a dot. */
+    static boolean isName(String name) {
+        int length = name.length();
+        for (int i = 0; i < length; i++) {
+            char c = name.charAt(i);
+            boolean letter = c >= 'a' && c <= 'z' || c >= 'A' && c <= 'Z' || c == '_';
+            if (!letter && (i == 0 || c < '0' || c > '9')) return false;
+        }
+        return length > 0 && !isKeyword(name);
+    }
+
+    /** A variable's name in Lua: a dollar sign becomes its full-width form, a keyword is marked as changed. */
+    static String variable(String name) {
+        String plain = name.indexOf('$') < 0 ? name : name.replace('$', '\uFF04');
+        return isKeyword(plain) ? plain + CHANGED : plain;
+    }
+
+    static String number(double value) {
+        if (value != value) return "(0/0)";
+        if (Double.isInfinite(value)) return value > 0 ? "(1/0)" : "(-1/0)";
+        if (value == 0 && 1 / value < 0) return "(-0)";
+        long whole = (long) value;
+        if (whole == value && Math.abs(whole) < 1000000000000000L) return Long.toString(whole);
+        return Double.toString(value);
+    }
+
+    /** A quoted string; control characters and lone surrogates are escaped, everything else stands as it is. */
+    static String quote(String value) {
+        int length = value.length();
+        StringBuilder text = new StringBuilder(length + 2).append('"');
+        for (int i = 0; i < length; i++) {
+            char c = value.charAt(i);
+            if (c == '"' || c == '\\') text.append('\\').append(c);
+            else if (c == '\n') text.append("\\n");
+            else if (c < 32 || c == 127) {
+                text.append('\\').append((char) ('0' + c / 100)).append((char) ('0' + c / 10 % 10)).append((char) ('0' + c % 10));
+            } else if (Character.isSurrogate(c)) {
+                boolean pair = Character.isHighSurrogate(c) && i + 1 < length && Character.isLowSurrogate(value.charAt(i + 1));
+                if (pair) text.append(c).append(value.charAt(++i));
+                else loneSurrogate(text, c);
+            } else text.append(c);
+        }
+        return text.append('"').toString();
+    }
+
+    private static void loneSurrogate(StringBuilder text, char c) {
+        text.append("\\237\\").append(0x80 | c >> 6 & 0x3F).append('\\').append(0x80 | c & 0x3F);
+    }
+
+    /** The number that a property key stands for when it is one in its canonical form, else NaN. */
+    static double canonicalNumber(String key) {
+        int length = key.length();
+        if (length == 0 || length > 25) return Double.NaN;
+        char c = key.charAt(0);
+        if ((c < '0' || c > '9') && c != '-') return Double.NaN;
+        try {
+            double value = Double.parseDouble(key);
+            return key.equals(keyText(value)) ? value : Double.NaN;
+        } catch (NumberFormatException e) {
+            return Double.NaN;
+        }
+    }
+
+    /** How JavaScript prints a number, for those that people use as keys. */
+    static String keyText(double value) {
+        long whole = (long) value;
+        if (whole == value) return Math.abs(value) < 9e15 ? Long.toString(whole) : "";
+        String text = Double.toString(value);
+        return text.indexOf('E') >= 0 ? "" : text;
+    }
+}

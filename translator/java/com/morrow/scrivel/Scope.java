@@ -1,0 +1,53 @@
+package com.morrow.scrivel;
+
+import java.util.ArrayList;
+import java.util.HashMap;
+import org.mozilla.javascript.ast.AstNode;
+import org.mozilla.javascript.ast.FunctionNode;
+
+/** A stretch of text with names of its own: a function, a block, a loop's head, a switch or a catch clause. */
+final class Scope {
+    final Scope parent;
+    final FunctionInfo function;
+    final AstNode node;
+    final HashMap<String, Variable> names = new HashMap<>(8);
+    final ArrayList<Variable> variables = new ArrayList<>();
+    final ArrayList<FunctionNode> functions = new ArrayList<>();
+    final ArrayList<Scope> children = new ArrayList<>();
+    /** Entered anew with each turn of a loop of its function. */
+    boolean inLoop;
+    boolean isSwitch;
+    /** Nothing more of it can be spilled. */
+    boolean spent;
+    /** The Lua local that holds the spilled variables, or null. */
+    String table;
+
+    Scope(Scope parent, FunctionInfo function, AstNode node) {
+        this.parent = parent;
+        this.function = function;
+        this.node = node;
+        if (parent != null) {
+            parent.children.add(this);
+            inLoop = parent.inLoop && parent.function.real() == function.real();
+        }
+    }
+
+    Variable declare(String name, Variable.Kind kind) {
+        Variable variable = new Variable(name, kind, this);
+        names.put(name, variable);
+        variables.add(variable);
+        return variable;
+    }
+
+    Variable find(String name) {
+        for (Scope scope = this; scope != null; scope = scope.parent) {
+            Variable found = scope.names.get(name);
+            if (found != null) return found;
+        }
+        return null;
+    }
+
+    int end() {
+        return node.getPosition() + node.getLength();
+    }
+}

@@ -1,0 +1,95 @@
+package com.morrow.scrivel;
+
+import java.util.ArrayList;
+import org.mozilla.javascript.ast.AstNode;
+import org.mozilla.javascript.ast.Name;
+
+/** A declared name, with everything that decides how it is kept in Lua. */
+final class Variable {
+    enum Kind { VAR, LET, CONST, PARAMETER, FUNCTION, CATCH, SELF }
+
+    /** One use of a name. */
+    static final class Use {
+        Name name;
+        Scope scope;
+        Variable variable;
+        boolean write;
+        int position;
+        /** It stands where the variable cannot have been initialised yet. */
+        boolean early;
+
+        /** The outermost function around the use that lies within the variable's own, or null. */
+        FunctionInfo closure() {
+            FunctionInfo found = null;
+            FunctionInfo home = variable.scope.function.real();
+            for (FunctionInfo f = scope.function.real(); f != home; f = f.parent.real()) found = f;
+            return found;
+        }
+    }
+
+    final String name;
+    final Kind kind;
+    final Scope scope;
+    /** In Lua: an identifier, or a field of the scope's table. */
+    String lua;
+
+    final ArrayList<Use> uses = new ArrayList<>();
+    int writes;
+    boolean captured;
+    boolean writtenInClosure;
+
+    // The declaration that gives it its first value: where it stands, and whether it is a statement of its scope's list.
+    Scope home;
+    int start = -1;
+    int end;
+    boolean direct;
+    /** The expression that gives it its first value, where that is one. */
+    AstNode initial;
+    boolean initialised;
+
+    /** Declared where it is initialised, not at the scope's beginning. */
+    boolean inPlace;
+    /** Its own initialiser refers to it from a closure. */
+    boolean selfReferring;
+    /** Cannot be seen before it is initialised. */
+    boolean safe;
+    /** A closure may see it before it is initialised, so uses are checked. */
+    boolean checked;
+    /** Where the case of a switch ends that declares it, or -1. */
+    int caseEnd = -1;
+    /** The scope whose table holds it, or null for a Lua local. */
+    Scope spilledIn;
+    /** The function that it was declared as. */
+    FunctionInfo declaration;
+    /** The counter of a Lua numeric loop, which nothing else changes. */
+    boolean counts;
+    /** The literal that it always holds, or null. */
+    Code constant;
+    int type = Types.UNKNOWN;
+
+    Variable(String name, Kind kind, Scope scope) {
+        this.name = name;
+        this.kind = kind;
+        this.scope = scope;
+        this.lua = Lua.variable(name);
+    }
+
+    boolean isLexical() {
+        return kind == Kind.LET || kind == Kind.CONST;
+    }
+
+    /** Keeps one value once it has one. */
+    boolean isSettled() {
+        return safe && initialised && writes <= 1 || kind == Kind.PARAMETER && writes <= 1 || kind == Kind.FUNCTION && writes == 0;
+    }
+
+    /** Whether a use may come before the initialisation, which only running the script can tell. */
+    boolean isCheckedAt(Use use) {
+        return checked && (use.closure() != null || caseEnd >= 0 && use.position >= caseEnd);
+    }
+
+    /** As an operand: where it is kept in this scope. */
+    String access() {
+        return spilledIn != null ? spilledIn.table + '.' + lua : lua;
+    }
+}

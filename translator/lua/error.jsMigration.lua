@@ -1,0 +1,132 @@
+-- Error and its kin, and how what Lua or the host raises becomes one of them.
+local js = require("jsMigration.lua")
+local string, table, getmetatable = string, table, getmetatable
+local setmetatable, ipairs, pcall = setmetatable, ipairs, pcall
+local platform, str, null = js.platform, js.str, js.null
+local builtin, defineOwn = js.builtin, js.defineOwn
+local type, rawget, rawset, tonumber, tostring = type, rawget, rawset, tonumber, tostring
+local match, gmatch, find = string.match, string.gmatch, string.find
+local FRAMES = "\0f"
+local protos = {}
+
+local function create(proto, message)
+  local mt = js.metaFor(proto)
+  local e = setmetatable({ ["\0s"] = mt.root, ["\0c"] = "Error", [FRAMES] = platform.frames() }, mt)
+  if message ~= nil then defineOwn(e, "message", 5, str(message)) end
+  return e
+end
+
+local function kind(name, parent)
+  local proto = {}
+  protos[name] = proto
+  js.fillProto(proto, parent)
+  local function make(message, options)
+    local e = create(proto, message)
+    if js.isScriptObject(options) and js.has("cause", options) then defineOwn(e, "cause", 5, options.cause) end
+    return e
+  end
+  local constructor = js.constructor(name, 1, proto, function(_, ...) return make(...) end, make)
+  proto.name, proto.message = name, ""
+  defineOwn(proto, "name", 5, name)
+  defineOwn(proto, "message", 5, "")
+  return constructor, proto
+end
+
+local Error, ErrorProto = kind("Error", js.ObjectProto)
+
+local function header(e)
+  local name, message = js.lookup(e, "name"), js.lookup(e, "message")
+  name = name == nil and "Error" or str(name)
+  message = message == nil and "" or str(message)
+  if name == "" then return message end
+  return message == "" and name or name .. ": " .. message
+end
+
+builtin(ErrorProto, "toString", 0, function(this)
+  if not js.isScriptObject(this) then js.typeError("Error.prototype.toString requires that 'this' be a JSReceiver") end
+  return header(this)
+end)
+
+-- The JavaScript line of each Lua line, decoded when the first stack is read.
+local decoded = {}
+local function sourceLine(file, line)
+  local list = decoded[file]
+  if not list then
+    list = {}
+    local describe = js.scripts[file] or js.scripts.last
+    local n = 0
+    for row in gmatch(describe and describe() or "", "[^\n]+") do list[n], n = tonumber(match(row, "%d+")), n + 1 end
+    decoded[file] = list
+  end
+  return list[line] or line
+end
+
+local function stack(e)
+  local lines = { header(e) }
+  for _, frame in ipairs(e[FRAMES]) do
+    -- The host leaves out the middle of a very deep stack, and marks it by line 0.
+    local at = frame.line == 0 and "..." or frame.file .. ":" .. sourceLine(frame.file, frame.line)
+    if frame.name and frame.name ~= "" then at = frame.name .. " (" .. at .. ")" end
+    lines[#lines + 1] = "    at " .. at
+  end
+  return table.concat(lines, "\n")
+end
+
+defineOwn(ErrorProto, "stack", 5, nil, function(this)
+  return type(this) == "table" and rawget(this, FRAMES) and stack(this) or nil
+end, function(this, v) defineOwn(this, "stack", 5, v) end)
+
+builtin(Error, "captureStackTrace", 1, function(_, o) rawset(o, FRAMES, platform.frames())
+  local text = stack(o)
+  defineOwn(o, "stack", 5, text)
+end)
+
+for name in gmatch("TypeError RangeError ReferenceError SyntaxError EvalError URIError", "%S+") do
+  js.setProto(kind(name, ErrorProto), Error)
+end
+
+function js.newError(name, message) return create(protos[name], message) end
+
+-- A JavaScript name as the translator had to change it for Lua.
+local function original(name) return (string.gsub(string.gsub(name, "ʹ%d*", ""), "＄", "$")) end
+
+-- The name and text of the JavaScript error that stands for a message of Lua's or the host's.
+local function translate(text)
+  if find(text, "stack overflow", 1, true) or find(text, "error in error handling", 1, true) then
+    return "RangeError", "Maximum call stack size exceeded"
+  end
+  text = match(text, "^[^\n]-:%d+: (.*)$") or text
+  local called = match(text, "^attempt to call %S+ '([^']*)' %(an? [%w ]+ value%)")
+  if called then return "TypeError", original(called) .. " is not a function" end
+  local value = match(text, "^attempt to call an? ([%w ]+) value")
+  if value then return "TypeError", (value == "nil" and "undefined" or value) .. " is not a function" end
+  local indexed, what = match(text, "^attempt to index %S+ '([^']*)' %(an? ([%w ]+) value%)")
+  if indexed then
+    what = what == "nil" and "undefined" or what
+    return "TypeError", "Cannot read properties of " .. what .. " (reading '" .. indexed .. "')"
+  end
+  if find(text, "^attempt to ") then return "TypeError", text end
+  return "Error", text
+end
+
+-- The box around a thrown primitive, an object thrown as it is, or an Error for what Lua or the host raised.
+function js.fromNative(e)
+  if type(e) == "table" then return e end
+  return js.newError(translate(tostring(e)))
+end
+
+local function text(value)
+  local ok, result = pcall(str, value)
+  return ok and result or "Uncaught exception"
+end
+
+function js.describeError(value)
+  if type(value) ~= "table" then
+    local name, message = translate(tostring(value))
+    return name .. ": " .. message
+  end
+  if getmetatable(value) == js.Box then value = value.value end
+  local frames
+  if type(value) == "table" and value ~= null then frames = rawget(value, FRAMES) end
+  return text(value), frames
+end

@@ -1,0 +1,355 @@
+-- Number, Boolean, Math and the global number functions.
+local js = require("jsMigration.lua")
+local string, table = string, table
+local num, str, toInteger, typeError, throwError = js.num, js.str, js.toInteger, js.typeError, js.throwError
+local builtin, constants = js.builtin, js.constants
+local type, rawget, rawset, select, tonumber, math, bit = type, rawget, rawset, select, tonumber, math, bit
+local floor, abs, huge, frexp = math.floor, math.abs, math.huge, math.frexp
+local ldexp, log, exp, sqrt = math.ldexp, math.log, math.exp, math.sqrt
+local format, match, rep = string.format, string.match, string.rep
+local sub, find = string.sub, string.find
+local NumberProto, BooleanProto = js.NumberProto, js.BooleanProto
+local NaN = 0 / 0
+
+js.fillProto(NumberProto, js.ObjectProto)
+js.fillProto(BooleanProto, js.ObjectProto)
+for proto, class in pairs({ [NumberProto] = "Number", [BooleanProto] = "Boolean" }) do
+  rawset(proto, "\0c", class)
+  if class == "Number" then rawset(proto, "\0v", 0) else rawset(proto, "\0v", false) end
+end
+
+local function numberOf(...) return select("#", ...) == 0 and 0 or num((...)) end
+local Number = js.constructor("Number", 1, NumberProto, function(_, ...) return numberOf(...) end,
+  function(...) return js.toObject(numberOf(...)) end)
+js.constructor("Boolean", 1, BooleanProto, function(_, x) return js.truthy(x) end,
+  function(x) return js.toObject(js.truthy(x)) end)
+
+local function valueOf(class, kind)
+  return function(this)
+    if type(this) == kind then return this end
+    if type(this) == "table" and rawget(this, "\0c") == class then return rawget(this, "\0v") end
+    typeError(class .. ".prototype.valueOf requires that 'this' be a " .. class)
+  end
+end
+local thisNumber, thisBoolean = valueOf("Number", "number"), valueOf("Boolean", "boolean")
+builtin(NumberProto, "valueOf", 0, thisNumber)
+builtin(BooleanProto, "valueOf", 0, thisBoolean)
+builtin(BooleanProto, "toString", 0, function(this) return str(thisBoolean(this)) end)
+
+-- Numbers as text.
+
+local DIGITS = "0123456789abcdefghijklmnopqrstuvwxyz"
+local function digit(d) return sub(DIGITS, d + 1, d + 1) end
+
+-- The fraction's digits in a base, as few as tell the number from its neighbours, and what carries into the whole part.
+local function fractionDigits(value, radix)
+  local fraction, _, e = value % 1, frexp(value)
+  local delta = math.max(ldexp(0.5, e - 53), 5e-324)
+  local list, n, carry = {}, 0, 0
+  if fraction < delta then return list, carry end
+  repeat
+    fraction, delta = fraction * radix, delta * radix
+    local d = floor(fraction)
+    n, fraction = n + 1, fraction - d
+    list[n] = d
+    if (fraction > 0.5 or fraction == 0.5 and d % 2 == 1) and fraction + delta > 1 then
+      while n > 0 and list[n] + 1 == radix do list[n], n = nil, n - 1 end
+      if n == 0 then carry = 1 else list[n] = list[n] + 1 end
+      break
+    end
+  until fraction < delta
+  return list, carry
+end
+
+local function inRadix(value, radix)
+  if value ~= value or abs(value) == huge then return str(value) end
+  local sign = value < 0 and "-" or ""
+  value = abs(value)
+  local list, carry = fractionDigits(value, radix)
+  local whole, text = floor(value) + carry, ""
+  while whole >= 9007199254740992 do whole, text = whole / radix, "0" .. text end
+  whole = floor(whole)
+  repeat
+    text = digit(whole % radix) .. text
+    whole = floor(whole / radix)
+  until whole == 0
+  for i = 1, #list do list[i] = digit(list[i]) end
+  return sign .. text .. (#list > 0 and "." .. table.concat(list) or "")
+end
+
+builtin(NumberProto, "toString", 1, function(this, radix)
+  local value = thisNumber(this)
+  radix = radix == nil and 10 or toInteger(radix)
+  if radix < 2 or radix > 36 then throwError("RangeError", "toString() radix argument must be between 2 and 36") end
+  return radix == 10 and str(value) or inRadix(value, radix)
+end)
+
+-- Adds one to the last digit of a decimal text.
+local function increment(text)
+  local head, last, nines = match(text, "^(.-)(%d?)([9.]*)$")
+  if last == "" then return "1" .. string.gsub(nines, "9", "0") end
+  return head .. last + 1 .. string.gsub(nines, "9", "0")
+end
+
+-- x >= 0 with so many digits after the point; a tie goes up, unlike C's.
+local function fixed(x, digits)
+  if digits < 70 then
+    local head, tail = match(format("%." .. digits + 25 .. "f", x), "^(%d+%.?" .. rep("%d", digits) .. ")(%d+)$")
+    if match(tail, "^50*$") then
+      head = increment(head)
+      return digits == 0 and match(head, "%d+") or head
+    end
+  end
+  return format("%." .. math.min(digits, 99) .. "f", x) .. (digits > 99 and "0" or "")
+end
+
+-- The digits and exponent of x >= 0 rounded to so many digits, ties up.
+local function scientific(x, digits)
+  if digits < 70 then
+    local int, more, e = match(format("%." .. digits + 24 .. "e", x), "^(%d)%.(%d+)e(.+)$")
+    local all = int .. more
+    if match(sub(all, digits + 1), "^50*$") then
+      local up = increment(sub(all, 1, digits))
+      e = tonumber(e)
+      if #up > digits then return sub(up, 1, digits), e + 1 end
+      return up, e
+    end
+  end
+  local int, more, e = match(format("%." .. math.min(digits - 1, 99) .. "e", x), "^(%d)%.?(%d*)e(.+)$")
+  return int .. more, tonumber(e)
+end
+
+local function exponential(digits, e)
+  local tail = #digits > 1 and "." .. sub(digits, 2) or ""
+  return sub(digits, 1, 1) .. tail .. (e < 0 and "e-" or "e+") .. str(abs(e))
+end
+
+local function digitCount(x, low, what)
+  local n = toInteger(x)
+  if n < low or n > 100 then throwError("RangeError", what .. " argument must be between " .. low .. " and 100") end
+  return n
+end
+
+builtin(NumberProto, "toFixed", 1, function(this, digits)
+  local x = thisNumber(this)
+  digits = digitCount(digits, 0, "toFixed() digits")
+  if x ~= x or abs(x) >= 1e21 then return str(x) end
+  local text = fixed(abs(x), digits)
+  return (x < 0 and "-" or "") .. text
+end)
+
+builtin(NumberProto, "toPrecision", 1, function(this, precision)
+  local x = thisNumber(this)
+  if precision == nil then return str(x) end
+  local p = toInteger(precision)
+  if x ~= x or abs(x) == huge then return str(x) end
+  digitCount(p, 1, "toPrecision()")
+  local digits, e = scientific(abs(x), p)
+  local sign = x < 0 and "-" or ""
+  if e < -6 or e >= p then return sign .. exponential(digits, e) end
+  if e == p - 1 then return sign .. digits end
+  if e >= 0 then return sign .. sub(digits, 1, e + 1) .. "." .. sub(digits, e + 2) end
+  return sign .. "0." .. rep("0", -e - 1) .. digits
+end)
+
+builtin(NumberProto, "toExponential", 1, function(this, count)
+  local x = thisNumber(this)
+  local n = toInteger(count)
+  if x ~= x or abs(x) == huge then return str(x) end
+  digitCount(n, 0, "toExponential()")
+  local sign = x < 0 and "-" or ""
+  if count ~= nil then return sign .. exponential(scientific(abs(x), n + 1)) end
+  local text = str(abs(x))
+  local int, more, e = match(text, "^(%d+)%.?(%d*)e?(.*)$")
+  local all = match(int .. more, "^0*(.-)0*$")
+  if all == "" then return sign .. "0e+0" end
+  local leading = #match(int .. more, "^0*")
+  return sign .. exponential(all, #int - 1 - leading + (tonumber(e) or 0))
+end)
+
+-- Whole numbers get their thousands marked, fractions three digits at most.
+builtin(NumberProto, "toLocaleString", 0, function(this)
+  local x = thisNumber(this)
+  if x ~= x then return "NaN" end
+  if abs(x) == huge then return x < 0 and "-∞" or "∞" end
+  local int, more = match(fixed(abs(x), 3), "^(%d+)%.(%d-)0*$")
+  local groups = string.reverse((string.gsub(string.reverse(int), "(%d%d%d)", "%1,")))
+  return (x < 0 and "-" or "") .. match(groups, "^,?(.*)$") .. (more ~= "" and "." .. more or "")
+end)
+
+-- Text as numbers.
+
+local function parseFloat(_, x)
+  local s = js.trimStart(str(x))
+  local text = match(s, "^[+-]?%d+%.?%d*[eE][+-]?%d+") or match(s, "^[+-]?%.%d+[eE][+-]?%d+")
+    or match(s, "^[+-]?%d+%.?%d*") or match(s, "^[+-]?%.%d+")
+  if text then return num(text) end
+  local sign = match(s, "^([+-]?)Infinity")
+  return sign and (sign == "-" and -huge or huge) or NaN
+end
+
+local function parseInt(_, x, radix)
+  local s = js.trimStart(str(x))
+  radix = js.int32(radix)
+  local sign, rest = match(s, "^([+-]?)(.*)$")
+  if (radix == 0 or radix == 16) and find(rest, "^0[xX]") then rest, radix = sub(rest, 3), 16 end
+  if radix == 0 then radix = 10 end
+  if radix < 2 or radix > 36 then return NaN end
+  local n = 0
+  while n < #rest do
+    local d = tonumber(sub(rest, n + 1, n + 1), 36)
+    if not d or d >= radix then break end
+    n = n + 1
+  end
+  if n == 0 then return NaN end
+  local value = js.parseDigits(sub(rest, 1, n), radix)
+  return sign == "-" and -value or value
+end
+
+local function global(name, count, f)
+  js.names[f], js.arity[f] = name, count
+  js.global(name, f)
+end
+global("parseFloat", 1, parseFloat)
+global("parseInt", 2, parseInt)
+global("isNaN", 1, function(_, x) x = num(x) return x ~= x end)
+global("isFinite", 1, function(_, x) x = num(x) return x - x == 0 end)
+js.global("NaN", NaN)
+js.global("Infinity", huge)
+
+local function whole(x) return type(x) == "number" and x % 1 == 0 end
+builtin(Number, "parseFloat", 1, parseFloat)
+builtin(Number, "parseInt", 2, parseInt)
+builtin(Number, "isNaN", 1, function(_, x) return type(x) == "number" and x ~= x end)
+builtin(Number, "isFinite", 1, function(_, x) return type(x) == "number" and x - x == 0 end)
+builtin(Number, "isInteger", 1, function(_, x) return whole(x) end)
+builtin(Number, "isSafeInteger", 1, function(_, x) return whole(x) and abs(x) <= 9007199254740991 end)
+constants(Number, "MAX_VALUE", 1.7976931348623157e308, "MIN_VALUE", 5e-324, "NaN", NaN, "EPSILON", 2 ^ -52,
+  "POSITIVE_INFINITY", huge, "NEGATIVE_INFINITY", -huge, "MAX_SAFE_INTEGER", 9007199254740991,
+  "MIN_SAFE_INTEGER", -9007199254740991)
+
+-- Math.
+
+local Math = setmetatable({ ["\0s"] = { keys = {}, pos = {}, n = 0, default = 5, attr = {} }, ["\0c"] = "Math" }, js.O)
+js.global("Math", Math)
+constants(Math, "E", exp(1), "LN10", log(10), "LN2", log(2), "LOG10E", 0.4342944819032518, "LOG2E", 1.4426950408889634,
+  "PI", math.pi, "SQRT1_2", sqrt(0.5), "SQRT2", sqrt(2))
+
+-- Defines a function of one number.
+local function unary(name, f)
+  builtin(Math, name, 1, function(_, x)
+    if type(x) ~= "number" then x = num(x) end
+    return f(x)
+  end)
+end
+
+for name in string.gmatch("floor abs sqrt sin cos tan asin acos atan exp log sinh cosh tanh", "%S+") do
+  unary(name, math[name])
+end
+unary("round", js.round)
+unary("ceil", js.ceil)
+unary("trunc", function(x) return x < 0 and js.ceil(x) or floor(x) end)
+unary("sign", function(x) return x > 0 and 1 or x < 0 and -1 or x end)
+unary("log10", math.log10)
+unary("log2", function(x) return log(x, 2) end)
+local function log1p(x)
+  local u = 1 + x
+  if u == 1 or u == huge then return x end
+  if u == 0 then return -huge end
+  return log(u) - ((u - 1) - x) / u
+end
+unary("log1p", log1p)
+unary("expm1", function(x)
+  local u = exp(x)
+  if u == 1 or u == huge then return x end
+  if u - 1 == -1 then return -1 end
+  return (u - 1) * (x / log(u))
+end)
+unary("asinh", function(x)
+  if x == 0 or abs(x) == huge then return x end
+  local a = abs(x)
+  local r = a > 1e9 and log(a) + log(2) or log1p(a + a * a / (1 + sqrt(a * a + 1)))
+  return x < 0 and -r or r
+end)
+unary("acosh", function(x)
+  if x > 1e9 then return log(x) + log(2) end
+  if x > 2 then return log(2 * x - 1 / (x + sqrt(x * x - 1))) end
+  local t = x - 1
+  return log1p(t + sqrt(2 * t + t * t))
+end)
+unary("atanh", function(x)
+  if x == 0 then return x end
+  local a = abs(x)
+  local r = a < 0.5 and 0.5 * log1p(2 * a + 2 * a * a / (1 - a)) or 0.5 * log1p(2 * a / (1 - a))
+  return x < 0 and -r or r
+end)
+unary("cbrt", function(x)
+  if x == 0 or x - x ~= 0 then return x end
+  local r = abs(x) ^ (1 / 3)
+  r = r - (r * r * r - abs(x)) / (3 * r * r)
+  return x < 0 and -r or r
+end)
+unary("fround", function(x)
+  if x == 0 or x - x ~= 0 then return x end
+  local m, e = frexp(x)
+  local scale = 24 - math.max(0, -125 - e)
+  local scaled = ldexp(m, scale)
+  local r = floor(scaled)
+  local over = scaled - r
+  if over > 0.5 or over == 0.5 and r % 2 == 1 then r = r + 1 end
+  r = ldexp(r, e - scale)
+  return abs(r) > 3.4028234663852886e38 and (r < 0 and -huge or huge) or r
+end)
+unary("clz32", function(x)
+  x = js.uint32(x)
+  if x == 0 then return 32 end
+  local _, e = frexp(x)
+  return 32 - e
+end)
+
+builtin(Math, "atan2", 2, function(_, y, x) return math.atan2(num(y), num(x)) end)
+builtin(Math, "pow", 2, function(_, x, y) return js.pow(x, y) end)
+builtin(Math, "imul", 2, function(_, a, b)
+  a, b = js.int32(a), js.int32(b)
+  return bit.tobit((bit.rshift(a, 16) * b % 65536) * 65536 + bit.band(a, 65535) * b)
+end)
+builtin(Math, "hypot", 2, function(_, ...)
+  local n, largest, infinite, list = select("#", ...), 0, false, {}
+  for i = 1, n do
+    list[i] = abs(num((select(i, ...))))
+    infinite = infinite or list[i] == huge
+    if list[i] > largest or list[i] ~= list[i] then largest = list[i] end
+  end
+  if infinite then return huge end
+  if largest == 0 then return 0 end
+  local sum, lost = 0, 0
+  for i = 1, n do
+    local ratio = list[i] / largest
+    local term = ratio * ratio - lost
+    local next = sum + term
+    lost = next - sum - term
+    sum = next
+  end
+  return sqrt(sum) * largest
+end)
+
+-- max and min of any number of operands; js.max2 and js.min2 know NaN and the zeros.
+local function extreme(name, pick, start)
+  local function list(_, values, n)
+    local r = start
+    for i = 0, n - 1 do r = pick(r, num(values[i])) end
+    return r
+  end
+  local f = builtin(Math, name, 2, function(_, ...)
+    local n, a, b = select("#", ...), ...
+    if n == 2 and type(a) == "number" and type(b) == "number" then return pick(a, b) end
+    return list(nil, { [0] = a, select(2, ...) }, n)
+  end)
+  js.applyList = js.applyList or {}
+  js.applyList[f] = list
+end
+extreme("max", js.max2, -huge)
+extreme("min", js.min2, huge)
+
+math.randomseed(js.platform.now() % 2147483648)
+builtin(Math, "random", 0, function() return math.random() end)

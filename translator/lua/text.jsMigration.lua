@@ -1,0 +1,191 @@
+-- Numbers as text, text as numbers, and strings in UTF-16 units.
+local tonumber, tostring = tonumber, tostring
+local byte, char, sub, rep, gsub = string.byte, string.char, string.sub, string.rep, string.gsub
+local find, match, format, concat = string.find, string.match, string.format, table.concat
+local floor, huge = math.floor, math.huge
+
+-- Numbers as text: the shortest digits that read back as the same number.
+
+-- Beside a power of two the nearest 16 digits may fail where their neighbour succeeds; where two texts are as near, the
+-- one with the even last digit is it.
+local function shortest(n)
+  for precision = (n < 2.3e-308 and n > -2.3e-308) and 1 or 15, 17 do
+    local text = format("%." .. precision - 1 .. "e", n)
+    local same = tonumber(text) == n
+    if precision > 15 then
+      local head, last, exponent = match(text, "^(.-)(%d)(e.*)$")
+      local tie = last % 2 == 1 and find(format("%.40e", n), "^.-%." .. rep("%d", precision - 1) .. "50*e")
+      local other = head .. last + (tie and -1 or 1) .. exponent
+      if (tie or not same and last ~= "9") and tonumber(other) == n then return other end
+    end
+    if same then return text end
+  end
+end
+
+local function numberToString(n)
+  if n % 1 == 0 and n < 1e14 and n > -1e14 then return n == 0 and "0" or tostring(n) end
+  local size = n < 0 and -n or n
+  if size >= 1e-4 and size < 1e15 then
+    local text = format("%.15g", n)
+    if tonumber(text) == n then return text end
+    -- With bits that far down the digits neither tie nor stand beside a power of two.
+    if n * 33554432 % 1 ~= 0 then
+      text = format("%.16g", n)
+      return tonumber(text) == n and text or format("%.17g", n)
+    end
+  end
+  if n ~= n then return "NaN" end
+  if size == huge then return n > 0 and "Infinity" or "-Infinity" end
+  local sign, int, fraction, exponent = match(shortest(n), "^(-?)(%d)%.?(%d*)e(.+)$")
+  local digits = match(int .. fraction, "^(.-)0*$")
+  local count, point = #digits, tonumber(exponent) + 1
+  if point > 21 or point < -5 then
+    local e = point - 1
+    local tail = count > 1 and "." .. sub(digits, 2) or ""
+    return sign .. sub(digits, 1, 1) .. tail .. (e < 0 and "e-" or "e+") .. tostring(e < 0 and -e or e)
+  elseif point >= count then return sign .. digits .. rep("0", point - count)
+  elseif point > 0 then return sign .. sub(digits, 1, point) .. "." .. sub(digits, point + 1)
+  end
+  return sign .. "0." .. rep("0", -point) .. digits
+end
+
+-- White space as trim() and ToNumber see it; everything above ASCII is matched by its bytes.
+local spaces = { ["\194\160"] = true, ["\225\154\128"] = true, ["\226\128\168"] = true, ["\226\128\169"] = true,
+  ["\226\128\175"] = true, ["\226\129\159"] = true, ["\227\128\128"] = true, ["\239\187\191"] = true }
+for i = 128, 138 do spaces["\226\128" .. char(i)] = true end
+
+local function trimStart(s)
+  while true do
+    s = match(s, "^[ \t-\r]*(.*)$")
+    if spaces[sub(s, 1, 2)] then s = sub(s, 3) elseif spaces[sub(s, 1, 3)] then s = sub(s, 4) else return s end
+  end
+end
+
+local function trimEnd(s)
+  while true do
+    local last = #s
+    while last > 0 and (byte(s, last) == 32 or byte(s, last) >= 9 and byte(s, last) <= 13) do last = last - 1 end
+    s = sub(s, 1, last)
+    if spaces[sub(s, -2)] then s = sub(s, 1, -3) elseif spaces[sub(s, -3)] then s = sub(s, 1, -4) else return s end
+  end
+end
+
+-- The value of digits in a base; nil when one of them is none. Correctly rounded for the bases that scripts use.
+local function parseDigits(digits, base)
+  local n = 0
+  for i = 1, #digits do
+    local d = tonumber(sub(digits, i, i), 36)
+    if not d or d >= base then return nil end
+    n = n * base + d
+  end
+  if n < 9007199254740992 or base ~= 10 and base ~= 16 and base ~= 2 then return n end
+  if base == 2 then
+    digits = gsub(rep("0", -#digits % 4) .. digits, "....", function(four) return format("%x", tonumber(four, 2)) end)
+  end
+  return tonumber(base == 10 and digits or "0x" .. digits)
+end
+
+local function stringToNumber(s)
+  s = trimEnd(trimStart(s))
+  if s == "" then return 0 end
+  local mantissa = match(s, "^[+-]?(%d*%.?%d*)$") or match(s, "^[+-]?(%d*%.?%d*)[eE][+-]?%d+$")
+  if mantissa then return mantissa ~= "" and mantissa ~= "." and tonumber(s) or 0 / 0 end
+  local prefix, digits = match(s, "^0([xXoObB])(%x+)$")
+  if prefix then
+    local base = find(prefix, "[xX]") and 16 or find(prefix, "[oO]") and 8 or 2
+    return parseDigits(digits, base) or 0 / 0
+  end
+  local sign = match(s, "^([+-]?)Infinity$")
+  return sign and (sign == "-" and -huge or huge) or 0 / 0
+end
+
+-- Strings count in UTF-16 units. A text of ASCII only is its own list of units; for any other one the list is
+-- made once and kept while it is in use.
+
+local known, knownSize = {}, 0
+
+local function decode(s)
+  local units, n, i, size = {}, 0, 1, #s
+  while i <= size do
+    local c = byte(s, i)
+    if c < 128 then i = i + 1
+    elseif c < 0xE0 then c, i = (c - 0xC0) * 64 + (byte(s, i + 1) or 128) - 128, i + 2
+    elseif c < 0xF0 then
+      c, i = (c - 0xE0) * 4096 + ((byte(s, i + 1) or 128) - 128) * 64 + (byte(s, i + 2) or 128) - 128, i + 3
+    else
+      c = (c - 0xF0) * 262144 + ((byte(s, i + 1) or 128) - 128) * 4096 + ((byte(s, i + 2) or 128) - 128) * 64
+        + (byte(s, i + 3) or 128) - 128
+      i = i + 4
+    end
+    if c >= 0x10000 then
+      units[n], n = 0xD800 + floor((c - 0x10000) / 1024), n + 1
+      c = 0xDC00 + c % 1024
+    end
+    units[n], n = c, n + 1
+  end
+  units.n = n
+  return units
+end
+
+local function scan(s)
+  local units, size = false, 1
+  for i = 1, #s do if byte(s, i) >= 128 then units, size = decode(s), 1 + #s / 64 break end end
+  knownSize = knownSize + size
+  if knownSize > 1024 then known, knownSize = {}, size end
+  known[s] = units
+  return units
+end
+
+-- The units of s from 0, their count as n; false for ASCII.
+local function units(s)
+  local list = known[s]
+  if list == nil then return scan(s) end
+  return list
+end
+
+local function utf8(c)
+  if c < 0x80 then return char(c) end
+  if c < 0x800 then return char(0xC0 + floor(c / 64), 0x80 + c % 64) end
+  if c < 0x10000 then return char(0xE0 + floor(c / 4096), 0x80 + floor(c / 64) % 64, 0x80 + c % 64) end
+  return char(0xF0 + floor(c / 262144), 0x80 + floor(c / 4096) % 64, 0x80 + floor(c / 64) % 64, 0x80 + c % 64)
+end
+
+local function encode(list, first, last)
+  local out, n, i = {}, 0, first
+  while i <= last do
+    local c = list[i]
+    local low = c >= 0xD800 and c < 0xDC00 and i < last and list[i + 1]
+    if low and low >= 0xDC00 and low < 0xE000 then c, i = 0x10000 + (c - 0xD800) * 1024 + low - 0xDC00, i + 1 end
+    n, i = n + 1, i + 1
+    out[n] = utf8(c)
+  end
+  return concat(out)
+end
+
+local function length(s)
+  local list = units(s)
+  return list and list.n or #s
+end
+
+-- The part of s from unit first up to, not including, unit last; both within the string.
+local function slice(s, first, last)
+  local list = units(s)
+  if not list then return sub(s, first + 1, last) end
+  return encode(list, first, last - 1)
+end
+
+-- The two halves of a surrogate pair that meet must become one character.
+local function join(a, b)
+  if byte(b, 1) == 0xED and byte(a, -3) == 0xED and byte(b, 2) >= 0xB0
+    and byte(a, -2) >= 0xA0 and byte(a, -2) < 0xB0 then
+    local pair = decode(sub(a, -3) .. sub(b, 1, 3))
+    return sub(a, 1, -4) .. encode(pair, 0, 1) .. sub(b, 4)
+  end
+  return a .. b
+end
+
+return {
+  numberToString = numberToString, stringToNumber = stringToNumber, parseDigits = parseDigits,
+  trimStart = trimStart, trimEnd = trimEnd,
+  units = units, utf8 = utf8, encode = encode, length = length, slice = slice, join = join,
+}
