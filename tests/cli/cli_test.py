@@ -1,0 +1,409 @@
+"""The program from end to end: every command, with the real modules, the real translator and Java.
+
+Usage: cli_test.py PROGRAM [unittest arguments]
+"""
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROGRAM = pathlib.Path(sys.argv[1]).resolve() if len(sys.argv) > 1 else None
+
+BARS = [  # time, open, high, low, close, volume
+    ("2024-01-01T00:00:00Z", 1, 2, 0.5, 1.5, 10),
+    ("2024-01-02T00:00:00Z", 1.5, 3, 1, 2.5, 20),
+    ("2024-01-03T00:00:00Z", 2.5, 4, 2, 3.25, 30),
+    ("2024-01-04T00:00:00Z", 3.25, 3.5, 1, 1.25, 40),
+]
+HEADER = "time,open,high,low,close,volume"
+PRICES = "\n".join([HEADER] + [",".join(map(str, bar)) for bar in BARS]) + "\n"
+
+AVERAGE = {
+    "average.jsl": """\
+function indicator(profile) {
+  profile.setName("Average");
+  profile.parameters.addInteger("N", "Periods", 2, 1, 100);
+  profile.parameters.addDouble("SCALE", "Scale", 1, 0.5, 8);
+  profile.parameters.addBoolean("OPEN", "Use open", false);
+}
+let out;
+function prepare(instance, nameOnly) { out = instance.addStream("MA", "Average"); }
+function update(instance, period, mode) {
+  const p = instance.parameters, series = p.OPEN ? instance.source.open : instance.source.close;
+  if (period < p.N - 1) return;
+  let sum = 0;
+  for (let i = 0; i < p.N; i++) sum += series[period - i];
+  out[period] = sum / p.N * p.SCALE;
+}
+""",
+    "average.lua": """\
+function indicator(profile)
+  profile:setName("Average")
+  profile.parameters:addInteger("N", "Periods", 2, 1, 100)
+  profile.parameters:addDouble("SCALE", "Scale", 1, 0.5, 8)
+  profile.parameters:addBoolean("OPEN", "Use open", false)
+end
+local out
+function prepare(instance, nameOnly) out = instance:addStream("MA", "Average") end
+function update(instance, period, mode)
+  local p = instance.parameters
+  local series = p.OPEN and instance.source.open or instance.source.close
+  if period < p.N - 1 then return end
+  local sum = 0
+  for i = 0, p.N - 1 do sum = sum + series[period - i] end
+  out[period] = sum / p.N * p.SCALE
+end
+""",
+}
+
+DEEP = {
+    "deep.jsl": """\
+function indicator(profile) { profile.setName("Deep"); }
+function third(values) {
+  return values.missing.length;
+}
+function second(values) {
+  const result = third(values);
+  return result + 1;
+}
+function update(instance, period) {
+  if (period === 2) {
+    const x = second(instance.source);
+    instance.x = x;
+  }
+}
+""",
+    "deep.lua": """\
+function indicator(profile) profile:setName("Deep") end
+local function third(values)
+  return values.missing.length
+end
+local function second(values)
+  local result = third(values)
+  return result + 1
+end
+function update(instance, period)
+  if period == 2 then
+    local x = second(instance.source)
+    instance.x = x
+  end
+end
+""",
+}
+
+STRATEGY = """\
+function strategy(profile) { profile.setName("Steps"); }
+function update(instance, period) {
+  if (period === 0) instance.buy(2);
+  if (period === 1) instance.sell(1);
+  if (period === 2) instance.sell(3);
+  if (period === 3 && instance.position() === -2) instance.buy(1);
+}
+"""
+
+TOOL = """\
+function tool(profile) { profile.setName("Line"); profile.setPointCount(2); }
+let points = [];
+function creationStarted(instance) { log("started"); }
+function click(instance, x, y, time, price) { points.push(time, price); log("click " + x + " " + y); }
+function creationFinished(instance) { log("finished"); }
+function doubleClick(instance, x, y, time, price) { log("double " + x); }
+function drag(instance, x, y, time, price) { log("drag " + x); }
+function dragEnd(instance, x, y, time, price) { log("dragEnd " + x); }
+function moveStart(instance) { log("moveStart"); }
+function move(instance, x, y, time, price) { log("move " + x); }
+function moveFinished(instance) { log("moveFinished"); }
+function moveReferencePointStart(instance, point) { log("pointStart " + point); }
+function moveReferencePoint(instance, x, y, time, price) { log("point " + x); }
+function moveReferencePointFinished(instance) { log("pointFinished"); }
+function draw(instance, stage, context) {
+  if (stage === 1) context.line(points[0], points[1], points[2], points[3], 0xFF8000);
+}
+"""
+
+MACRO = """\
+function macro(profile) { profile.setName("Count"); }
+function execute(instance) {
+  for (let i = 0; i < 3; i++) log("line " + i);
+  if (LATE_FAULT) throw new Error("late");
+}
+"""
+
+
+class CliTest(unittest.TestCase):
+    """Each test works in a folder of its own; the translation cache is shared to spare Java starts."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.cache = tempfile.mkdtemp(prefix="vexil-test-cache-")
+
+    @classmethod
+    def tearDownClass(cls):
+        shutil.rmtree(cls.cache)
+
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="vexil-test-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.write("prices.csv", PRICES)
+
+    def write(self, name, text):
+        (self.folder / name).write_text(text)
+        return name
+
+    def vexil(self, *arguments, program=PROGRAM, **environment):
+        variables = {key: value for key, value in os.environ.items() if not key.startswith("VEXIL_")}
+        variables.update({"VEXIL_JS_CACHE": self.cache}, **environment)
+        return subprocess.run([program, *arguments], cwd=self.folder, env=variables, capture_output=True,
+                              text=True, timeout=120)
+
+    def run_script(self, script, *arguments, **environment):
+        return self.vexil("run", "--prices", "prices.csv", *arguments, script, **environment)
+
+    def assert_fails(self, result, code, *texts):
+        for text in texts:
+            self.assertIn(text, result.stderr)
+        self.assertEqual(result.returncode, code, result.stderr)
+        self.assertRegex(result.stderr, r"(?m)^[^\n]+: error: ")
+
+    def assert_succeeds(self, result):
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        return result.stdout
+
+    # --- indicators
+
+    def test_indicator_in_every_format(self):
+        for name, text in AVERAGE.items():
+            self.write(name, text)
+            rows = self.assert_succeeds(self.run_script(name, "--format", "csv")).splitlines()
+            self.assertEqual(rows[0], HEADER + ",MA")
+            self.assertEqual([row.split(",")[-1] for row in rows[1:]], ["", "2", "2.875", "2.25"])
+            self.assertEqual([row.rsplit(",", 1)[0] for row in rows], PRICES.splitlines())
+
+            document = json.loads(self.assert_succeeds(self.run_script(name, "--format", "json")))
+            self.assertEqual([bar["MA"] for bar in document["bars"]], [None, 2, 2.875, 2.25])
+            self.assertEqual(document["bars"][2]["close"], 3.25)
+            self.assertEqual(document["streams"], [{"id": "MA", "label": "Average"}])
+
+            table = self.assert_succeeds(self.run_script(name)).splitlines()
+            self.assertEqual(table[0].split(), HEADER.split(",") + ["MA"])
+            self.assertEqual(table[3].split(), ["2024-01-03T00:00:00Z", "2.50", "4.00", "2.00", "3.25", "30", "2.875"])
+            self.assertEqual(len({len(line) for line in table}), 1, "columns out of line")
+
+    def test_parameters(self):
+        script = self.write("average.jsl", AVERAGE["average.jsl"])
+        rows = self.assert_succeeds(self.run_script(script, "--format", "csv", "--set", "N=1", "--set", "SCALE=2.5",
+                                                    "--set", "OPEN=true")).splitlines()
+        self.assertEqual([row.split(",")[-1] for row in rows[1:]], ["2.5", "3.75", "6.25", "8.125"])
+        for setting in ["N=0", "N=101", "N=1.5", "N=", "N=x", "SCALE=9", "SCALE=nan", "OPEN=maybe"]:
+            self.assert_fails(self.run_script(script, "--set", setting), 2, "--set " + setting + ": ", " takes ")
+        self.assert_fails(self.run_script(script, "--set", "M=1"), 2,
+                          'has no parameter "M": it has N (a whole number from 1 to 100), SCALE (a number from 0.5 to 8)'
+                          ", OPEN (true or false)")
+        self.assert_fails(self.run_script(script, "--set", "N"), 2, "ID=VALUE")
+
+    # --- the other kinds
+
+    def test_strategy_trades_at_closes(self):
+        script = self.write("steps.jsl", STRATEGY)
+        rows = self.assert_succeeds(self.run_script(script, "--format", "csv")).splitlines()
+        self.assertEqual(rows, [
+            "time,side,amount,price,position,profit",
+            "2024-01-01T00:00:00Z,buy,2,1.5,2,0",
+            "2024-01-02T00:00:00Z,sell,1,2.5,1,1",
+            "2024-01-03T00:00:00Z,sell,3,3.25,-2,1.75",
+            "2024-01-04T00:00:00Z,buy,1,1.25,-1,2",
+        ])
+        result = json.loads(self.assert_succeeds(self.run_script(script, "--format", "json")))["result"]
+        self.assertEqual(result, {"netProfit": 6.75, "openProfit": 2.0, "orders": 4, "trades": 3, "winningTrades": 3,
+                                  "position": -1.0})
+        self.assertRegex(self.assert_succeeds(self.run_script(script)), r"net profit +6\.75\n")
+
+    def test_strategy_orders_must_make_sense(self):
+        for amount in ["0", "-1", "0/0", "1/0"]:
+            script = self.write("bad.jsl", "function strategy(profile) {}\n\n"
+                                f"function update(instance) {{ instance.buy({amount}); }}\n")
+            self.assert_fails(self.run_script(script), 1, "bad.jsl:3: error: ", "above 0")
+
+    def test_tool_is_fed_in_the_order_of_the_command_line(self):
+        script = self.write("line.jsl", TOOL)
+        point = "2024-01-02T00:00:00Z,2.5"
+        result = self.run_script(
+            script, "--format", "csv", "--click", f"1,9,{point}", "--double-click", f"2,9,{point}", "--click",
+            "3,-9,1704240000,3.5", "--drag", f"4,9,{point}", "--drag", f"5,9,{point}", "--move", f"6,9,{point}",
+            "--move-point", f"0,7,9,{point}", "--move-point", f"1,8,9,{point}", "--click", f"-10,9,{point}")
+        self.assertEqual(result.stderr.splitlines(), [
+            "started", "click 1 9", "double 2", "click 3 -9", "finished", "drag 4", "drag 5", "dragEnd 5", "moveStart",
+            "move 6", "moveFinished", "pointStart 0", "point 7", "pointFinished", "pointStart 1", "point 8",
+            "pointFinished", "click -10 9"])
+        self.assertEqual(result.stdout.splitlines(), [
+            "shape,time1,price1,time2,price2,color,text",
+            "line,2024-01-02T00:00:00Z,2.5,2024-01-03T00:00:00Z,3.5,#FF8000,"])
+        for bad in ["1,2,3", "a,2,2024-01-01,1", "1,2,2024-13-01,1", "1,2,2024-01-01,x"]:
+            self.assert_fails(self.run_script(script, "--click", bad), 2, "--click " + bad)
+        without = self.run_script(script)
+        self.assertEqual(without.stderr.splitlines()[-1], "finished")
+        self.assertIn("#FF8000", without.stdout)
+
+    def test_macro_writes_its_log_and_nothing_else(self):
+        script = self.write("count.jsl", MACRO.replace("LATE_FAULT", "false"))
+        self.assertEqual(self.assert_succeeds(self.run_script(script)), "line 0\nline 1\nline 2\n")
+        script = self.write("count.jsl", MACRO.replace("LATE_FAULT", "true"))
+        result = self.run_script(script)
+        self.assertEqual(result.stdout, "line 0\nline 1\nline 2\n")
+        self.assert_fails(result, 1, "count.jsl:4: error: ", "late")
+
+    # --- faults of scripts
+
+    def test_runtime_errors_name_every_line(self):
+        for name, text in DEEP.items():
+            self.write(name, text)
+            lines = text.splitlines()
+            result = self.run_script(name)
+            self.assertEqual(result.stdout, "")
+            self.assert_fails(result, 1)
+            report = result.stderr.splitlines()
+            self.assertRegex(report[0], rf"^{name}:3: error: .*(missing|length)")
+            self.assertEqual(report[1].strip(), lines[2].strip())
+            self.assertEqual(report[2], "stack traceback:")
+            frames = [re.match(rf"\t{name}:(\d+): in ", line) for line in report[3:]]
+            self.assertTrue(all(frames), report)
+            self.assertEqual([int(frame[1]) for frame in frames], [3, 6, 11])
+
+    def test_check_reports_every_script(self):
+        self.write("good.jsl", AVERAGE["average.jsl"])
+        self.write("good.lua", AVERAGE["average.lua"])
+        self.assertEqual(self.assert_succeeds(self.vexil("check", "good.jsl", "good.lua")), "")
+        self.write("bad.jsl", "let a = 1;\nlet b = (;\n")
+        self.write("bad.lua", "local a = 1\nlocal b = = 2\n")
+        result = self.vexil("check", "bad.jsl", "good.jsl", "bad.lua")
+        self.assert_fails(result, 1, "bad.jsl:2: error: ", "bad.lua:2: error: ", "    let b = (;\n", "    local b = = 2\n")
+        self.assert_fails(self.vexil("check", "bad.jsl", "none.jsl"), 2, "bad.jsl:2: error: ", "none.jsl: cannot open")
+        self.assert_fails(self.run_script("bad.jsl"), 1, "bad.jsl:2: error: ")
+
+    def test_scripts_must_be_of_a_kind(self):
+        for name, text in {"none.jsl": "let a = 1;\n", "none.lua": "a = 1\n"}.items():
+            self.assert_fails(self.run_script(self.write(name, text)), 1, name + ": error: declares no function named")
+        self.assert_fails(self.run_script(self.write("text.txt", "")), 2, ".jsl")
+        self.assert_fails(self.run_script("missing.jsl"), 2, "missing.jsl: cannot open: No such file or directory")
+
+    # --- following and translating
+
+    def test_trace_shows_the_lines_of_the_script_only(self):
+        for name, text in DEEP.items():
+            self.write(name, text)
+            lines = text.splitlines()
+            result = self.run_script(name, "--trace")
+            self.assertEqual(result.returncode, 1)
+            seen = []
+            for line in result.stderr.split(name + ":3: error:")[0].splitlines():
+                match = re.match(rf"(    )?{name}:(\d+): (.*)", line)
+                self.assertTrue(match, line)
+                self.assertLessEqual(int(match[2]), len(lines))
+                if not match[1]:
+                    self.assertEqual(match[3], lines[int(match[2]) - 1])
+                    seen.append(int(match[2]))
+            self.assertEqual([line for line in seen if line in (3, 6, 11)], [11, 6, 3])
+            self.assertRegex(result.stderr, rf"(?m)^{name}:3: .*\n    {name}:3: in .*third.*\n    {name}:6: in .*\n"
+                                            rf"    {name}:11: in ")
+
+    def test_translate_shows_both_languages(self):
+        script = self.write("deep.jsl", DEEP["deep.jsl"])
+        text = self.assert_succeeds(self.vexil("translate", script))
+        for number, line in enumerate(DEEP["deep.jsl"].splitlines(), 1):
+            if re.search(r"\w", line):
+                self.assertIn(f"-- deep.jsl:{number}: {line}\n", text)
+        self.assertRegex(text, r"(?m)^    3 \| .*missing")
+        self.assert_fails(self.vexil("translate", self.write("a.lua", "")), 2, "Lua already")
+
+    # --- prices
+
+    def test_bad_prices_are_refused_with_their_row(self):
+        script = self.write("average.lua", AVERAGE["average.lua"])
+        good = "2024-01-01,1,2,0.5,1.5,10"
+        for rows, message in [
+            ("", "no bars"),
+            ("2024-01-01,1,2,0.5,x,10", ':2: close "x" is no number'),
+            (good + "\n2024-01-02,1,2,0.5,,10", ':3: close "" is no number'),
+            (good + "\n2024-01-02,1,2,inf,1,10", ':3: low "inf" is no number'),
+            (good + "\n2024-02-30,1,2,0.5,1,10", ':3: time "2024-02-30" is no time'),
+            (good + "\n2024-01-02T24:00,1,2,0.5,1,10", ":3: time"),
+            (good + "\n\n2024-01-02,1,2,0.5,1,10\n2023-01-02,1,2,0.5,1,10", ":5: time 2023-01-02 is not after"),
+            (good + "\n" + good, ":3: time"),
+            ("2024-01-01,1,2,3,1.5,10", ":2: high 2 lies below low 3"),
+            ("2024-01-01,1,2", ":2: too few columns"),
+            (good + ",7", ":2: too many columns"),
+            ('2024-01-01,1,2,0.5,1.5,"10', ":2: a quotation mark is not closed"),
+        ]:
+            self.write("prices.csv", HEADER + "\n" + rows + "\n")
+            self.assert_fails(self.run_script(script), 2, "prices.csv", message)
+        self.write("prices.csv", "time,open,high,low\n2024-01-01,1,2,3\n")
+        self.assert_fails(self.run_script(script), 2, 'prices.csv:1: no column "close"')
+        self.write("prices.csv", "")
+        self.assert_fails(self.run_script(script), 2, "empty")
+        self.assert_fails(self.vexil("run", "--prices", "none.csv", script), 2, "none.csv: No such file", "--prices")
+        self.assert_fails(self.vexil("run", "--prices", ".", script), 2, "a folder")
+
+    def test_prices_may_be_written_in_many_ways(self):
+        script = self.write("average.lua", AVERAGE["average.lua"])
+        self.write("prices.csv", "\ufeffclose, extra ,time,low,high,open\r\n1.5,x,1704067200,0.5,2,1\r\n"
+                                 '2.5,y,"2024-01-02T01:30:00+01:30",1,3,1.5\r\n3.25,z,2024-01-03 00:00,2,4,2.5')
+        rows = self.assert_succeeds(self.run_script(script, "--format", "csv")).splitlines()
+        expected = [",".join(map(str, bar[:-1] + (0,))) for bar in BARS[:3]]
+        self.assertEqual([row.rsplit(",", 1)[0] for row in rows[1:]], expected)
+
+    # --- the machine
+
+    def test_what_the_machine_lacks_is_said(self):
+        script = self.write("average.jsl", AVERAGE["average.jsl"])
+        fresh = str(self.folder / "cache")
+        self.assert_fails(self.run_script(script, VEXIL_JS_CACHE=fresh, PATH="/nonexistent"), 2, "java", "apt-get install")
+        self.assert_fails(self.run_script(script, VEXIL_JS_CACHE=fresh, VEXIL_CLASSPATH="/nonexistent/"), 2,
+                          "/nonexistent/", "VEXIL_CLASSPATH")
+        self.assert_fails(self.run_script(script, VEXIL_JS_CACHE="/dev/null/cache"), 2,
+                          "/dev/null/cache cannot be written (Not a directory)", "VEXIL_JS_CACHE")
+        self.assert_fails(self.run_script(script, VEXIL_JS_CACHE=str(self.folder / "two words")), 2, "blank")
+        self.assert_fails(self.run_script(script, VEXIL_JS_CACHE=fresh, VEXIL_TEMP_DIR="/nonexistent"), 2,
+                          "VEXIL_TEMP_DIR")
+        for command in ["check", "translate"]:
+            self.assert_fails(self.vexil(command, script, VEXIL_JS_CACHE=fresh, PATH="/nonexistent"), 2, "java")
+
+    def test_a_translated_script_needs_no_java_again(self):
+        script = self.write("average.jsl", AVERAGE["average.jsl"] + "// " + str(self.folder) + "\n")
+        first = self.assert_succeeds(self.run_script(script))
+        self.assertEqual(self.assert_succeeds(self.run_script(script, PATH="/nonexistent")), first)
+
+    def test_a_missing_module_is_said(self):
+        prefix = self.folder / "prefix"
+        (prefix / "bin").mkdir(parents=True)
+        (prefix / "lib").mkdir()
+        shutil.copy2(PROGRAM, prefix / "bin")
+        shutil.copy2(PROGRAM.parent.parent / "lib/libvexil3.so", prefix / "lib")
+        for name in AVERAGE:
+            script = self.write(name, AVERAGE[name])
+            result = self.vexil("run", script, program=prefix / "bin/vexil", LD_LIBRARY_PATH=str(prefix / "lib"))
+            self.assert_fails(result, 2, "cannot load the language module libvexil." +
+                              ("js" if name.endswith("jsl") else "lua") + ".so")
+
+    def test_a_full_disk_is_said(self):
+        script = self.write("average.lua", AVERAGE["average.lua"])
+        with open("/dev/full", "w") as full:
+            result = subprocess.run([PROGRAM, "run", "--prices", "prices.csv", script], cwd=self.folder, stdout=full,
+                                    stderr=subprocess.PIPE, text=True, timeout=60)
+        self.assertEqual((result.returncode, result.stderr),
+                         (2, "vexil: error: cannot write the output: No space left on device\n"))
+
+    def test_wrong_calls_and_help(self):
+        for call in [[], ["fly"], ["run"], ["run", "--format", "xml", "a.lua"], ["run", "a.lua", "b.lua"], ["check"]]:
+            self.assertEqual(self.vexil(*call).returncode, 2, call)
+        for command in [["--help"], ["run", "--help"], ["check", "--help"], ["translate", "--help"]]:
+            self.assertIn("Example:\n  vexil ", self.assert_succeeds(self.vexil(*command)))
+        self.assertRegex(self.assert_succeeds(self.vexil("--version")), r"^vexil \d+\.\d+\.\d+\n$")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1] + sys.argv[2:])

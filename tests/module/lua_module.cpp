@@ -1,0 +1,14 @@
+// A Lua language module in small, in the variants that a host may meet.
+#include "doubles/LuaLanguage.h"
+
+#ifdef WITHOUT_FACTORY
+extern "C" VEXIL_API void somethingElse() {}
+#else
+extern "C" VEXIL_API vexil3::ILanguage* createLanguage() {
+#ifdef WITHOUT_LANGUAGE
+    return nullptr;
+#else
+    return new vexil3::test::LuaLanguage;
+#endif
+}
+#endif
