@@ -1,5 +1,6 @@
 #include "host/cli/Console.h"
 
+#include <charconv>
 #include <cstdlib>
 
 #include "host/cli/Implements.h"
@@ -10,15 +11,34 @@ namespace {
 
 constexpr std::string_view kTraceback = "stack traceback:";
 
+// An entry's message, taken apart.
+struct Message {
+    std::string_view text;
+    std::string_view traceback;
+};
+
 // Languages repeat the place at the head of the text; it stands in the heading already.
-std::string_view withoutPlace(std::string_view text, const std::string& file) {
-    if (!text.starts_with(file + ":")) return text;
-    std::string_view rest = text.substr(file.size() + 1);
-    const std::size_t digits = rest.find_first_not_of("0123456789");
-    if (digits == 0 || digits == rest.npos || rest[digits] != ':') return text;
-    rest.remove_prefix(digits + 1);
-    if (rest.starts_with(' ')) rest.remove_prefix(1);
-    return rest;
+void dropPlace(Message& message, const std::string& file, int line) {
+    if (!message.text.starts_with(file + ":")) return;
+    const char* first = message.text.data() + file.size() + 1;
+    const char* last = message.text.data() + message.text.size();
+    int named = 0;
+    const auto [end, status] = std::from_chars(first, last, named);
+    if (status != std::errc() || end == last || *end != ':') return;
+    message.text.remove_prefix(static_cast<std::size_t>(end - message.text.data()) + 1);
+    if (message.text.starts_with(' ')) message.text.remove_prefix(1);
+    // Where they differ, the entry was brought to the source's lines and the text was not.
+    if (named != line) message.traceback = {};
+}
+
+Message takeApart(std::string_view text) {
+    const std::size_t traceback = text.find(kTraceback);
+    Message message{text, {}};
+    if (traceback != text.npos && (traceback == 0 || text[traceback - 1] == '\n'))
+        message = {text.substr(0, traceback), text.substr(traceback)};
+    while (message.text.ends_with('\n')) message.text.remove_suffix(1);
+    while (message.traceback.ends_with('\n')) message.traceback.remove_suffix(1);
+    return message;
 }
 
 std::string_view trimmed(std::string_view text) {
@@ -30,9 +50,9 @@ std::string_view trimmed(std::string_view text) {
 
 Console::Console(Output& output) : mOutput(output), mColour(output.isTerminal() && !std::getenv("NO_COLOR")) {}
 
-void Console::report(IError& error) {
+void Console::report(IError& error, const std::string& script) {
     for (std::uint64_t i = 0; i < error.count(); ++i)
-        if (const Counted<IErrorEntry> entry{error.get(i)}) report(*entry);
+        if (const Counted<IErrorEntry> entry{error.get(i)}) report(*entry, script);
     mOutput.flush();
 }
 
@@ -41,26 +61,22 @@ void Console::complain(std::string_view text) {
     mOutput.flush();
 }
 
-void Console::report(IErrorEntry& entry) {
-    const std::string file = entry.file() ? entry.file() : "";
-    const std::string_view message = entry.message() ? entry.message() : "unknown error";
-    const std::size_t traceback = message.find(kTraceback);
-    const bool hasTraceback = traceback != message.npos && (traceback == 0 || message[traceback - 1] == '\n');
-
-    std::string_view text = hasTraceback ? message.substr(0, traceback) : message;
-    while (text.ends_with('\n')) text.remove_suffix(1);
-    std::string place = file.empty() ? "vexil" : file;
-    if (!file.empty() && entry.line() > 0) place.append(1, ':').append(std::to_string(entry.line()));
-    heading(place, withoutPlace(text, file));
+void Console::report(IErrorEntry& entry, const std::string& script) {
+    const bool inScript = entry.stage() == IError::StageTranslation || entry.stage() == IError::StageScript;
+    const std::string file = entry.file() ? entry.file() : inScript ? script : "vexil";
+    Message message = takeApart(entry.message() ? entry.message() : "unknown error");
+    dropPlace(message, file, entry.line());
+    std::string place = file;
+    if (entry.line() > 0) place.append(1, ':').append(std::to_string(entry.line()));
+    heading(place, message.text);
     if (const auto line = mSources.line(file, entry.line())) {
         mOutput.text("    ");
         mOutput.text(trimmed(*line));
         mOutput.character('\n');
     }
-    if (hasTraceback) {
-        mOutput.text(message.substr(traceback));
-        if (!message.ends_with('\n')) mOutput.character('\n');
-    }
+    if (message.traceback.empty()) return;
+    mOutput.text(message.traceback);
+    mOutput.character('\n');
 }
 
 void Console::heading(std::string_view place, std::string_view text) {

@@ -15,13 +15,14 @@ class Console {
 public:
     explicit Console(Output& output);
 
-    // Writes every entry as "file:line: error: text", the source line and the traceback.
-    void report(IError& error);
+    // Writes every entry as "file:line: error: text", the source line and the traceback. An entry that
+    // names no file is laid to `script` if scripts can have such a fault.
+    void report(IError& error, const std::string& script);
     // Writes "vexil: error: text".
     void complain(std::string_view text);
 
 private:
-    void report(IErrorEntry& entry);
+    void report(IErrorEntry& entry, const std::string& script);
     void heading(std::string_view place, std::string_view text);
 
     Output& mOutput;

@@ -10,6 +10,7 @@ namespace vexil3::cli {
 
 namespace {
 
+constexpr const char* kText = "text";
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 std::string colorText(std::uint32_t color) {
@@ -34,7 +35,7 @@ void Drawing::rectangle(double time1, double price1, double time2, double price2
 }
 
 void Drawing::text(double time, double price, const char* text, std::uint32_t color) noexcept {
-    mShapes.push_back({"text", time, price, kNone, kNone, text ? text : "", color});
+    mShapes.push_back({kText, time, price, kNone, kNone, text ? text : "", color});
 }
 
 Table Drawing::table() const {
@@ -49,7 +50,7 @@ nlohmann::ordered_json Drawing::json() const {
     nlohmann::ordered_json all = nlohmann::ordered_json::array();
     for (const Shape& shape : mShapes) {
         nlohmann::ordered_json each{{"shape", shape.kind}};
-        if (shape.text.empty() && !std::isnan(shape.time2)) {
+        if (shape.kind != kText) {
             each["from"] = {{"time", timeText(shape.time1)}, {"price", shape.price1}};
             each["to"] = {{"time", timeText(shape.time2)}, {"price", shape.price2}};
         } else {

@@ -6,12 +6,29 @@ namespace vexil3::cli {
 
 namespace {
 
-ILanguageService::ObjectType kindOf(LanguageModule& language, IFileAccessor& accessor, const std::string& script) {
+bool hasRun(IError& error) {
+    const Counted<IErrorEntry> first(error.get(0));
+    return first && first->stage() == IError::StageScript;
+}
+
+// A script that fails while its kind is found out is reported in the lines of its translation;
+// loading it fails in the same way and reports the script's lines.
+[[noreturn]] void failAsLoading(LanguageModule& language, IFileAccessor& accessor, const std::string& script,
+                                Counted<IError> otherwise) {
     ErrorSlot error;
+    const Counted<IIndicatorProfileImplementation> none(
+        language->createIndicatorProfile(&accessor, script.c_str(), nullptr, error));
+    throw ScriptFault{error.filled() ? error.take() : std::move(otherwise), "loading it"};
+}
+
+ILanguageService::ObjectType kindOf(LanguageModule& language, IFileAccessor& accessor, const std::string& script) {
+    ErrorSlot slot;
     ILanguageService::ObjectType kind = ILanguageService::Unknown;
-    const bool recognised = language->recognizeFile(&accessor, script.c_str(), kind, error);
-    if (error.filled()) expect(recognised, error, "finding out what it is");
-    return recognised ? kind : ILanguageService::Unknown;
+    const bool recognised = language->recognizeFile(&accessor, script.c_str(), kind, slot);
+    Counted<IError> error = slot.take();
+    if (!error) return recognised ? kind : ILanguageService::Unknown;
+    if (hasRun(*error)) failAsLoading(language, accessor, script, std::move(error));
+    throw ScriptFault{std::move(error), "finding out what it is"};
 }
 
 void runAs(ILanguageService::ObjectType kind, Run& run) {

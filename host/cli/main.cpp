@@ -48,7 +48,7 @@ ExitCode explain(Console& console, const std::string& script, const ScriptFault&
         console.complain(script + ": " + fault.doing + " failed without saying why");
         return WrongCall;
     }
-    console.report(*fault.error);
+    console.report(*fault.error, script);
     return findings.inScript ? FaultInScript : WrongCall;
 }
 

@@ -82,7 +82,8 @@ bool FileSystemAccessor::init(const char* root, IMetadataProvider*, IError** err
         struct stat status {};
         if (::stat(root, &status) != 0) return fail(error, root, "cannot use the folder", errno) != nullptr;
         if (!S_ISDIR(status.st_mode)) return fail(error, root, "cannot use the folder", ENOTDIR) != nullptr;
-        mRoot = root;
+        // Relative names mean the working directory as they are, and read better so.
+        mRoot = std::strcmp(root, ".") == 0 ? "" : root;
         return true;
     });
 }

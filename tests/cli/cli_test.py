@@ -285,6 +285,13 @@ class CliTest(unittest.TestCase):
         self.assert_fails(self.vexil("check", "bad.jsl", "none.jsl"), 2, "bad.jsl:2: error: ", "none.jsl: cannot open")
         self.assert_fails(self.run_script("bad.jsl"), 1, "bad.jsl:2: error: ")
 
+    def test_faults_outside_every_function_name_their_line(self):
+        text = 'let a = 1;\n\nfunction fail() { throw new RangeError("top"); }\nfail();\nfunction indicator(p) {}\n'
+        result = self.run_script(self.write("top.jsl", text))
+        self.assert_fails(result, 1, 'top.jsl:3: error: RangeError: top\n    function fail() { throw')
+        self.assertEqual([int(line) for line in re.findall(r"top\.jsl:(\d+)", result.stderr) if int(line) > 5], [])
+        self.assert_fails(self.run_script(self.write("empty.jsl", "")), 1, "empty.jsl: error: File is empty")
+
     def test_scripts_must_be_of_a_kind(self):
         for name, text in {"none.jsl": "let a = 1;\n", "none.lua": "a = 1\n"}.items():
             self.assert_fails(self.run_script(self.write(name, text)), 1, name + ": error: declares no function named")
