@@ -17,7 +17,7 @@ public:
 
     // There is no slot for an error, so that the person at the host reads it in the log.
     bool canChangeParameters() override {
-        if (!this->mCore.state()) return false;
+        if (!this->mCore.isStarted(nullptr)) return false;
         bool isAllowed = true;
         Ref<IError> error;
         const auto none = [](lua_State*) { return 0; };
@@ -42,8 +42,8 @@ public:
         const auto push = [&](lua_State* L) { return pushParameters(L, parameters), 1; };
         if (!this->call("changeParameters", error, push)) return false;
         return guarded(error, [&] {
-            return this->mCore.state()->run("changeParameters", error, [&](lua_State* L) {
-                this->mCore.state()->pushObject(L);
+            return this->mCore.state().run("changeParameters", error, [&](lua_State* L) {
+                this->mCore.state().pushObject(L);
                 lua_pushliteral(L, "parameters");
                 pushParameters(L, parameters);
                 lua_rawset(L, -3);
@@ -53,7 +53,7 @@ public:
 
 private:
     void log(IError* error) {
-        IHost* const host = this->mCore.state()->host();
+        IHost* const host = this->mCore.state().host();
         for (std::uint64_t i = 0; host && error && i < error->count(); ++i) {
             const Ref<IErrorEntry> entry(error->get(i));
             if (entry && entry->message()) host->log(entry->message());

@@ -71,8 +71,8 @@ void DebugEvent::pushVariables(lua_State* L, const std::vector<Variable>& variab
     const int function = lua_gettop(L);
     luaL_checkstack(L, static_cast<int>(variables.size()) + 4, "too many variables");
     for (const Variable& variable : variables) {
-        const char* const name = variable.isUpvalue ? lua_getupvalue(L, function, variable.index)
-                                                    : lua_getlocal(L, &info, variable.index);
+        const char* const name =
+            variable.isUpvalue ? lua_getupvalue(L, function, variable.index) : lua_getlocal(L, &info, variable.index);
         if (!name) lua_pushnil(L);
     }
     lua_remove(L, function);
@@ -134,11 +134,11 @@ bool DebugEvent::prepareCallStack(bool all) {
         for (int level = 0; frameInfo(mState, level, info); ++level) {
             const bool hasSource = info.source[0] == '@';
             if (!hasSource && !all) continue;
-            mCalls.push_back({hasSource ? info.source + 1 : info.source, info.name ? info.name : "", info.what,
-                              info.currentline});
+            mCalls.push_back(
+                {hasSource ? info.source + 1 : info.source, info.name ? info.name : "", info.what, info.currentline});
         }
-        const auto outermost = std::find_if(mCalls.rbegin(), mCalls.rend(),
-                                            [&](const Call& call) { return call.file == mScript.id(); });
+        const auto outermost =
+            std::find_if(mCalls.rbegin(), mCalls.rend(), [&](const Call& call) { return call.file == mScript.id(); });
         if (outermost != mCalls.rend() && outermost->function.empty() && outermost->kind != "main" && mScript.entry())
             outermost->function = mScript.entry();
         return true;

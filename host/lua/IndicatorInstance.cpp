@@ -14,7 +14,7 @@ void IndicatorInstance::detach() {
 }
 
 void IndicatorInstance::fill(lua_State* L) {
-    mStreams.attach(mCore.state(), mCallback);
+    mStreams.attach(&mCore.state(), mCallback);
     const unsigned long size = hostCall(L, [&] {
         mSource.attach(mCallback->getSource());
         return mSource.size();
@@ -40,7 +40,7 @@ void IndicatorInstance::synchronize(lua_State* L) {
 bool IndicatorInstance::showBars(unsigned long changed, IError** error) {
     const unsigned long size = mSource.size();
     if (mSource.shows(size) && changed >= size) return true;
-    return mCore.state()->run("update", error, [&](lua_State* L) {
+    return mCore.state().run("update", error, [&](lua_State* L) {
         mSource.synchronize(L, size, changed);
         mStreams.synchronize(L, size);
     });
@@ -52,7 +52,7 @@ bool IndicatorInstance::update(int period, UpdateType type, IError** error) {
     return guarded(error, [&] {
         if (!mCore.isStarted(error)) return false;
         const unsigned long changed = type == UpdateLast && period >= 0 ? static_cast<unsigned long>(period) : kNone;
-        return showBars(changed, error) && mCore.state()->callUpdate(period, type, error);
+        return showBars(changed, error) && mCore.state().callUpdate(period, type, error);
     });
 }
 

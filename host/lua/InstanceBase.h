@@ -55,7 +55,8 @@ protected:
     template <class Push, class Result>
     bool call(const char* name, IError** error, Push&& push, Result&& result) {
         return guarded(error, [&] {
-            return mCore.call(name, error, [this](lua_State* L) { synchronize(L); }, push, result);
+            return mCore.call(
+                name, error, [this](lua_State* L) { synchronize(L); }, push, result);
         });
     }
     bool call(const char* name, IError** error) {

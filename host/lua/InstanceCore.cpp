@@ -10,21 +10,21 @@
 namespace vexil3::lua {
 
 bool InstanceCore::isStarted(IError** error) const {
-    if (mState) return true;
+    if (mIsStarted) return true;
     ErrorFactory::throwError(error, IError::StageArgument, IError::CodeNotSupported,
                              "The instance is not initialised; init must succeed first", mScript->id.c_str(), 0);
     return false;
 }
 
 bool InstanceCore::open(IInstanceCallback* callback, IError** error) {
-    mState.reset();
+    mIsStarted = false;
     mMembers.clear();
     if (!callback) {
         ErrorFactory::throwError(error, IError::StageArgument, IError::CodeNullObject, "Object is NULL");
         return false;
     }
     mState.emplace(mEnvironment, mScript->id, mUse);
-    mState->attach(callback->getHost(), callback);
+    mState->attach(callback->getHost(), callback, mPhase);
     if (IDebugger* const debugger = mEnvironment.debugger) debugger->objectCreated(callback);
     return true;
 }
@@ -36,7 +36,7 @@ void InstanceCore::pushObject(lua_State* L, IInstanceCallback* callback) {
 }
 
 bool InstanceCore::findMember(const char* name, int* id, IExecutable::MemberType* type) {
-    if (!mState || !name) return false;
+    if (!mIsStarted || !name) return false;
     std::optional<IExecutable::MemberType> found;
     mState->run("findMember", nullptr, [&](lua_State* L) {
         lua_pushstring(L, name);

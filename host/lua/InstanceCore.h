@@ -30,9 +30,8 @@ public:
             fill(L);
             mState->setObject(L);
         });
-        if (done && mState->runChunk(mScript->bytecode, error)) return true;
-        mState.reset();
-        return false;
+        mIsStarted = done && mState->runChunk(mScript->bytecode, error);
+        return mIsStarted;
     }
 
     // Calls the script's function `name` with the instance's object and what push(lua_State*) pushes
@@ -51,10 +50,13 @@ public:
         });
     }
 
-    // The state, or null before start.
-    ScriptState* state() { return mState ? &*mState : nullptr; }
-    // False, with an error, before start.
+    // False, with an error, unless the last start succeeded.
     bool isStarted(IError** error) const;
+    // From the beginning of start on, the state.
+    ScriptState& state() { return *mState; }
+
+    // What start lets the script watch, so that another thread can end it.
+    void setPhase(const std::atomic<ScriptState::Phase>* phase) { mPhase = phase; }
 
     // Functions of the script are methods, plain values properties.
     bool findMember(const char* name, int* id, IExecutable::MemberType* type);
@@ -68,7 +70,9 @@ private:
     Environment& mEnvironment;
     const std::shared_ptr<const Script> mScript;
     const ScriptState::Use mUse;
+    const std::atomic<ScriptState::Phase>* mPhase = nullptr;
     std::optional<ScriptState> mState;
+    bool mIsStarted = false;
     std::vector<std::string> mMembers;  // by id
 };
 

@@ -68,9 +68,10 @@ Profile* Language::create(ILanguageService::ObjectType type, IFileAccessor* acce
         if (!script) return nullptr;
         if (script->type == type) return new Profile(mEnvironment, std::move(script));
         const std::string wanted = kindName(type);
-        const std::string text = script->type == ILanguageService::Unknown
-                                     ? "The script is no " + wanted + ": it has no function '" + wanted + "'"
-                                     : "The script is no " + wanted + " but declares the kind " + kindName(script->type);
+        const std::string text =
+            script->type == ILanguageService::Unknown
+                ? "The script is no " + wanted + ": it has no function '" + wanted + "'"
+                : "The script is no " + wanted + " but declares the kind " + kindName(script->type);
         ErrorFactory::throwError(error, IError::StageTranslation, IError::CodeInvalidContent, text.c_str(),
                                  script->id.c_str(), 0);
         return nullptr;
@@ -92,8 +93,8 @@ IToolProfileImplementation* Language::createToolProfile(IFileAccessor* accessor,
     return create<ToolProfile>(ILanguageService::Tool, accessor, fileName, error);
 }
 
-IMacroProfileImplementation* Language::createMacroProfile(IFileAccessor* accessor, const char* fileName,
-                                                          ILoadMetadata*, IError** error) {
+IMacroProfileImplementation* Language::createMacroProfile(IFileAccessor* accessor, const char* fileName, ILoadMetadata*,
+                                                          IError** error) {
     return create<MacroProfile>(ILanguageService::Macro, accessor, fileName, error);
 }
 

@@ -1,5 +1,7 @@
 #include "host/lua/MacroInstance.h"
 
+#include <vexil3/ref.h>
+
 namespace vexil3::lua {
 
 // Keeps kill, which may come at any time, from entering a state that another thread is in.
@@ -11,28 +13,28 @@ bool MacroInstance::exclusively(IError** error, Work&& work) {
         return false;
     }
     bool done = work();
+    // Killed, perhaps too late for the script to see it.
     while (!mPhase.compare_exchange_strong(phase = Phase::Busy, Phase::Idle)) {
-        // Killed, perhaps too late to be seen by the script.
         mPhase = Phase::Busy;
-        if (mCore.state()) mCore.state()->forgetKill();
-        done = mCore.state() && call("kill", error) && done;
+        done = mCore.isStarted(nullptr) && call("kill", error) && done;
     }
     return done;
 }
 
 bool MacroInstance::kill(IError** error) {
-    Phase phase = Phase::Busy;
-    while (!mPhase.compare_exchange_strong(phase = Phase::Busy, Phase::Ending)) {
-        if (phase == Phase::Ending) return true;
-        phase = Phase::Idle;
-        if (mPhase.compare_exchange_strong(phase, Phase::Busy)) {
-            const bool done = !mCore.state() || call("kill", error);
-            mPhase = Phase::Idle;
-            return done;
-        }
+    Phase idle = Phase::Idle;
+    while (!mPhase.compare_exchange_strong(idle, Phase::Busy)) {
+        Phase busy = Phase::Busy;
+        if (mPhase.compare_exchange_strong(busy, Phase::Ending) || busy == Phase::Ending) return true;
+        idle = Phase::Idle;
     }
-    mCore.state()->kill();
-    return true;
+    const bool done = !mCore.isStarted(nullptr) || call("kill", error);
+    mPhase = Phase::Idle;
+    return done;
+}
+
+bool MacroInstance::findMember(const char* name, int* id, MemberType* type) {
+    return exclusively(nullptr, [&] { return InstanceBase::findMember(name, id, type); });
 }
 
 bool MacroInstance::init(IMacroInstanceCallback* callback, IError** error) {
@@ -57,7 +59,9 @@ void MacroInstance::synchronize(lua_State* L) {
 }
 
 void MacroInstance::invoke(int id, InvokeType type, IObjectNoRef* object, IExecutableArgs* args) {
-    exclusively(nullptr, [&] { return InstanceBase::invoke(id, type, object, args), true; });
+    Ref<IError> error;
+    exclusively(error.out(), [&] { return InstanceBase::invoke(id, type, object, args), true; });
+    if (error && args) args->setError(error.get());
 }
 
 bool MacroInstance::releaseInstance(IError** error) {
@@ -69,9 +73,8 @@ bool MacroInstance::execute(IError** error) {
 }
 
 bool MacroInstance::execute(IParameters* parameters, IError** error) {
-    return exclusively(error, [&] {
-        return call("execute", error, [&](lua_State* L) { return pushParameters(L, parameters), 1; });
-    });
+    return exclusively(
+        error, [&] { return call("execute", error, [&](lua_State* L) { return pushParameters(L, parameters), 1; }); });
 }
 
 bool MacroInstance::notifyFinished(int cookie, IValueMap* values, IError** error) {

@@ -13,8 +13,12 @@ namespace vexil3::lua {
 class MacroInstance final
     : public InstanceBase<IMacroInstanceImplementation, IMacroInstanceCallback, ScriptState::Use::Macro> {
 public:
-    using InstanceBase::InstanceBase;
+    MacroInstance(Environment& environment, std::shared_ptr<const Script> script)
+        : InstanceBase(environment, std::move(script)) {
+        mCore.setPhase(&mPhase);
+    }
 
+    bool findMember(const char* name, int* id, MemberType* type) override;
     bool init(IMacroInstanceCallback* callback, IError** error) override;
     void invoke(int id, InvokeType type, IObjectNoRef* object, IExecutableArgs* args) override;
     bool releaseInstance(IError** error) override;
@@ -33,7 +37,7 @@ private:
     template <class Work>
     bool exclusively(IError** error, Work&& work);
 
-    enum class Phase { Idle, Busy, Ending };
+    using Phase = ScriptState::Phase;
 
     std::atomic<Phase> mPhase{Phase::Idle};
     Prices mPrices;

@@ -56,8 +56,11 @@ int now(lua_State* L) {
 
 void pushPlatform(lua_State* L) {
     lua_newtable(L);
-    const luaL_Reg plain[] = {
-        {"setmetatable", &setAnyMetatable}, {"onError", &setDescriber}, {"frames", &frames}, {"now", &now}, {nullptr, nullptr}};
+    const luaL_Reg plain[] = {{"setmetatable", &setAnyMetatable},
+                              {"onError", &setDescriber},
+                              {"frames", &frames},
+                              {"now", &now},
+                              {nullptr, nullptr}};
     luaL_register(L, nullptr, plain);
     lua_getglobal(L, "debug");
     lua_getfield(L, -1, "getinfo");
@@ -84,10 +87,14 @@ void keepCompiled(lua_State* L, Libraries& libraries, const char* name) {
 void loadLibrary(lua_State* L, const char* name) {
     Libraries& libraries = ScriptState::of(L).environment().libraries;
     const std::string* const chunk = hostCall(L, [&] { return libraries.find(name); });
-    if (!chunk) luaL_error(L, "there is no library '%s'", name);
+    if (!chunk) {
+        luaL_error(L, "there is no library '%s'", name);
+        return;
+    }
     const bool isCompiled = Libraries::isBytecode(*chunk);
     lua_pushfstring(L, "@%s", name);
-    if (luaL_loadbufferx(L, chunk->data(), chunk->size(), lua_tostring(L, -1), isCompiled ? "b" : "t") != 0) lua_error(L);
+    if (luaL_loadbufferx(L, chunk->data(), chunk->size(), lua_tostring(L, -1), isCompiled ? "b" : "t") != 0)
+        lua_error(L);
     lua_remove(L, -2);
     if (!isCompiled) hostCall(L, [&] { keepCompiled(L, libraries, name); });
 }

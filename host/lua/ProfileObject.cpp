@@ -47,7 +47,8 @@ void ParametersObject::push(lua_State* L) {
 
 int ParametersObject::check(lua_State* L, bool isAdded) {
     if (isAdded) return 0;
-    return luaL_error(L, "the parameter '%s' is refused: its id is empty or taken, or its value lies outside the bounds",
+    return luaL_error(L,
+                      "the parameter '%s' is refused: its id is empty or taken, or its value lies outside the bounds",
                       lua_tostring(L, 2));
 }
 

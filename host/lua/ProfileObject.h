@@ -3,8 +3,8 @@
 
 #include <lua.hpp>
 
-#include "host/lua/HostCall.h"
 #include <vexil3/profile.h>
+#include "host/lua/HostCall.h"
 
 namespace vexil3::lua {
 
@@ -44,7 +44,7 @@ public:
         setText<&Callback::setName>(L, "setName");
         setText<&Callback::setDescription>(L, "setDescription");
         setMethod<&ProfileObject::isAllowed>(L, "isAllowed", this);
-        if constexpr (requires(Callback* c) { c->getParametersFactory(); }) {
+        if constexpr (requires(Callback * c) { c->getParametersFactory(); }) {
             mParameters.push(L);
             lua_setfield(L, -2, "parameters");
         }
@@ -91,7 +91,8 @@ private:
 
     int setRequiredSource(lua_State* L) {
         const int choice = checkChoice(L, {"tick", "bar"});
-        hostCall(L, [&] { mCallback->setRequiredSource(static_cast<decltype(mCallback->getRequiredSource())>(choice)); });
+        hostCall(L,
+                 [&] { mCallback->setRequiredSource(static_cast<decltype(mCallback->getRequiredSource())>(choice)); });
         return 0;
     }
 

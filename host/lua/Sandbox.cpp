@@ -12,10 +12,10 @@ namespace vexil3::lua {
 namespace {
 
 // No code from text or bytecode, no environments, no collector, no files.
-constexpr const char* kGlobals[] = {
-    "_VERSION", "assert",   "bit",    "coroutine",    "error",    "getmetatable", "ipairs", "math",
-    "next",     "pairs",    "pcall",  "rawequal",     "rawget",   "rawset",       "select", "setmetatable",
-    "string",   "table",    "tonumber", "tostring",   "type",     "unpack",       "xpcall"};
+constexpr const char* kGlobals[] = {"_VERSION", "assert",   "bit",    "coroutine",    "error",  "getmetatable",
+                                    "ipairs",   "math",     "next",   "pairs",        "pcall",  "rawequal",
+                                    "rawget",   "rawset",   "select", "setmetatable", "string", "table",
+                                    "tonumber", "tostring", "type",   "unpack",       "xpcall"};
 
 void openLibraries(lua_State* L) {
     for (const lua_CFunction open :

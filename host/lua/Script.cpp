@@ -45,20 +45,25 @@ bool findKind(ScriptState& state, ILanguageService::ObjectType& type, IError** e
             if (state.pushHandler(L, kindName(kind))) (type == ILanguageService::Unknown ? type : second) = kind;
     });
     if (!done || second == ILanguageService::Unknown) return done;
-    return invalid(std::string("The script declares both ") + kindName(type) + " and " + kindName(second) +
-                       "; it can be only one",
-                   state.id().c_str(), error);
+    return invalid(
+        std::string("The script declares both ") + kindName(type) + " and " + kindName(second) + "; it can be only one",
+        state.id().c_str(), error);
 }
 
 }  // namespace
 
 const char* kindName(ILanguageService::ObjectType type) {
     switch (type) {
-        case ILanguageService::Indicator: return "indicator";
-        case ILanguageService::Strategy: return "strategy";
-        case ILanguageService::Tool: return "tool";
-        case ILanguageService::Macro: return "macro";
-        default: return "";
+        case ILanguageService::Indicator:
+            return "indicator";
+        case ILanguageService::Strategy:
+            return "strategy";
+        case ILanguageService::Tool:
+            return "tool";
+        case ILanguageService::Macro:
+            return "macro";
+        default:
+            return "";
     }
 }
 
@@ -68,8 +73,8 @@ bool readFile(IFileAccessor* accessor, const char* fileName, std::string& id, st
         return false;
     }
     Ref<IError> failure;
-    const Ref<IFile> file(accessor->open(fileName, IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text,
-                                         failure.out()));
+    const Ref<IFile> file(
+        accessor->open(fileName, IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, failure.out()));
     if (file) {
         const char* const given = file->id();
         id = given ? given : fileName;
@@ -78,7 +83,8 @@ bool readFile(IFileAccessor* accessor, const char* fileName, std::string& id, st
     if (failure) {
         ErrorFactory::throwStack(error, failure.get());
     } else {
-        const std::string message = std::string("The file ") + fileName + (file ? " cannot be read" : " cannot be opened");
+        const std::string message =
+            std::string("The file ") + fileName + (file ? " cannot be read" : " cannot be opened");
         ErrorFactory::throwError(error, IError::StageFile, IError::CodeCannotOpen, message.c_str(), fileName, 0);
     }
     return false;

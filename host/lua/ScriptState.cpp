@@ -14,10 +14,10 @@ namespace vexil3::lua {
 namespace {
 
 constexpr const char kNoMemory[] = "not enough memory";  // in Lua's words
-constexpr int kHookInterval = 1000;               // instructions between two looks at the world
-constexpr std::uint64_t kSurveySteps = 50'000;    // of them, for a quick look
-constexpr int kHurry = 100'000'000;               // the collector's speed when memory is short
-constexpr std::size_t kNativeStack = 512 * 1024;  // bytes of nested calls between C and Lua
+constexpr int kHookInterval = 1000;                      // instructions between two looks at the world
+constexpr std::uint64_t kSurveySteps = 50'000;           // of them, for a quick look
+constexpr int kHurry = 100'000'000;                      // the collector's speed when memory is short
+constexpr std::size_t kNativeStack = 512UL * 1024;       // bytes of nested calls between C and Lua
 
 int appendBytes(lua_State*, const void* bytes, std::size_t size, void* text) {
     return !append(static_cast<const char*>(bytes), size, *static_cast<std::string*>(text));
@@ -81,8 +81,9 @@ int ScriptState::setUp(lua_State* L) {
     return 0;
 }
 
-void ScriptState::attach(IHost* host, IObjectNoRef* object) {
+void ScriptState::attach(IHost* host, IObjectNoRef* object, const std::atomic<Phase>* phase) {
     mHost = host;
+    mPhase = phase;
     mDebugged = mEnvironment.debugger ? object : nullptr;
     // A compiled trace would run past the hook.
     if (mDebugged) luaJIT_setmode(mState, 0, LUAJIT_MODE_ENGINE | LUAJIT_MODE_OFF);
@@ -236,7 +237,8 @@ void ScriptState::describeValue(lua_State* L, Fault& fault) {
         if (lua_pcall(L, 1, 2, 0) == 0 && lua_type(L, -2) == LUA_TSTRING) {
             copyText(L, -2, fault.text);
             if (lua_istable(L, -1)) readFrames(L, fault.frames);
-            if (!fault.frames.empty() && (lua_istable(L, -1) || fault.line == 0)) fault.line = fault.frames.front().line;
+            if (!fault.frames.empty() && (lua_istable(L, -1) || fault.line == 0))
+                fault.line = fault.frames.front().line;
             return;
         }
     }
@@ -281,7 +283,7 @@ const char* ScriptState::stopReason(lua_State* L, lua_Debug* event) {
             applyHook();
             if (!hasRoom) return kNoMemory;
         }
-        if (mUse == Use::Macro && mKilled.exchange(false)) mStopped = "stopped";
+        if (mPhase && *mPhase == Phase::Ending) mStopped = "stopped";
         if (mUse == Use::Survey && ++mSteps > kSurveySteps) mStopped = "the script takes too long to load";
     }
     if (mStopped) applyHook();

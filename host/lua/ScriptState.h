@@ -20,7 +20,7 @@ namespace vexil3::lua {
 // process. So whatever can raise one happens in the work given to `run`, and what owns something
 // stays outside of that work.
 //
-// [script thread], but for kill. Not reentrant: a call from within a call reports an error.
+// [script thread]. Not reentrant: a call from within a call reports an error.
 class ScriptState {
 public:
     enum class Use {
@@ -37,9 +37,12 @@ public:
 
     static ScriptState& of(lua_State* L);
 
-    // From now on the script logs to `host` and runs for `object` under the environment's debugger;
-    // both may be null.
-    void attach(IHost* host, IObjectNoRef* object);
+    // What a script that another thread can end is doing.
+    enum class Phase { Idle, Busy, Ending };
+
+    // From now on the script logs to `host` and runs for `object` under the environment's debugger; a
+    // Macro ends, with an error, while `phase` is Ending. Each may be null.
+    void attach(IHost* host, IObjectNoRef* object, const std::atomic<Phase>* phase = nullptr);
 
     // Compiles text, and never bytecode, into the bytecode that runChunk takes.
     bool compile(std::string_view text, std::string& bytecode, IError** error);
@@ -67,11 +70,6 @@ public:
     bool callUpdate(lua_Integer first, lua_Integer second, IError** error);
     // Inside run: looks `update` up anew.
     void refreshUpdate(lua_State* L);
-
-    // Ends what runs, with an error, when the state's use is Macro. [any thread]
-    void kill() { mKilled = true; }
-    // Forgets a kill that came too late.
-    void forgetKill() { mKilled = false; }
 
     // Raises a Lua error when calls between C and Lua are nested so deep that the thread's stack
     // would not last.
@@ -126,6 +124,7 @@ private:
     lua_State* mState = nullptr;
     IHost* mHost = nullptr;
     IObjectNoRef* mDebugged = nullptr;
+    const std::atomic<Phase>* mPhase = nullptr;
 
     int mObject = LUA_NOREF, mUpdate = LUA_NOREF, mDescriber = LUA_NOREF;
     int mUpdateLine = 0;
@@ -138,8 +137,6 @@ private:
     std::vector<Frame> mFrames;
     const char* mStopped = nullptr;  // why nothing of the script may run on
     std::uint64_t mSteps = 0;
-
-    std::atomic<bool> mKilled{false};
 };
 
 }  // namespace vexil3::lua

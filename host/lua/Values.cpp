@@ -58,9 +58,14 @@ void pushText(lua_State* L, int index) {
             lua_pushvalue(L, index);
             lua_tostring(L, -1);
             break;
-        case LUA_TBOOLEAN: lua_pushstring(L, lua_toboolean(L, index) ? "true" : "false"); break;
-        case LUA_TNIL: lua_pushstring(L, "nil"); break;
-        default: lua_pushfstring(L, "%s: %p", luaL_typename(L, index), lua_topointer(L, index));
+        case LUA_TBOOLEAN:
+            lua_pushstring(L, lua_toboolean(L, index) ? "true" : "false");
+            break;
+        case LUA_TNIL:
+            lua_pushstring(L, "nil");
+            break;
+        default:
+            lua_pushfstring(L, "%s: %p", luaL_typename(L, index), lua_topointer(L, index));
     }
 }
 
@@ -97,17 +102,28 @@ void pushArgument(lua_State* L, IExecutableArgs* args, unsigned long index) {
         case IExecutableArgs::Boolean:
             lua_pushboolean(L, hostCall(L, [&] { return args->number(index) != 0; }));
             break;
-        case IExecutableArgs::Number: lua_pushnumber(L, hostCall(L, [&] { return args->number(index); })); break;
-        case IExecutableArgs::String: pushString(L, hostCall(L, [&] { return args->text(index); })); break;
-        default: lua_pushnil(L);
+        case IExecutableArgs::Number:
+            lua_pushnumber(L, hostCall(L, [&] { return args->number(index); }));
+            break;
+        case IExecutableArgs::String:
+            pushString(L, hostCall(L, [&] { return args->text(index); }));
+            break;
+        default:
+            lua_pushnil(L);
     }
 }
 
 void popResult(lua_State* L, IExecutableArgs* args) {
     switch (lua_type(L, -1)) {
-        case LUA_TNIL: hostCall(L, [&] { args->setNothing(); }); break;
-        case LUA_TBOOLEAN: hostCall(L, [&] { args->setBoolean(lua_toboolean(L, -1)); }); break;
-        case LUA_TNUMBER: hostCall(L, [&] { args->setNumber(lua_tonumber(L, -1)); }); break;
+        case LUA_TNIL:
+            hostCall(L, [&] { args->setNothing(); });
+            break;
+        case LUA_TBOOLEAN:
+            hostCall(L, [&] { args->setBoolean(lua_toboolean(L, -1)); });
+            break;
+        case LUA_TNUMBER:
+            hostCall(L, [&] { args->setNumber(lua_tonumber(L, -1)); });
+            break;
         default:
             pushText(L, lua_gettop(L));
             hostCall(L, [&] { args->setText(lua_tostring(L, -1)); });

@@ -15,11 +15,11 @@ protected:
 
 TEST_F(Debugging, EveryLineOfAHotLoopIsReported) {
     Indicator run;
-    ASSERT_TRUE(start(run, "function indicator() end\nfunction update(i, period)\n local sum = 0\n"
-                           " for i = 1, 10000 do\n  sum = sum + i\n end\nend"));
+    ASSERT_TRUE(start(run,
+                      "function indicator() end\nfunction update(i, period)\n local sum = 0\n"
+                      " for i = 1, 10000 do\n  sum = sum + i\n end\nend"));
     debugger.lines.clear();
-    for (int i = 0; i < 3; ++i)
-        ASSERT_TRUE(run->update(i, IIndicatorInstanceImplementation::AddBar, run.error.out()));
+    for (int i = 0; i < 3; ++i) ASSERT_TRUE(run->update(i, IIndicatorInstanceImplementation::AddBar, run.error.out()));
     const std::string body = std::string("@") + kFile + ":5";
     EXPECT_EQ(std::count(debugger.lines.begin(), debugger.lines.end(), body), 30000);
     EXPECT_EQ(debugger.created, std::vector<IObjectNoRef*>{&run.callback});
@@ -33,9 +33,10 @@ TEST_F(Debugging, EveryLineOfAHotLoopIsReported) {
 
 TEST_F(Debugging, ShowsCallsVariablesAndWatches) {
     Macro run;
-    ASSERT_TRUE(start(run, "function macro() end\nlevel = 7\nlocal outer = 'o'\nlocal function inner(a)\n"
-                           " local b, c = a + 1\n return b, outer\nend\nfunction execute()\n local r = inner(1)\n"
-                           " return r\nend"));
+    ASSERT_TRUE(start(run,
+                      "function macro() end\nlevel = 7\nlocal outer = 'o'\nlocal function inner(a)\n"
+                      " local b, c = a + 1\n return b, outer\nend\nfunction execute()\n local r = inner(1)\n"
+                      " return r\nend"));
     const std::unique_ptr<IString> a(IString::create()), b(IString::create()), c(IString::create());
     int seen = 0;
     debugger.onLine = [&](IDebuggerCallback* event, int line) {
@@ -80,8 +81,9 @@ TEST_F(Debugging, ShowsCallsVariablesAndWatches) {
 
 TEST_F(Debugging, EndsAScriptThatWouldCatchIt) {
     Indicator run;
-    ASSERT_TRUE(start(run, "function indicator() end\nfunction update()\n while true do\n"
-                           "  pcall(function()\n   local x = 1\n  end)\n end\nend"));
+    ASSERT_TRUE(start(run,
+                      "function indicator() end\nfunction update()\n while true do\n"
+                      "  pcall(function()\n   local x = 1\n  end)\n end\nend"));
     debugger.onLine = [](IDebuggerCallback*, int line) { return line == 5 ? 0 : 1; };
     EXPECT_FALSE(run->update(0, IIndicatorInstanceImplementation::AddBar, run.error.out()));
     EXPECT_NE(run.fault().message.find("stopped by the debugger"), std::string::npos);
@@ -96,8 +98,8 @@ TEST_F(Debugging, MayNotEnterTheScriptThatStands) {
     Ref<IError> inner;
     bool entered = true;
     debugger.onLine = [&](IDebuggerCallback*, int) {
-        entered = run->update(0, IIndicatorInstanceImplementation::AddBar, inner.out()) ||
-                  run->prepare(false, inner.out());
+        entered =
+            run->update(0, IIndicatorInstanceImplementation::AddBar, inner.out()) || run->prepare(false, inner.out());
         return 1;
     };
     EXPECT_TRUE(run->update(0, IIndicatorInstanceImplementation::AddBar, run.error.out()));

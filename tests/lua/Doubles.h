@@ -295,9 +295,7 @@ public:
     void setNumber(double value) override { result = std::to_string(static_cast<long>(value)); }
     void setText(const char* value) override { result = value; }
     bool isSucceeded() override { return !error; }
-    void setError(IError* value) override {
-        Ref<IError>::share(value).swap(error);
-    }
+    void setError(IError* value) override { Ref<IError>::share(value).swap(error); }
     IError* getError() override { return Ref<IError>::share(error.get()).detach(); }
 
     std::vector<double> given;
@@ -314,7 +312,9 @@ public:
 
 class Canvas : public Plain<IOwnerDrawnContext> {
 public:
-    void line(double a, double b, double c, double d, std::uint32_t color) override { add("line", {a, b, c, d}, color); }
+    void line(double a, double b, double c, double d, std::uint32_t color) override {
+        add("line", {a, b, c, d}, color);
+    }
     void rectangle(double a, double b, double c, double d, std::uint32_t color) override {
         add("rectangle", {a, b, c, d}, color);
     }

@@ -123,7 +123,8 @@ TEST_F(Errors, EveryWayToFailHasALineAndAText) {
         {"local function f() f() f() end f()", "stack overflow", 2},
         {"local function f() return (('a'):gsub('a', f)) end f()", "stack overflow", 2},
         {"local function f() return coroutine.wrap(f)() + 1 end f()", "stack overflow", 2},
-        {"local function f() local _, e = coroutine.resume(coroutine.create(f)) error(e, 0) end f()", "stack overflow", 2},
+        {"local function f() local _, e = coroutine.resume(coroutine.create(f)) error(e, 0) end f()", "stack overflow",
+         2},
         {"local t = setmetatable({}, {}) getmetatable(t).__tostring = function() log(t) return '' end log(t)",
          "stack overflow", 2},
         {"local function f() table.sort({3, 2, 1}, function(a, b) f() return a < b end) end f()", "stack overflow", 2},
@@ -161,12 +162,14 @@ TEST_F(Errors, LongNamesStayWhole) {
 TEST_F(Errors, LoadingFailsWithTheScriptsLine) {
     Macro broken, failing, other, kindless, declaring, late;
     EXPECT_FALSE(load(broken, "function macro() end\nlocal = 5"));
-    EXPECT_EQ(std::make_tuple(broken.fault().stage, broken.fault().code, broken.fault().line), std::make_tuple(3, 23, 2));
+    EXPECT_EQ(std::make_tuple(broken.fault().stage, broken.fault().code, broken.fault().line),
+              std::make_tuple(3, 23, 2));
     EXPECT_EQ(broken.fault().message, "'<name>' expected near '='");
     EXPECT_EQ(broken.fault().file, kFile);
 
     EXPECT_FALSE(load(failing, "function macro() end\nerror('top')"));
-    EXPECT_EQ(failing.fault().message, std::string(kFile) + ":2: top\nstack traceback:\n\t" + kFile + ":2: in main chunk");
+    EXPECT_EQ(failing.fault().message,
+              std::string(kFile) + ":2: top\nstack traceback:\n\t" + kFile + ":2: in main chunk");
 
     EXPECT_FALSE(load(other, "function tool() end"));
     EXPECT_EQ(other.fault().message, "The script is no macro but declares the kind tool");
@@ -175,8 +178,9 @@ TEST_F(Errors, LoadingFailsWithTheScriptsLine) {
     EXPECT_FALSE(load(declaring, "function macro(p)\n p:setName() end"));
     EXPECT_EQ(declaring.fault().line, 2);
 
-    EXPECT_FALSE(start(late, "if tries then tries = nil end function macro(p) end\nif log('x') == nil and P then end\n"
-                             "local n = 0; for i = 1, 3 do n = n + i end\nbroken = n.x.y"));
+    EXPECT_FALSE(start(late,
+                       "if tries then tries = nil end function macro(p) end\nif log('x') == nil and P then end\n"
+                       "local n = 0; for i = 1, 3 do n = n + i end\nbroken = n.x.y"));
     EXPECT_EQ(late.fault().line, 4);
 
     Ref<IError> error;

@@ -26,7 +26,8 @@ TEST_F(Instances, IndicatorFollowsBarsThatComeAndChange) {
     Indicator run;
     run.callback.parameters.all = {{"N", IParameters::Integer, 3, ""}};
     ASSERT_TRUE(start(run, kAverage)) << run.fault().message;
-    EXPECT_EQ(run.profileCallback.calls, (std::vector<std::string>{"setName Moving average", "integer N Periods 14 1 1000"}));
+    EXPECT_EQ(run.profileCallback.calls,
+              (std::vector<std::string>{"setName Moving average", "integer N Periods 14 1 1000"}));
     ASSERT_TRUE(run->prepare(false, run.error.out()));
     Prices& source = run.callback.source;
     for (int i = 0; i < 100; ++i) {
@@ -65,9 +66,11 @@ TEST_F(Instances, StreamsRefuseWhatTheHostCouldNotShow) {
     for (const auto& [statement, message] : cases) {
         Indicator run;
         run.callback.source = Prices(10);
-        ASSERT_TRUE(start(run, "function indicator() end local s\n"
-                               "function prepare(i) s = i:addStream('S', 'Label') end\n"
-                               "function update(i) " + std::string(statement) + " end"));
+        ASSERT_TRUE(start(run,
+                          "function indicator() end local s\n"
+                          "function prepare(i) s = i:addStream('S', 'Label') end\n"
+                          "function update(i) " +
+                              std::string(statement) + " end"));
         ASSERT_TRUE(run->prepare(false, run.error.out()));
         EXPECT_FALSE(run->update(9, IIndicatorInstanceImplementation::AddBar, run.error.out())) << statement;
         EXPECT_NE(run.fault().message.find(message), std::string::npos) << run.fault().message;
@@ -86,8 +89,7 @@ function notifyFinished(i, cookie, values)
 end)"));
     Values values;
     ASSERT_TRUE(run->notifyFinished(7, &values, run.error.out())) << run.fault().message;
-    EXPECT_EQ(run.callback.host.lines[0],
-              "7 filled EUR/USD 10 10 10 10 9 8.7 8.8 8.9 9.1 8.6 nil nil nil");
+    EXPECT_EQ(run.callback.host.lines[0], "7 filled EUR/USD 10 10 10 10 9 8.7 8.8 8.9 9.1 8.6 nil nil nil");
 }
 
 TEST_F(Instances, StrategySeesNoBarToCome) {
@@ -108,7 +110,8 @@ end)"));
 
 TEST_F(Instances, ParametersAreCheckedAndChanged) {
     Tool run;
-    run.callback.parameters = {{"N", IParameters::Integer, 5, ""}, {"on", IParameters::Boolean, 1, ""},
+    run.callback.parameters = {{"N", IParameters::Integer, 5, ""},
+                               {"on", IParameters::Boolean, 1, ""},
                                {"title", IParameters::String, 0, "Trend"}};
     ASSERT_TRUE(start(run, R"(function tool() end
 function checkParameters(instance, p) if p.N > 9 then return "N is too big" end end
@@ -149,8 +152,9 @@ function drag(instance) draw(instance, 0, {line = 0}) end)"));
 
 TEST_F(Instances, MembersAreFoundAndInvoked) {
     Macro run;
-    ASSERT_TRUE(start(run, "function macro() end\nlevel = 3\nfunction twice(x) return 2 * x end\n"
-                           "function fail() local x = nil; return x.y end\nlocal hidden = 1"));
+    ASSERT_TRUE(start(run,
+                      "function macro() end\nlevel = 3\nfunction twice(x) return 2 * x end\n"
+                      "function fail() local x = nil; return x.y end\nlocal hidden = 1"));
     int method = -1, property = -1, failing = -1;
     IExecutable::MemberType type{};
     ASSERT_TRUE(run->findMember("twice", &method, &type));

@@ -18,7 +18,8 @@ TEST_F(Languages, RecognizesTheFourKinds) {
         accessor->files[kFile] = text;
         ILanguageService::ObjectType type = ILanguageService::Macro;
         Ref<IError> error;
-        EXPECT_EQ(language->recognizeFile(accessor.get(), kFile, type, error.out()), expected != ILanguageService::Unknown)
+        EXPECT_EQ(language->recognizeFile(accessor.get(), kFile, type, error.out()),
+                  expected != ILanguageService::Unknown)
             << text;
         EXPECT_EQ(type, expected) << text;
         EXPECT_FALSE(error) << text;
@@ -36,7 +37,8 @@ TEST_F(Languages, ChecksSyntaxWithoutRunning) {
     EXPECT_TRUE(language->checkSyntax(nullptr, accessor.get(), kFile, "", error.out()));
     EXPECT_FALSE(error);
     EXPECT_FALSE(language->checkSyntax(nullptr, accessor.get(), kFile, "\n\nx = = 1", error.out()));
-    EXPECT_EQ(std::make_tuple(faultOf(error).line, faultOf(error).stage, faultOf(error).code), std::make_tuple(3, 3, 23));
+    EXPECT_EQ(std::make_tuple(faultOf(error).line, faultOf(error).stage, faultOf(error).code),
+              std::make_tuple(3, 3, 23));
     accessor->files[kFile] = "\nlocal";
     EXPECT_FALSE(language->checkSyntax(nullptr, accessor.get(), kFile, nullptr, error.out()));
     EXPECT_EQ(faultOf(error).line, 2);

@@ -7,9 +7,7 @@ namespace vexil3::test {
 
 class Limits : public LuaTest {
 protected:
-    void limitMemory(std::size_t bytes) {
-        ASSERT_TRUE(language->setOption(ILanguage::MemoryLimit, &bytes, nullptr));
-    }
+    void limitMemory(std::size_t bytes) { ASSERT_TRUE(language->setOption(ILanguage::MemoryLimit, &bytes, nullptr)); }
 };
 
 constexpr std::size_t kMiB = 1 << 20;
@@ -28,8 +26,8 @@ TEST_F(Limits, MemoryRunsOutAtALineAndTheScriptLivesOn) {
         for (const char* body : bodies) {
             Indicator run;
             limitMemory(24 * kMiB);
-            ASSERT_TRUE(start(run, "function indicator() end\nfunction " + std::string(handler) + "(i, p) if p == 1 then return end " +
-                                       body + " end"));
+            ASSERT_TRUE(start(run, "function indicator() end\nfunction " + std::string(handler) +
+                                       "(i, p) if p == 1 then return end " + body + " end"));
             const auto call = [&](int period) {
                 return *handler == 'u' ? run->update(period, IIndicatorInstanceImplementation::AddBar, run.error.out())
                                        : run->prepare(period, run.error.out());
@@ -44,8 +42,9 @@ TEST_F(Limits, MemoryRunsOutAtALineAndTheScriptLivesOn) {
 TEST_F(Limits, GarbageIsNotCounted) {
     limitMemory(16 * kMiB);
     Indicator run;
-    ASSERT_TRUE(start(run, "function indicator() end\nfunction update() local keep = {}\n"
-                           "for i = 1, 3e6 do keep[i % 1000 + 1] = {i, {}, ('x'):rep(i % 100)} end end"));
+    ASSERT_TRUE(start(run,
+                      "function indicator() end\nfunction update() local keep = {}\n"
+                      "for i = 1, 3e6 do keep[i % 1000 + 1] = {i, {}, ('x'):rep(i % 100)} end end"));
     EXPECT_TRUE(run->update(0, IIndicatorInstanceImplementation::AddBar, run.error.out())) << run.fault().message;
 }
 
@@ -83,7 +82,8 @@ TEST_F(Limits, KillEndsATightLoop) {
 
 TEST_F(Limits, KillOfAnIdleMacroEndsNothing) {
     Macro run;
-    ASSERT_TRUE(start(run, "function macro() end function execute() for i = 1, 1e5 do end end function kill() log('k') end"));
+    ASSERT_TRUE(
+        start(run, "function macro() end function execute() for i = 1, 1e5 do end end function kill() log('k') end"));
     EXPECT_TRUE(run->kill(run.error.out()));
     EXPECT_TRUE(run->execute(run.error.out())) << run.fault().message;
     EXPECT_EQ(run.callback.host.lines.size(), 1u);
