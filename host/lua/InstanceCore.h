@@ -30,7 +30,10 @@ public:
             fill(L);
             mState->setObject(L);
         });
+        // The top level ran when the profile was declared, and what it logs was seen then.
+        mState->setHost(nullptr);
         mIsStarted = done && mState->runChunk(mScript->bytecode, error);
+        mState->setHost(callback->getHost());
         return mIsStarted;
     }
 

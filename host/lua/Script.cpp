@@ -96,9 +96,16 @@ std::shared_ptr<Script> loadScript(Environment& environment, IFileAccessor* acce
     std::string text;
     if (!readFile(accessor, fileName, script->id, text, error)) return nullptr;
     ScriptState state(environment, script->id, ScriptState::Use::Survey);
-    if (!state.compile(text, script->bytecode, error) || !state.runChunk(script->bytecode, error) ||
-        !findKind(state, script->type, error))
+    if (!state.compile(text, script->bytecode, error)) return nullptr;
+    Ref<IError> fault;
+    const bool ran = state.runChunk(script->bytecode, fault.out());
+    if (!findKind(state, script->type, error)) return nullptr;
+    // A script that fails after it has declared its kind is loaded all the same: it fails again where
+    // it is declared, and that error reaches whoever loads it with the profile that it belongs to.
+    if (!ran && script->type == ILanguageService::Unknown) {
+        ErrorFactory::throwStack(error, fault.get());
         return nullptr;
+    }
     script->bytecode.shrink_to_fit();
     return script;
 }

@@ -43,6 +43,7 @@ public:
     // From now on the script logs to `host` and runs for `object` under the environment's debugger; a
     // Macro ends, with an error, while `phase` is Ending. Each may be null.
     void attach(IHost* host, IObjectNoRef* object, const std::atomic<Phase>* phase = nullptr);
+    void setHost(IHost* host) { mHost = host; }
 
     // Compiles text, and never bytecode, into the bytecode that runChunk takes.
     bool compile(std::string_view text, std::string& bytecode, IError** error);
