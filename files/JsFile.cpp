@@ -51,6 +51,23 @@ int announcedLength(unsigned char lead) {
     return lead < 0xF8 ? 4 : 0;
 }
 
+// Stores what is left of the line, or what fits, in one go if it is ASCII; else changes nothing.
+bool takePlainLine(const char*& at, const char* textEnd, wchar_t*& stored, const wchar_t* limit) {
+    const std::size_t reach = static_cast<std::size_t>(std::min<std::ptrdiff_t>(textEnd - at, limit - stored));
+    const void* feed = std::memchr(at, '\n', reach);
+    const std::size_t count = feed ? static_cast<std::size_t>(static_cast<const char*>(feed) - at) + 1 : reach;
+    unsigned char seen = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto byte = static_cast<unsigned char>(at[i]);
+        seen |= byte;
+        stored[i] = byte;
+    }
+    if (seen >= 0x80) return false;
+    at += count;
+    stored += count;
+    return true;
+}
+
 // Could this byte stand in a number or one of its names (infinity, nan(...))?
 bool inNumber(char c) { return std::isalnum(static_cast<unsigned char>(c)) || (c && std::strchr("+-.,()_", c)); }
 
@@ -170,24 +187,18 @@ bool JsFile::readLineUnicode(wchar_t* buffer, unsigned long size, IError** error
     wchar_t* stored = buffer;
     wchar_t* const limit = buffer + (size - 1);
     bool valid = true;
-    while (at != textEnd && stored != limit) {
-        const auto lead = static_cast<unsigned char>(*at);
-        if (lead < 0x80) {
-            ++at;
-            *stored++ = lead;
-            if (lead == '\n') break;
-            continue;
-        }
+    bool more = !takePlainLine(at, textEnd, stored, limit);
+    while (more && at != textEnd && stored != limit) {
         const char* next = at;
-        at += std::min<std::ptrdiff_t>(announcedLength(lead), textEnd - at);
+        at += std::min<std::ptrdiff_t>(announcedLength(static_cast<unsigned char>(*at)), textEnd - at);
         try {
             const auto point = utf8::next(next, textEnd);
             *stored++ = static_cast<wchar_t>(point);
+            more = point != '\n';
         } catch (const utf8::not_enough_room&) {
-            break;
+            more = false;
         } catch (const utf8::exception&) {
-            valid = false;
-            break;
+            valid = more = false;
         }
     }
     *stored = 0;

@@ -1,7 +1,7 @@
 #include "lines/ErrorLines.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -65,10 +65,11 @@ private:
         int line = leadingNumber(number);
         mapLine(mTable, line);
         char digits[16];
-        const int length = std::snprintf(digits, sizeof digits, "%d", line);
+        const char* const end = std::to_chars(digits, digits + sizeof digits, line).ptr;
         mRest.remove_prefix(number.size());
-        mDone.append(digits, static_cast<std::size_t>(length));
-        return static_cast<std::size_t>(length);
+        const std::size_t length = static_cast<std::size_t>(end - digits);
+        mDone.append(digits, length);
+        return length;
     }
 
     void take(std::size_t count) {

@@ -2,8 +2,12 @@
 function runStudy(source) {
   var parameters = {}, streams = [];
   function add(id, name, value) { parameters[id] = value; }
+  function ignore() {}
   indicator({
-    setName: function () {},
+    setName: ignore,
+    setDescription: ignore,
+    setRequiredSource: ignore,
+    setIndicatorType: ignore,
     parameters: { addInteger: add, addDouble: add, addBoolean: add, addString: add }
   });
   var instance = {
