@@ -91,13 +91,27 @@ TEST_F(Limits, KillOfAnIdleMacroEndsNothing) {
 
 TEST_F(Limits, AScriptMustLoadInTime) {
     ILanguageService::ObjectType type{};
-    accessor->files[kFile] = "function macro() end\nwhile true do pcall(function() while true do end end) end";
+    accessor->files[kFile] = "\nwhile true do pcall(function() while true do end end) end";
     Ref<IError> error;
     EXPECT_FALSE(language->recognizeFile(accessor.get(), kFile, type, error.out()));
     EXPECT_EQ(faultOf(error).line, 2);
     EXPECT_NE(faultOf(error).message.find("takes too long"), std::string::npos);
+    for (const char* text : {"function macro()\n while true do end end", "function macro() end\nwhile true do end"}) {
+        Macro run;
+        EXPECT_FALSE(load(run, text));
+        EXPECT_EQ(run.fault().line, 2);
+    }
+}
+
+TEST_F(Limits, AFaultOfTheTopLevelComesWithTheProfile) {
+    ILanguageService::ObjectType type{};
+    accessor->files[kFile] = "function macro() end\nerror('no')";
+    Ref<IError> error;
+    EXPECT_TRUE(language->recognizeFile(accessor.get(), kFile, type, error.out()));
+    EXPECT_EQ(type, ILanguageService::Macro);
+    EXPECT_FALSE(error);
     Macro run;
-    EXPECT_FALSE(load(run, "function macro()\n while true do end end"));
+    EXPECT_FALSE(load(run, accessor->files[kFile].c_str()));
     EXPECT_EQ(run.fault().line, 2);
 }
 
