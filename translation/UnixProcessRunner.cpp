@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <system_error>
+#include <utility>
 
 #include "language/Resources.h"
 #include "translation/Descriptor.h"
@@ -41,22 +42,25 @@ std::unique_ptr<ProcessResult> systemFailure(int errorNumber) {
     return std::make_unique<ProcessResult>(kRefused, std::generic_category().message(errorNumber), std::string());
 }
 
-// The file's bytes; empty when it cannot be read.
-std::string readWhole(const std::string& path) {
+// Adds the file's bytes to `text`; nothing where there is no file. 0, or the errno that kept a file
+// from being read whole.
+int readWhole(const std::string& path, std::string& text) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!file) return errno == ENOENT || errno == ELOOP ? 0 : errno;
     struct stat facts;
-    std::string text;
-    if (!file || fstat(file.get(), &facts) != 0 || !S_ISREG(facts.st_mode)) return text;
+    if (fstat(file.get(), &facts) != 0) return errno;
+    if (!S_ISREG(facts.st_mode)) return 0;
     text.resize(static_cast<std::size_t>(facts.st_size));
     std::size_t done = 0;
     while (done < text.size()) {
         const ssize_t count = read(file.get(), text.data() + done, text.size() - done);
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
+        if (count < 0) return errno;
+        if (count == 0) break;
         done += static_cast<std::size_t>(count);
     }
     text.resize(done);
-    return text;
+    return 0;
 }
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
@@ -97,8 +101,11 @@ std::unique_ptr<ProcessResult> UnixProcessRunner::readFromPipe() {
     if (const int reason = process.startError()) return systemFailure(reason);
     const std::optional<int> status = process.wait();
 
-    std::string out = readWhole(outFile.path());
-    std::string err = readWhole(errFile.path());
+    std::string out, err;
+    for (const auto& [file, text] : {std::pair(&outFile, &out), std::pair(&errFile, &err)}) {
+        // A result that is there but cannot be had must not pass for an empty one, and be kept as such.
+        if (const int reason = readWhole(file->path(), *text)) return systemFailure(reason);
+    }
     // Where the status is lost, the files tell: only a translation leaves a text and its listing.
     const int code = status ? *status : out.empty() || !isListing(err);
     if (code != 0) replaceAll(err, sourcePath, scriptName);

@@ -50,8 +50,8 @@ public:
                                                   IError** error) override {
         return make<ToolProfileRecorder>("createToolProfile", accessor, name, metadata, error);
     }
-    IMacroProfileImplementation* createMacroProfile(IFileAccessor* accessor, const char* name,
-                                                    ILoadMetadata* metadata, IError** error) override {
+    IMacroProfileImplementation* createMacroProfile(IFileAccessor* accessor, const char* name, ILoadMetadata* metadata,
+                                                    IError** error) override {
         return make<MacroProfileRecorder>("createMacroProfile", accessor, name, metadata, error);
     }
 

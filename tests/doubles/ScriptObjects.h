@@ -80,7 +80,9 @@ class IndicatorRecorder final : public InstanceRecorder<IIndicatorInstanceImplem
 public:
     bool prepare(bool nameOnly, IError** e) override { return called(e, "prepare", nameOnly); }
     bool update(int period, UpdateType type, IError** e) override { return called(e, "update", period, type); }
-    bool notifyFinished(int cookie, IValueMap* v, IError** e) override { return called(e, "notifyFinished", cookie, v); }
+    bool notifyFinished(int cookie, IValueMap* v, IError** e) override {
+        return called(e, "notifyFinished", cookie, v);
+    }
     bool releaseInstance(IError** e) override { return called(e, "releaseInstance"); }
     bool draw(IOwnerDrawnContext::Stage stage, IOwnerDrawnContext* c, IError** e) override {
         return called(e, "draw", stage, c);
@@ -91,7 +93,9 @@ class StrategyRecorder final : public InstanceRecorder<IStrategyInstanceImplemen
 public:
     bool prepare(bool nameOnly, IError** e) override { return called(e, "prepare", nameOnly); }
     bool update(IError** e) override { return called(e, "update"); }
-    bool notifyFinished(int cookie, IValueMap* v, IError** e) override { return called(e, "notifyFinished", cookie, v); }
+    bool notifyFinished(int cookie, IValueMap* v, IError** e) override {
+        return called(e, "notifyFinished", cookie, v);
+    }
     bool releaseInstance(IError** e) override { return called(e, "releaseInstance"); }
     bool canChangeParameters() override { return called(nullptr, "canChangeParameters"); }
     bool checkParameters(IParameters* p, char* buffer, unsigned long size, IError** e) override {
@@ -114,14 +118,14 @@ public:
     bool moveStart(IError** e) override { return called(e, "moveStart"); }
     bool move(int x, int y, double t, double p, IError** e) override { return called(e, "move", x, y, t, p); }
     bool moveFinished(IError** e) override { return called(e, "moveFinished"); }
-    bool moveReferencePointStart(int point, IError** e) override {
-        return called(e, "moveReferencePointStart", point);
-    }
+    bool moveReferencePointStart(int point, IError** e) override { return called(e, "moveReferencePointStart", point); }
     bool moveReferencePoint(int x, int y, double t, double p, IError** e) override {
         return called(e, "moveReferencePoint", x, y, t, p);
     }
     bool moveReferencePointFinished(IError** e) override { return called(e, "moveReferencePointFinished"); }
-    bool notifyFinished(int cookie, IValueMap* v, IError** e) override { return called(e, "notifyFinished", cookie, v); }
+    bool notifyFinished(int cookie, IValueMap* v, IError** e) override {
+        return called(e, "notifyFinished", cookie, v);
+    }
     bool releaseInstance(IError** e) override { return called(e, "releaseInstance"); }
     bool canChangeParameters() override { return called(nullptr, "canChangeParameters"); }
     bool checkParameters(IParameters* p, char* buffer, unsigned long size, IError** e) override {
@@ -138,7 +142,9 @@ public:
     bool releaseInstance(IError** e) override { return called(e, "releaseInstance"); }
     bool execute(IError** e) override { return called(e, "execute"); }
     bool execute(IParameters* p, IError** e) override { return called(e, "execute", p); }
-    bool notifyFinished(int cookie, IValueMap* v, IError** e) override { return called(e, "notifyFinished", cookie, v); }
+    bool notifyFinished(int cookie, IValueMap* v, IError** e) override {
+        return called(e, "notifyFinished", cookie, v);
+    }
     bool kill(IError** e) override { return called(e, "kill"); }
 };
 
@@ -191,7 +197,9 @@ class MacroProfileRecorder final
 public:
     bool localized = true;
 
-    bool is(_GUID id) const override { return (localized && id == IProfileLocalization::ID) || ProfileRecorder::is(id); }
+    bool is(_GUID id) const override {
+        return (localized && id == IProfileLocalization::ID) || ProfileRecorder::is(id);
+    }
     bool to(_GUID id, void** object) const override {
         if (!localized || !(id == IProfileLocalization::ID)) return ProfileRecorder::to(id, object);
         *object = const_cast<IProfileLocalization*>(static_cast<const IProfileLocalization*>(this));
@@ -208,7 +216,9 @@ public:
 class Arguments final : public IExecutableArgs {
 public:
     bool is(_GUID id) const override { return answers<IExecutableArgs, IObjectNoRef>(id); }
-    bool to(_GUID id, void** object) const override { return answersTo<IExecutableArgs, IObjectNoRef>(id, this, object); }
+    bool to(_GUID id, void** object) const override {
+        return answersTo<IExecutableArgs, IObjectNoRef>(id, this, object);
+    }
     unsigned long count() override { return 0; }
     ValueType type(unsigned long) override { return Nothing; }
     double number(unsigned long) override { return 0; }

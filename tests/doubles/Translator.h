@@ -12,12 +12,20 @@
 
 namespace vexil3::test {
 
+// A pattern, as fnmatch takes it, for any drawn name.
+inline std::string anyName(int length) {
+    std::string pattern;
+    while (length-- > 0) pattern += "[0-9A-Za-z]";
+    return pattern;
+}
+
 // Everything that a translation touches, in a folder of its own: bin/java first on the search path,
 // the cache, the temporary sources, the scripts.
 class Workplace {
 public:
     Workplace() {
-        for (const char* folder : {"bin", "cache", "tmp", "scripts"}) std::filesystem::create_directory(mFolder / folder);
+        for (const char* folder : {"bin", "cache", "tmp", "scripts"})
+            std::filesystem::create_directory(mFolder / folder);
         writeFile(mFolder / "bin/java", kScript);
         chmod((mFolder / "bin/java").c_str(), 0755);
         translatesTo("local x = 1\nprint(x)\n", "1\n1\n3\n");

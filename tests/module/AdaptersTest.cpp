@@ -45,13 +45,16 @@ TYPED_TEST(Adapters, InstancePassesEveryOperationOn) {
     typename TypeParam::HostInstance callback(&profile);
     typename TypeParam::Recorder maker;
     auto* inner = maker.getInstanceImplementation();
-    const Ref<typename TypeParam::InstanceAdapter> adapter(new typename TypeParam::InstanceAdapter(inner, &this->mCache));
+    const Ref<typename TypeParam::InstanceAdapter> adapter(new
+                                                           typename TypeParam::InstanceAdapter(inner, &this->mCache));
     inner->release();  // the adapter holds one of its own
 
     auto calls = TypeParam::converting();
-    calls.push_back([](Instance& i, IError**) { return i.findMember("m", somewhere<int>(30), somewhere<IExecutable::MemberType>(31)); });
+    calls.push_back([](Instance& i, IError**) {
+        return i.findMember("m", somewhere<int>(30), somewhere<IExecutable::MemberType>(31));
+    });
     calls.push_back([](Instance& i, IError**) { return i.isArray(); });
-    if constexpr (requires(Instance& i) { i.canChangeParameters(); })
+    if constexpr (requires(Instance & i) { i.canChangeParameters(); })
         calls.push_back([](Instance& i, IError**) { return i.canChangeParameters(); });
     // Besides these, the interface holds init and invoke.
     EXPECT_EQ(calls.size() + 2, TypeParam::lastInstanceSlot() - slotOf(&IObject::release));
@@ -77,7 +80,8 @@ TYPED_TEST(Adapters, InstanceRewritesWhatAnyOperationReports) {
     typename TypeParam::Recorder maker;
     maker.instancesRaise = kLuaFault;
     auto* inner = maker.getInstanceImplementation();
-    const Ref<typename TypeParam::InstanceAdapter> adapter(new typename TypeParam::InstanceAdapter(inner, &this->mCache));
+    const Ref<typename TypeParam::InstanceAdapter> adapter(new
+                                                           typename TypeParam::InstanceAdapter(inner, &this->mCache));
     inner->release();
 
     const std::vector<Fault> raw = {{4, 100, kLuaFault.message, "a.jsl", 5, 7}};
@@ -109,11 +113,13 @@ TYPED_TEST(Adapters, InvokeRewritesTheErrorInItsArguments) {
     typename TypeParam::HostInstance callback(&profile);
     typename TypeParam::Recorder maker;
     auto* inner = maker.getInstanceImplementation();
-    const Ref<typename TypeParam::InstanceAdapter> adapter(new typename TypeParam::InstanceAdapter(inner, &this->mCache));
+    const Ref<typename TypeParam::InstanceAdapter> adapter(new
+                                                           typename TypeParam::InstanceAdapter(inner, &this->mCache));
     inner->release();
     Arguments arguments;
     adapter->invoke(4, IExecutable::Get, somewhere<IObjectNoRef>(9), &arguments);
-    EXPECT_EQ(inner->journal.take(), std::vector{"invoke 4 1 0x90 " + shown(static_cast<IExecutableArgs*>(&arguments))});
+    EXPECT_EQ(inner->journal.take(),
+              std::vector{"invoke 4 1 0x90 " + shown(static_cast<IExecutableArgs*>(&arguments))});
     EXPECT_TRUE(arguments.isSucceeded());
 
     inner->raised = kLuaFault;
@@ -183,18 +189,13 @@ TYPED_TEST(Adapters, CallbackWrapperForwardsEverythingButTheAccessor) {
     wrapper.setProfile(&host);
     EXPECT_EQ(host.journal.take(), std::vector<std::string>{"getFileAccessor"});
 
-    std::vector<CallbackCall<Callback>> calls = {[](Callback& c) { return shown(c.getType()); },
-                                                 [](Callback& c) { return shown(c.getLanguage()); },
-                                                 [](Callback& c) { return shown(c.getObjectID()); },
-                                                 [](Callback& c) { return shown(c.getID()); },
-                                                 [](Callback& c) { return shown(c.getName()); },
-                                                 [](Callback& c) { return shown(c.getDescription()); },
-                                                 [](Callback& c) { return shown(c.getParameters()); },
-                                                 [](Callback& c) { return shown(c.getTags()); },
-                                                 [](Callback& c) { return shown(c.isPublic()); },
-                                                 [](Callback& c) { return shown(c.activeInstances()); },
-                                                 [](Callback& c) { return shown(c.getDomain()); },
-                                                 [](Callback& c) { return shown(c.getHost()); }};
+    std::vector<CallbackCall<Callback>> calls = {
+        [](Callback& c) { return shown(c.getType()); },       [](Callback& c) { return shown(c.getLanguage()); },
+        [](Callback& c) { return shown(c.getObjectID()); },   [](Callback& c) { return shown(c.getID()); },
+        [](Callback& c) { return shown(c.getName()); },       [](Callback& c) { return shown(c.getDescription()); },
+        [](Callback& c) { return shown(c.getParameters()); }, [](Callback& c) { return shown(c.getTags()); },
+        [](Callback& c) { return shown(c.isPublic()); },      [](Callback& c) { return shown(c.activeInstances()); },
+        [](Callback& c) { return shown(c.getDomain()); },     [](Callback& c) { return shown(c.getHost()); }};
     for (const auto call : TypeParam::forwarding()) calls.push_back(call);
     EXPECT_EQ(calls.size() + 1, TypeParam::lastCallbackSlot() - slotOf(&IObjectNoRef::to));
     for (const auto call : calls) {

@@ -36,7 +36,8 @@ int probe() {
     if (!create) return std::puts(dlerror()), 1;
     ILanguage* const language = create();
     if (!language) return std::puts("-> none"), 0;
-    const bool right = language->is(js::JsLanguage::ID) && language->is(ILanguage::ID) && language->setDebugger(nullptr);
+    const bool right =
+        language->is(js::JsLanguage::ID) && language->is(ILanguage::ID) && language->setDebugger(nullptr);
     language->release();
     return std::puts(right ? "-> a language" : "-> something else"), 0;
 }

@@ -63,11 +63,13 @@ void expectProfile(Creator<typename Kind::Interface> create, const char* name, I
         ASSERT_TRUE(profile) << name << testing::PrintToString(faults(error));
         EXPECT_FALSE(error);
         EXPECT_TRUE(profile->is(Kind::Adapter::ID)) << name;
-        EXPECT_EQ(lua->journal.take(), std::vector{std::string(name) + ' ' + kLua + ' ' + kScript + ' ' + shown(metadata)});
+        EXPECT_EQ(lua->journal.take(),
+                  std::vector{std::string(name) + ' ' + kLua + ' ' + kScript + ' ' + shown(metadata)});
         typename Kind::Host host;
         host.objectID = "id of s.jsl";
         profile->init(&host, error.out());
-        EXPECT_EQ(faults(error), (std::vector<Fault>{{4, 100, "id of s.jsl:13: x.jsl:13: declared badly", "id of s.jsl", 11, 7}}))
+        EXPECT_EQ(faults(error),
+                  (std::vector<Fault>{{4, 100, "id of s.jsl:13: x.jsl:13: declared badly", "id of s.jsl", 11, 7}}))
             << "by the table that creating it has recorded";
     }
     {

@@ -34,7 +34,8 @@ std::vector<std::string> slowSplit(const std::string& text, char delimiter) {
 }
 
 // The rewriting of one message, search by search on a whole text.
-std::string slowRewrite(std::string text, const std::string& marker, const std::string& file, js::FileLinesCache& cache) {
+std::string slowRewrite(std::string text, const std::string& marker, const std::string& file,
+                        js::FileLinesCache& cache) {
     for (std::size_t p = text.find(marker); p != std::string::npos;) {
         const std::size_t start = p + marker.size();
         const std::size_t end = std::min(text.find_first_of("\n: ", start), text.size());
@@ -70,14 +71,17 @@ protected:
 
 TEST(Pieces, SplitAndListingReadAsAStreamWould) {
     std::mt19937 random(7);
-    const std::vector<std::string> pieces = {"\n", "\n\n", "1", "23", "999999999", "1234567890", "99999999999999999999",
-                                             "-5", "+6", "\r", " ", "\t", "x", "7x", "0009", ",", "\v8"};
+    const std::vector<std::string> pieces = {
+        "\n", "\n\n", "1",  "23", "999999999", "1234567890", "9999999999", "4294967297", "99999999999999999999",
+        "-5", "+6",   "\r", " ",  "\t",        "x",          "7x",         "0009",       ",",
+        "\v8"};
     for (int round = 0; round < 20000; ++round) {
         const std::string text = randomText(random, pieces, 14);
         const std::vector<std::string> expected = slowSplit(text, '\n');
         ASSERT_EQ(js::split(text, '\n'), expected) << testing::PrintToString(text);
         std::vector<int> numbers;
-        for (const std::string& row : expected) numbers.push_back(static_cast<int>(std::strtol(row.c_str(), nullptr, 10)));
+        for (const std::string& row : expected)
+            numbers.push_back(static_cast<int>(std::strtol(row.c_str(), nullptr, 10)));
         ASSERT_EQ(js::parseLineListing(text), numbers) << testing::PrintToString(text);
     }
     std::vector<std::string> kept = {"first"};
@@ -101,7 +105,8 @@ TEST(FileLinesCache, MapsInsideItsTablesOnly) {
     std::vector<int> table = {5, 0, 8};
     cache.add("a", table);
     table[0] = 99;
-    const std::pair<int, int> cases[] = {{0, 5}, {1, 0}, {2, 8}, {3, -1}, {-1, -1}, {2147483647, -1}, {-2147483647, -1}};
+    const std::pair<int, int> cases[] = {{0, 5},   {1, 0},           {2, 8},           {3, -1},
+                                         {-1, -1}, {2147483647, -1}, {-2147483647, -1}};
     for (const auto& [lua, javaScript] : cases) {
         int line = lua;
         EXPECT_EQ(cache.getLine("a", line), javaScript >= 0);
@@ -123,11 +128,12 @@ TEST(FileLinesCache, MapsInsideItsTablesOnly) {
 TEST_F(Rewriting, EntriesKeepEverythingButTheirLines) {
     EXPECT_EQ(rewritten({{4, 100, "a.jsl:12: attempt to call a nil value", "a.jsl", 12, 5},
                          {2, 24, "a.jsl:8: error\nstack traceback:\n\ta.jsl:5: in main chunk", "a.jsl", 40, 0},
-                         {77, -3, "no marker 12:", "other.jsl", 5, 9}}),
+                         {77, 3, "no marker 12:", "other.jsl", 5, 9}}),
               (std::vector<Fault>{{4, 100, "a.jsl:10: attempt to call a nil value", "a.jsl", 10, 5},
                                   {2, 24, "a.jsl:7: error\nstack traceback:\n\ta.jsl:3: in main chunk", "a.jsl", 40, 0},
-                                  {77, -3, "no marker 12:", "other.jsl", 5, 9}}));
-    EXPECT_EQ(message("b.jsl:8: in a.jsl:8"), "b.jsl:7: in a.jsl:7") << "the entry's own table, whatever the text names";
+                                  {77, 3, "no marker 12:", "other.jsl", 5, 9}}));
+    EXPECT_EQ(message("b.jsl:8: in a.jsl:8"), "b.jsl:7: in a.jsl:7")
+        << "the entry's own table, whatever the text names";
     EXPECT_EQ(message("a.jsl:40: x"), "a.jsl:40: x");
     EXPECT_EQ(message("a.jsl: oops"), "a.jsl:0 oops");
     EXPECT_EQ(message("a.jsl:0012:"), "a.jsl:10:");
@@ -158,7 +164,8 @@ TEST_F(Rewriting, AnyMessageIsRewrittenAsSearchBySearch) {
         std::vector<int> table = {101, 10, 7, 1, 0, 99, -1, 1010, 5, 17};
         mCache.add(script.c_str(), table);
     }
-    std::vector<std::string> pieces = {".jsl:", ":", " ", "\n", "1", "10", "7", "0", "99", "-", "x", "\t", "12", "2147483648"};
+    std::vector<std::string> pieces = {".jsl:", ":",  " ", "\n", "1",  "10", "7",
+                                       "0",     "99", "-", "x",  "\t", "12", "2147483648"};
     for (const std::string& script : scripts) pieces.push_back(script + ":");
     for (int round = 0; round < 60000; ++round) {
         const std::string script = scripts[random() % scripts.size()], text = randomText(random, pieces, 12);
@@ -196,7 +203,9 @@ public:
     int frameLine = 0;
 
     bool is(_GUID id) const override { return answers<IDebuggerCallback, IObjectNoRef>(id); }
-    bool to(_GUID id, void** object) const override { return answersTo<IDebuggerCallback, IObjectNoRef>(id, this, object); }
+    bool to(_GUID id, void** object) const override {
+        return answersTo<IDebuggerCallback, IObjectNoRef>(id, this, object);
+    }
     bool calculateWatch(const char* expression, IString* value, IString* type, IError** error) override {
         journal.add("calculateWatch", expression, value, type);
         ErrorFactory::throwError(error, IError::StageScript, IError::CodeScriptFault, "a.jsl:12: watch", "a.jsl", 12);
@@ -231,12 +240,14 @@ TEST_F(Rewriting, DebuggerSeesJavaScriptLinesAndNotTheSupportFile) {
         const char* file;
         int lua, javaScript;
     };
-    const Case cases[] = {{"@a.jsl", 12, 10}, {"@a.jsl", 0, 0},  {"@a.jsl", 13, 13}, {"@a.jsl", -2, -2}, {"=a.jsl", 5, 3},
-                          {"a.jsl", 5, 5},    {"@b.jsl", 5, 5},  {"", 5, 5},         {nullptr, 5, 5},    {"@", 5, 5}};
+    const Case cases[] = {{"@a.jsl", 12, 10}, {"@a.jsl", 0, 0}, {"@a.jsl", 13, 13}, {"@a.jsl", -2, -2},
+                          {"=a.jsl", 5, 3},   {"a.jsl", 5, 5},  {"@b.jsl", 5, 5},   {"", 5, 5},
+                          {nullptr, 5, 5},    {"@", 5, 5}};
     for (const Case& c : cases) {
         lua.frameLine = c.lua;
         EXPECT_EQ(bridge.lineExecuting(object, &lua, c.file, c.lua), 5);
-        EXPECT_EQ(host.journal.take(), std::vector{"lineExecuting " + shown(object) + ' ' + shown(c.file) + ' ' + shown(c.javaScript)});
+        EXPECT_EQ(host.journal.take(),
+                  std::vector{"lineExecuting " + shown(object) + ' ' + shown(c.file) + ' ' + shown(c.javaScript)});
         EXPECT_EQ(host.frameLine, c.javaScript) << "frames go through the table of the event's file";
         EXPECT_EQ(lua.journal.take(), std::vector<std::string>{"getCallStackFrame 2 0x10 0x20 0x30"});
     }
@@ -258,8 +269,9 @@ TEST_F(Rewriting, DebuggerCallbackPassesEveryQuestionOn) {
     EXPECT_TRUE(callback.prepareVarList(false));
     EXPECT_EQ(callback.varCount(), 4u);
     EXPECT_STREQ(callback.varName(6), "v");
-    EXPECT_EQ(lua.journal.take(), (std::vector<std::string>{"calculateWatch x + 1 0x10 0x20", "prepareCallStack 1",
-                                                            "callStackDepth", "prepareVarList 0", "varCount", "varName 6"}));
+    EXPECT_EQ(lua.journal.take(),
+              (std::vector<std::string>{"calculateWatch x + 1 0x10 0x20", "prepareCallStack 1", "callStackDepth",
+                                        "prepareVarList 0", "varCount", "varName 6"}));
     lua.frameLine = 8;
     int line = 0;
     EXPECT_TRUE(callback.getCallStackFrame(0, nullptr, nullptr, nullptr, line));

@@ -16,9 +16,14 @@ TEST(MD5, DigestsAreTheStandardOnes) {
         {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789", "d174ab98d277d9f5a5611c2c9f419d9f"},
         {"12345678901234567890123456789012345678901234567890123456789012345678901234567890",
          "57edf4a22be3c955ac49da2e2107b67a"},
-        {std::string(55, 'a'), "ef1772b6dff9a122358552954ad0df65"}, {std::string(56, 'a'), "3b0c8ac703f828b04c6c197006d17218"}, {std::string(63, 'a'), "b06521f39153d618550606be297466d5"},
-        {std::string(64, 'a'), "014842d480b571495a4a0363793f7367"}, {std::string(65, 'a'), "c743a45e0d2e6a95cb859adae0248435"}, {std::string(119, 'a'), "8a7bd0732ed6a28ce75f6dabc90e1613"},
-        {std::string(120, 'a'), "5f61c0ccad4cac44c75ff505e1f1e537"}, {std::string(1000, 'a'), "cabe45dcc9ae5b66ba86600cca6b8ba8"}};
+        {std::string(55, 'a'), "ef1772b6dff9a122358552954ad0df65"},
+        {std::string(56, 'a'), "3b0c8ac703f828b04c6c197006d17218"},
+        {std::string(63, 'a'), "b06521f39153d618550606be297466d5"},
+        {std::string(64, 'a'), "014842d480b571495a4a0363793f7367"},
+        {std::string(65, 'a'), "c743a45e0d2e6a95cb859adae0248435"},
+        {std::string(119, 'a'), "8a7bd0732ed6a28ce75f6dabc90e1613"},
+        {std::string(120, 'a'), "5f61c0ccad4cac44c75ff505e1f1e537"},
+        {std::string(1000, 'a'), "cabe45dcc9ae5b66ba86600cca6b8ba8"}};
     for (const auto& [text, digest] : known) {
         EXPECT_EQ(md5(text), digest) << text.size() << " bytes";
         std::ostringstream stream;

@@ -100,14 +100,20 @@ TEST_F(ResourcesTest, TheSourceIsAskedOnceForEachTextInOrder) {
 TEST_F(ResourcesTest, TheCannotOpenTextIsCutToFitAndBelongsToItsThread) {
     const char* first = Resources::getErrorCantOpen("a.jsl");
     EXPECT_STREQ(first, "Cannot open the file a.jsl.");
-    std::thread([] { EXPECT_STREQ(Resources::getErrorCantOpen("other.jsl"), "Cannot open the file other.jsl."); }).join();
+    std::thread([] {
+        EXPECT_STREQ(Resources::getErrorCantOpen("other.jsl"), "Cannot open the file other.jsl.");
+    }).join();
     EXPECT_STREQ(first, "Cannot open the file a.jsl.");
     const std::string name(5000, 'n');
     EXPECT_EQ(Resources::getErrorCantOpen(name.c_str()), ("Cannot open the file " + name).substr(0, 4095));
     Texts source;
-    source.texts[51505] = "%s: nicht zu \xC3\xB6""ffnen";
+    source.texts[51505] =
+        "%s: nicht zu \xC3\xB6"
+        "ffnen";
     Resources::init(&source);
-    EXPECT_STREQ(Resources::getErrorCantOpen("a"), "a: nicht zu \xC3\xB6""ffnen");
+    EXPECT_STREQ(Resources::getErrorCantOpen("a"),
+                 "a: nicht zu \xC3\xB6"
+                 "ffnen");
 }
 
 }  // namespace vexil3::test

@@ -1,7 +1,8 @@
 // The runner of the external translator: what it starts, what it makes of the results, and what no
 // translator can do to it.
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <fnmatch.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -10,12 +11,11 @@
 #include <chrono>
 #include <ctime>
 #include <memory>
-#include <regex>
-#include <thread>
 
 #include "doubles/Translator.h"
 #include "translation/ExecutableDir.h"
 #include "translation/TemporaryFile.h"
+#include "translation/TranslatorProcess.h"
 #include "translation/UnixProcessRunner.h"
 
 namespace vexil3::test {
@@ -51,20 +51,21 @@ TEST_F(Runner, StartsJavaWithSevenJarsTheSourceAndTwoResultFiles) {
     EXPECT_STREQ(result->getOut(), "local x = 1\nprint(x)\n");
     EXPECT_STREQ(result->getErr(), "1\n1\n3\n");
     EXPECT_EQ(mPlace.source(), "let x = 1;\n");
-    const std::string file = " " + (mPlace / "cache/") + "[0-9A-Za-z]{10}";
-    const auto commandFor = [&](const std::string& p) {
-        return std::regex("-cp " + p + "antlr-3\\.5\\.2-complete-no-st3\\.jar:" + p + "scrivel\\.jar:" + p + "serializer\\.jar:" +
-                          p + "xalan\\.jar:" + p + "xercesImpl\\.jar:" + p + "xml-apis\\.jar:" + p +
-                          "scrivelbin\\.jar com\\.morrow\\.scrivel\\.Program " + mSource + file + file);
+    const std::string file = " " + (mPlace / "cache/") + anyName(10);
+    const auto isCommand = [&](const std::string& p) {
+        const std::string expected = "-cp " + p + "antlr-3.5.2-complete-no-st3.jar:" + p + "scrivel.jar:" + p +
+                                     "serializer.jar:" + p + "xalan.jar:" + p + "xercesImpl.jar:" + p +
+                                     "xml-apis.jar:" + p + "scrivelbin.jar com.morrow.scrivel.Program " + mSource +
+                                     file + file;
+        return fnmatch(expected.c_str(), mPlace.arguments().c_str(), 0) == 0;
     };
-    EXPECT_TRUE(std::regex_match(mPlace.arguments(), commandFor("/jars/"))) << mPlace.arguments();
+    EXPECT_TRUE(isCommand("/jars/")) << mPlace.arguments();
     const Variable unset("VEXIL_CLASSPATH", nullptr);
     run();
-    EXPECT_TRUE(std::regex_match(mPlace.arguments(), commandFor(js::getExecutableDir() + "/scrivel/")))
-        << mPlace.arguments();
+    EXPECT_TRUE(isCommand(js::getExecutableDir() + "/scrivel/")) << mPlace.arguments();
     const Variable empty("VEXIL_CLASSPATH", "");
     run();
-    EXPECT_TRUE(std::regex_match(mPlace.arguments(), commandFor(""))) << mPlace.arguments();
+    EXPECT_TRUE(isCommand("")) << mPlace.arguments();
 }
 
 TEST_F(Runner, IsBusyUntilCancelled) {
@@ -137,6 +138,11 @@ TEST_F(Runner, StreamsNeitherBlockNorDelay) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(runWhere("head -c 104857600 /dev/zero; head -c 1048576 /dev/zero >&2")->getCode(), 0);
     EXPECT_EQ(runWhere("exec >&- 2>&-; sleep 0.2; exit 3")->getCode(), 3 << 8);
+    // A shell that closes them itself leaves nothing to wait on, which must not become spinning.
+    const std::clock_t before = std::clock();
+    js::TranslatorProcess closed("exec >&- 2>&-; sleep 0.5; exit 3");
+    EXPECT_EQ(closed.wait(), 3 << 8);
+    EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 10);
     EXPECT_EQ(runWhere("exec 2>&-; sleep 0.2; echo x; exit 3")->getCode(), 3 << 8);
     EXPECT_EQ(runWhere("sleep 60 & echo $! >\"$here/grandchild\"; exit 4")->getCode(), 4 << 8);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
@@ -158,14 +164,16 @@ TEST_F(Runner, ChildGetsNoneOfOurDescriptors) {
         inherited += number == kept;
         std::error_code none;
         const auto ours = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(number), none);
-        EXPECT_TRUE(number == kept || ours == target) << line << " is not of the test itself, in\n" << readFile(mPlace / "descriptors");
+        EXPECT_TRUE(number == kept || ours == target) << line << " is not of the test itself, in\n"
+                                                      << readFile(mPlace / "descriptors");
         EXPECT_EQ(target.find(mPlace.path()), std::string::npos) << line;
     }
     EXPECT_EQ(inherited, 1) << readFile(mPlace / "descriptors");
 }
 
 TEST_F(Runner, HostMayTakeTheChildsStatus) {
-    struct sigaction ignore {}, earlier {};
+    struct sigaction ignore {
+    }, earlier{};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGCHLD, &ignore, &earlier);
     const Result fine = run();
@@ -180,6 +188,7 @@ TEST_F(Runner, HostMayTakeTheChildsStatus) {
 }
 
 TEST_F(Runner, WithoutDescriptorsOrItsFolderItFailsWithTheSystemsReason) {
+    run();  // a sanitizer needs a descriptor when it first meets a class
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
     int failures = 0;
@@ -205,19 +214,21 @@ TEST_F(Runner, WithoutDescriptorsOrItsFolderItFailsWithTheSystemsReason) {
 }
 
 TEST_F(Runner, ResultThatCannotBeReadIsAFailureAndNoEmptyTranslation) {
+    run();  // a sanitizer needs a descriptor when it first meets a class
     mPlace.misbehaves("mkdir \"$here/started\"; while [ ! -d \"$here/go\" ]; do sleep 0.01; done");
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
-    std::thread neighbour([&] {
+    const pid_t parent = getpid(), neighbour = fork();
+    if (neighbour == 0) {
         while (!std::filesystem::exists(mPlace / "started")) usleep(1000);
-        rlimit none = before;
-        none.rlim_cur = 3;
-        setrlimit(RLIMIT_NOFILE, &none);
+        const rlimit none = {3, before.rlim_max};
+        prlimit(parent, RLIMIT_NOFILE, &none, nullptr);
         std::filesystem::create_directory(mPlace / "go");
-    });
+        _exit(0);
+    }
     const Result result = run();
-    neighbour.join();
     setrlimit(RLIMIT_NOFILE, &before);
+    waitpid(neighbour, nullptr, 0);
     EXPECT_EQ(result->getCode(), 1);
     EXPECT_STREQ(result->getErr(), "Too many open files");
 }

@@ -107,7 +107,8 @@ protected:
         const Ref<js::JsFileAccessor> accessor(new (std::nothrow) js::JsFileAccessor(mFiles.get()));
         if (!accessor) return "";
         Ref<IError> error;
-        const Ref<IFile> file(accessor->open("s.jsl", IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error.out()));
+        const Ref<IFile> file(
+            accessor->open("s.jsl", IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error.out()));
         if (!file) return error && gFailures ? "" : "neither a file nor an error";
         void* translated = nullptr;
         if (!file->to(js::JsFile::ID, &translated)) return "not translated";
@@ -149,7 +150,8 @@ TEST_F(Allocation, OpeningWhatTheTranslatorRefuses) {
         const Ref<js::JsFileAccessor> accessor(new (std::nothrow) js::JsFileAccessor(mFiles.get()));
         if (!accessor) return "";
         Ref<IError> error;
-        const Ref<IFile> file(accessor->open("s.jsl", IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error.out()));
+        const Ref<IFile> file(
+            accessor->open("s.jsl", IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error.out()));
         return file ? "a file" : !error ? "no error" : gFailures || error->count() == 2 ? "" : "too few errors";
     });
 }
@@ -241,7 +243,8 @@ TEST_F(Allocation, DebuggerEventsAndMessages) {
                      [] { Resources::deinit(); });
     withEveryFailure(
         [] {
-            const std::string_view text = Resources::getErrorCantOpen("a name that is too long for a string without memory");
+            const std::string_view text =
+                Resources::getErrorCantOpen("a name that is too long for a string without memory");
             return text.starts_with("Cannot open the file") ? "" : "a wrong text";
         },
         [] { Resources::deinit(), Resources::mLastParameterError = std::string(); });

@@ -79,8 +79,10 @@ TEST(Threads, ShareALanguage) {
             for (int s = 0; s < kScripts; ++s)
                 expected += std::to_string(s) + ".jsl:" + std::to_string(s == script ? lineOf(s) : 2) + ": ";
             const std::string seen =
-                i % 4 == 0   ? errorOfRun<IndicatorKind>(language, &ILanguage::createIndicatorProfile, files.get(), script)
-                : i % 4 == 1 ? errorOfRun<StrategyKind>(language, &ILanguage::createStrategyProfile, files.get(), script)
+                i % 4 == 0
+                    ? errorOfRun<IndicatorKind>(language, &ILanguage::createIndicatorProfile, files.get(), script)
+                : i % 4 == 1
+                    ? errorOfRun<StrategyKind>(language, &ILanguage::createStrategyProfile, files.get(), script)
                 : i % 4 == 2 ? errorOfRun<ToolKind>(language, &ILanguage::createToolProfile, files.get(), script)
                              : errorOfRun<MacroKind>(language, &ILanguage::createMacroProfile, files.get(), script);
             ASSERT_EQ(seen, expected + "x");
@@ -95,8 +97,8 @@ TEST(Threads, ShareALanguage) {
             const std::string source = "changed " + std::to_string(i);
             place.script("changing.jsl", source);
             const Ref<js::JsFileAccessor> accessor(new js::JsFileAccessor(files.get()));
-            const Ref<IFile> file(accessor->open("changing.jsl", IFileAccessor::Open, IFileAccessor::Read,
-                                                 IFileAccessor::Text, nullptr));
+            const Ref<IFile> file(
+                accessor->open("changing.jsl", IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, nullptr));
             void* translated = nullptr;
             ASSERT_TRUE(file && file->to(js::JsFile::ID, &translated));
             ASSERT_EQ(static_cast<js::JsFile*>(translated)->getSource(), source);
