@@ -2,24 +2,23 @@
 #pragma once
 
 #include <vexil3/error.h>
-#include <vexil3/ref.h>
 
-#include "lines/ErrorLines.h"
+#include "lines/FileLinesCache.h"
 
 namespace vexil3::js {
 
-// The name under which an error's lines are looked up: the object ID of the reporting object's
-// profile, asked of the host only when there is an error. Null: the host has not said yet.
-template <class NameOf>
-class ErrorMapper {
+// A temporary that is passed for an IError** and goes when the call it was passed to has returned:
+// only if there was an error then, the caller's slot is written.
+class VEXIL_API ErrorMapper {
 public:
-    ErrorMapper(IError** error, FileLinesCache* cache, NameOf nameOf) noexcept
-        : mError(error), mCache(cache), mNameOf(nameOf) {}
+    // Gives the name under which an error's lines are looked up, the object ID of the reporting
+    // object's profile; null while the host has not said. Asked only when there is an error.
+    using NameOf = const char* (*)(void* object);
+
+    ErrorMapper(IError** error, FileLinesCache* cache, NameOf nameOf, void* object) noexcept
+        : mError(error), mCache(cache), mNameOf(nameOf), mObject(object) {}
     ErrorMapper(const ErrorMapper&) = delete;
     ErrorMapper& operator=(const ErrorMapper&) = delete;
-
-    // A temporary that is passed for an IError** goes when the call it was passed to has returned;
-    // the caller's slot is written then, and only if there was an error.
     ~ErrorMapper() {
         if (mLocal) [[unlikely]]
             handOver();
@@ -27,19 +26,18 @@ public:
 
     operator IError**() && noexcept { return &mLocal; }
 
+    // Adds the entries of `source` to `error`, with their lines mapped by `name`, or as they are
+    // where that is null.
+    static void pass(IError** error, IError* source, FileLinesCache* cache, const char* name) noexcept;
+
 private:
-    void handOver() {
-        const Ref<IError> local(mLocal);
-        if (const char* name = mNameOf())
-            updateErrorLines(mError, local.get(), mCache, name);
-        else
-            ErrorFactory::throwStack(mError, local.get());
-    }
+    void handOver() noexcept;
 
     IError* mLocal = nullptr;
     IError** mError;
     FileLinesCache* mCache;
     NameOf mNameOf;
+    void* mObject;
 };
 
 }  // namespace vexil3::js

@@ -35,8 +35,8 @@ public:
         if (args->isSucceeded()) return;
         const Ref<IError> error(args->getError());
         Ref<IError> rewritten;
-        if (const char* name = scriptName()) updateErrorLines(rewritten.out(), error.get(), linesCache, name);
-        // Without a name, or without memory, the error stays as it is rather than being lost.
+        ErrorMapper::pass(rewritten.out(), error.get(), linesCache, scriptName());
+        // Without memory, the error stays as it is rather than being lost.
         if (rewritten || !error) args->setError(rewritten.get());
     }
 
@@ -50,8 +50,9 @@ public:
 
 protected:
     // Passed in place of `error`, rewrites what the call reports.
-    auto mapped(IError** error) const noexcept {
-        return ErrorMapper(error, linesCache, [this] { return scriptName(); });
+    ErrorMapper mapped(IError** error) noexcept {
+        return ErrorMapper(
+            error, linesCache, [](void* self) { return static_cast<InstanceAdapter*>(self)->scriptName(); }, this);
     }
 
     const Ref<Interface> inner;

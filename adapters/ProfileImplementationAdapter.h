@@ -1,7 +1,6 @@
 // What the profile implementations of the four kinds share.
 #pragma once
 
-#include <exception>
 #include <new>
 
 #include <vexil3/identify.h>
@@ -28,11 +27,14 @@ public:
     bool init(typename Wrapper::HostCallback* callback, IError** error) override {
         try {
             wrapper.setProfile(callback);
-        } catch (const std::exception& failure) {
+        } catch (const std::bad_alloc& failure) {
             ErrorFactory::throwError(error, IError::StageLanguage, IError::CodeInternal, failure.what());
             return false;
         }
-        return inner->init(&wrapper, ErrorMapper(error, linesCache, [callback] { return callback->getObjectID(); }));
+        const ErrorMapper::NameOf nameOf = [](void* host) {
+            return static_cast<typename Wrapper::HostCallback*>(host)->getObjectID();
+        };
+        return inner->init(&wrapper, ErrorMapper(error, linesCache, nameOf, callback));
     }
 
     ILanguageService::Language getLanguage() override { return ILanguageService::JavaScript; }

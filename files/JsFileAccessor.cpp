@@ -143,8 +143,10 @@ IFile* JsFileAccessor::open(const char* name, OpenMode openMode, AccessMode acce
         return translate(name, openMode, accessMode, dataMode, error).detach();
     } catch (const std::exception& failure) {
         reportTranslation(error, failure.what());
-        return nullptr;
+    } catch (...) {
+        reportTranslation(error, "Unknown failure");
     }
+    return nullptr;
 }
 
 Ref<IFile> JsFileAccessor::translate(const char* name, OpenMode openMode, AccessMode accessMode, DataMode dataMode,

@@ -45,8 +45,10 @@ auto guarded(ILanguage* language, IFileAccessor* accessor, IError** error, Body 
         return body();
     } catch (const std::exception& failure) {
         reportInternal(error, failure.what());
-        return {};
+    } catch (...) {
+        reportInternal(error, "Unknown failure");
     }
+    return {};
 }
 
 Ref<IFile> openText(IFileAccessor* accessor, const char* fileName, IError** error) {

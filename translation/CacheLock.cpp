@@ -17,7 +17,11 @@ constexpr useconds_t kPause = 1000;
 
 CacheLock::CacheLock(const std::string& directory, Kind kind) noexcept
     : mDirectory(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)), mHeld(true) {
-    if (!mDirectory) return;
+    if (!mDirectory) {
+        // Nobody can be kept apart where there is no directory; without descriptors, nothing will work.
+        mHeld = errno != EMFILE && errno != ENFILE && errno != ENOMEM;
+        return;
+    }
     const int operation = (kind == Shared ? LOCK_SH : LOCK_EX) | LOCK_NB;
     for (int i = 0; i < kTries; ++i) {
         mHeld = flock(mDirectory.get(), operation) == 0 || (errno != EWOULDBLOCK && errno != EINTR);

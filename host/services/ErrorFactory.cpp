@@ -33,6 +33,13 @@ Error& growable(IError*& slot) {
     return *error;
 }
 
+// An error that ran out of memory before it had an entry gives way to one that needs none.
+void settle(IError*& slot) {
+    if (slot && slot->count() > 0) return;
+    if (slot) slot->release();
+    slot = outOfMemoryError();
+}
+
 }  // namespace
 
 void ErrorFactory::throwError(IError** error, IError::ErrorStage stage, IError::ErrorCode code, const char* message) {
@@ -55,7 +62,7 @@ void ErrorFactory::throwError(IError** error, IError::ErrorStage stage, IError::
         target.adopt(entry);
     } catch (...) {
         if (entry) entry->release();
-        if (!*error) *error = outOfMemoryError();
+        settle(*error);
     }
 }
 
@@ -66,7 +73,7 @@ void ErrorFactory::throwStack(IError** error, IError* source) {
     try {
         append(growable(*error), *source);
     } catch (...) {
-        if (!*error) *error = outOfMemoryError();
+        settle(*error);
     }
     source->release();
 }

@@ -8,7 +8,8 @@ KINDS = ["Indicator", "Strategy", "Tool", "Macro"]
 WITH_ID = ["JsLanguage", "JsFile", "JsFileAccessor", "JSDebugger", "JSDebuggerCallback"] + [
     kind + part for kind in KINDS for part in ("ProfileCallback", "ProfileImplementation", "InstanceImplementation")]
 CLASSES = WITH_ID + ["FileLinesCache", "MD5Calc", "ProcessResult", "IProcessRunner", "UnixProcessRunner",
-                     "CacheProcessRunner", "ProcessRunnerFactory"]
+                     "CacheProcessRunner", "ProcessRunnerFactory",
+                     "ErrorMapper"]  # what the adapters' headers call
 TEXTS = ["IndexOutOfBounds", "OperationNotSupported", "NULL", "UTF8", "CantOpen", "CantRead", "OpenPipe",
          "ProcessTerminated", "IsBusy", "LUA", "EmptyFile", "Classpath"]
 
