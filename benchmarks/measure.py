@@ -110,10 +110,10 @@ def wall(command, environment):
     return time.perf_counter() - start
 
 
-def in_turn(commands, environment, rounds):
+def in_turn(commands, environment, rounds, warm=True):
     """The median wall time of each command, run one after the other, round by round."""
     times = [[] for _ in commands]
-    for command in commands:
+    for command in commands if warm else []:
         wall(command, environment)
     for _ in range(rounds):
         for command, taken in zip(commands, times):
@@ -135,10 +135,11 @@ def make_prices(path, bars):
                       f"{min(start, price) - values[2] / 4:.4f},{price:.4f},{1000 + int(values[3] * 1000)}\n")
 
 
-def plain_script(study, path, bars):
-    """The study, the host part and the bars' maker as one ES5 script for engines that know no files."""
+def plain_script(study, path, prices):
+    """The study, the host part and the price file's text as one ES5 script, for engines that know no files."""
     text = (BENCH / "studies" / f"{study}.jsl").read_text().replace("const ", "var ").replace("let ", "var ")
-    path.write_text((BENCH / "engines/host.js").read_text() + text + f"\nrunStudy(makeBars({bars}));\n")
+    path.write_text((BENCH / "engines/host.js").read_text() + text
+                    + f"\nprint(study({json.dumps(prices.read_text())}));\n")
 
 
 def process_rows(table, build, environment, folder, quick):
@@ -152,16 +153,15 @@ def process_rows(table, build, environment, folder, quick):
     bars = 20_000 if quick else BARS
     prices = folder / "prices.csv"
     make_prices(prices, bars)
-    others = {"node": None, "duktape": "duk", "mujs": "mujs", "quickjs": None}
-    ratios = {name: [] for name in ("lua", *others)}
+    ratios = {name: [] for name in ("lua", "node", "duktape", "mujs", "quickjs")}
     for study in STUDIES:
         js, lua = (BENCH / "studies" / f"{study}.{kind}" for kind in ("jsl", "lua"))
         plain = folder / f"{study}.js"
-        plain_script(study, plain, bars)
+        plain_script(study, plain, prices)
         run = lambda script: [vexil, "run", script, "--prices", prices, "--format", "csv"]
         ours, *theirs = in_turn([run(js), run(lua), ["node", BENCH / "engines/node.js", js, prices]], environment, rounds)
         slow = in_turn([["duk", plain], ["mujs", plain], ["node", BENCH / "engines/quickjs.js", plain]],
-                       environment, 1 if quick else 2)
+                       environment, 1, warm=False)
         for name, reference in zip(ratios, [*theirs, *slow]):
             ratios[name].append((ours / reference, ours, reference))
             target = {"lua": 1.3, "node": 1}.get(name, 0.1)

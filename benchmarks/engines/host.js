@@ -24,21 +24,30 @@ function runStudy(source) {
   return streams;
 }
 
-// Bars like those of the price file, made here.
-function makeBars(count) {
-  var source = { open: [], high: [], low: [], close: [], volume: [] }, state = 12345, price = 100;
-  function random() {
-    state = (state * 1103515245 + 12345) % 2147483648;
-    return state / 2147483648;
+// The columns of a price file's text, and its rows as they stand.
+function readBars(text) {
+  var names = ["open", "high", "low", "close", "volume"], source = {}, rows = text.split("\n"), bars = [];
+  names.forEach(function (name) { source[name] = []; });
+  for (var i = 1; i < rows.length; i++) {
+    if (rows[i] === "") continue;
+    var cells = rows[i].split(",");
+    bars.push(rows[i]);
+    for (var k = 0; k < names.length; k++) source[names[k]].push(+cells[k + 1]);
   }
-  for (var i = 0; i < count; i++) {
-    var open = price;
-    price += random() - 0.5;
-    source.open.push(open);
-    source.close.push(price);
-    source.high.push(Math.max(open, price) + random() / 4);
-    source.low.push(Math.min(open, price) - random() / 4);
-    source.volume.push(1000 + random() * 1000);
+  return { head: rows[0], bars: bars, source: source };
+}
+
+// The whole job: the text of a price file to the text of its rows with the study's streams.
+function study(text) {
+  var read = readBars(text), streams = runStudy(read.source), lines = [read.head];
+  for (var s = 0; s < streams.length; s++) lines[0] += "," + streams[s].id;
+  for (var i = 0; i < read.bars.length; i++) {
+    var line = read.bars[i];
+    for (s = 0; s < streams.length; s++) {
+      var value = streams[s].values[i];
+      line += "," + (value === undefined ? "" : value);
+    }
+    lines.push(line);
   }
-  return source;
+  return lines.join("\n");
 }

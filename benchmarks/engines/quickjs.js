@@ -4,6 +4,9 @@ const fs = require("fs");
 const { getQuickJS } = require(require.resolve("quickjs-emscripten", { paths: [process.cwd()] }));
 getQuickJS().then((engine) => {
   const context = engine.newContext();
+  const print = context.newFunction("print", (text) => { fs.writeSync(1, context.getString(text) + "\n"); });
+  context.setProp(context.global, "print", print);
+  print.dispose();
   const result = context.evalCode(fs.readFileSync(process.argv[2], "utf8"));
   if (result.error) throw new Error(JSON.stringify(context.dump(result.error)));
   result.value.dispose();
