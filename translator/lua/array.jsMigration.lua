@@ -5,11 +5,12 @@ local null, num, str, has, truthy = js.null, js.num, js.str, js.has, js.truthy
 local toInteger, typeError, addHoles = js.toInteger, js.typeError, js.addHoles
 local A, H, C, V, ArrayProto = js.A, "\0h", "\0c", "\0v", js.ArrayProto
 local type, rawget, rawset = type, rawget, rawset
-local select, getmetatable, setmetatable = select, getmetatable, setmetatable
+local select, getmetatable, setmetatable, unpack = select, getmetatable, setmetatable, unpack
 local delete, setlength = js.delete, js.setlength
 
 js.fillProto(ArrayProto, js.ObjectProto)
 js.defineOwn(ArrayProto, "length", 1, 0)
+rawset(ArrayProto, C, "Array")
 
 local function isArray(x)
   local mt = type(x) == "table" and getmetatable(x)
@@ -60,7 +61,7 @@ static("of", 0, function(_, ...) return js.rest(...) end)
 static("from", 1, function(_, items, f, this)
   if f ~= nil then needCallback(f) end
   if items == nil or items == null then typeError(str(items) .. " is not iterable") end
-  local source = js.iterable(items) and js.values(items) or js.toObject(items)
+  local source = js.iterable(items) and js.listOf(items) or js.toObject(items)
   local n = math.max(0, toInteger(source.length))
   local a = make(n)
   for i = 0, n - 1 do
@@ -85,16 +86,35 @@ function js.iterator(list, kind)
   return setmetatable({ ["\0s"] = mt.root, [V] = { list = list, kind = kind, at = 0 }, [C] = "Iterator" }, mt)
 end
 
-js.builtin(IteratorProto, "next", 0, function(this)
-  local state, value, done = rawget(this, V), nil, true
+local function step(state)
   if state.at < state.list.length then
-    value, done = row(state, state.at), false
     state.at = state.at + 1
-  else
-    state.at = 1 / 0
+    return true, row(state, state.at - 1)
   end
-  return js.object("value", value, "done", done)
+  state.at = 1 / 0
+  return false
+end
+
+js.builtin(IteratorProto, "next", 0, function(this)
+  local found, value = step(rawget(this, V))
+  return js.object("value", value, "done", not found)
 end)
+
+-- A list to be read from its start to its end: next(state) gives true and an element each time one is asked for.
+function js.live(next, state)
+  local n, found, value = 0, false, nil
+  local function peek()
+    if not found then found, value = next(state) end
+    return found
+  end
+  return setmetatable({}, { __index = function(_, k)
+    if k == "length" then return peek() and n + 1 or n end
+    while n <= k and peek() do
+      n, found = n + 1, false
+      if n > k then return value end
+    end
+  end })
+end
 
 -- What for-of takes.
 function js.iterable(o)
@@ -122,13 +142,17 @@ function js.iterate(o)
   if class == "String" then return js.iterate(rawget(o, V)) end
   if class == "Map" or class == "Set" then return js.collectionValues(o) end
   if class == "Arguments" then return ArrayProto.slice(o) end
-  if class == "Iterator" then
-    local state, a = rawget(o, V), make(0)
-    for i = state.at, state.list.length - 1 do a[i - state.at] = row(state, i) end
-    state.at = 1 / 0
-    return a
-  end
+  if class == "Iterator" then return js.live(step, rawget(o, V)) end
   typeError((js.isObject(o) and "object" or js.describe(o)) .. " is not iterable")
+end
+
+-- All elements of an iterable, as an array.
+function js.listOf(o)
+  local list, n = js.values(o), 0
+  if isArray(list) then return list end
+  local a = make(0)
+  while n < list.length do a[n], n = list[n], n + 1 end
+  return a
 end
 
 for _, kind in ipairs({ "keys", "values", "entries" }) do
@@ -154,12 +178,12 @@ method("push", 1, function(this, ...)
     return n + count
   end
   local o, n = open(this, "push")
+  if n + count > 9007199254740991 then typeError("The array would become too long") end
   for i = 1, count do o[n + i - 1] = (select(i, ...)) end
   setlength(o, n + count)
   return n + count
 end)
 
-js.applyList = js.applyList or {}
 method("pop", 0, function(this)
   local o, n = open(this, "pop")
   if n == 0 then setlength(o, 0) return nil end
@@ -358,13 +382,13 @@ end)
 
 method("indexOf", 1, function(this, x, from)
   local o, n = open(this, "indexOf")
-  for i = position(from, n, 0), n - 1 do if o[i] == x and (x ~= nil or has(i, o)) then return i end end
+  for i = position(n > 0 and from or nil, n, 0), n - 1 do if o[i] == x and (x ~= nil or has(i, o)) then return i end end
   return -1
 end)
 
 method("lastIndexOf", 1, function(this, x, ...)
   local o, n = open(this, "lastIndexOf")
-  local from = select("#", ...) > 0 and toInteger((...)) or n - 1
+  local from = n > 0 and select("#", ...) > 0 and toInteger((...)) or n - 1
   if from < 0 then from = n + from end
   for i = math.min(from, n - 1), 0, -1 do if o[i] == x and (x ~= nil or has(i, o)) then return i end end
   return -1
@@ -372,7 +396,7 @@ end)
 
 method("includes", 1, function(this, x, from)
   local o, n = open(this, "includes")
-  for i = position(from, n, 0), n - 1 do
+  for i = position(n > 0 and from or nil, n, 0), n - 1 do
     local v = o[i]
     if v == x or v ~= v and x ~= x then return true end
   end
@@ -590,4 +614,13 @@ end)
 js.applyList[ArrayProto.push] = function(this, list, n)
   for i = 0, n - 1 do ArrayProto.push(this, list[i]) end
   return this.length
+end
+js.applyList[ArrayProto.concat] = function(this, list, n)
+  for i = 0, n - 1, 1000 do this = ArrayProto.concat(this, unpack(list, i, math.min(i + 1000, n) - 1)) end
+  return this
+end
+js.applyList[Array] = function(_, list, n)
+  local a = make(n)
+  for i = 0, n - 1 do rawset(a, i, list[i]) end
+  return a
 end

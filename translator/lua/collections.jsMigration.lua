@@ -1,5 +1,5 @@
 -- Map, Set and their weak kin. Entries stand in two lists by insertion; a removed one leaves a gap until the lists are
--- packed, so that a loop that removes what it visits misses nothing.
+-- packed into new ones. The old keys stay as they were for a loop that is still among them, and know the new.
 local js = require("jsMigration.lua")
 local null, builtin, typeError = js.null, js.builtin, js.typeError
 local type, rawget, setmetatable, next = type, rawget, setmetatable, next
@@ -27,17 +27,16 @@ local function put(store, k, v)
 end
 
 local function pack(store)
-  local n = 0
+  local keys, values, n = {}, {}, 0
   for i = 1, store.n do
     local k = store.keys[i]
     if k ~= GAP then
       n = n + 1
-      store.keys[n], store.values[n] = k, store.values[i]
-      store.at[place(k ~= NIL and k or nil)] = n
+      keys[n], values[n], store.at[place(k)] = k, store.values[i], n
     end
   end
-  for i = n + 1, store.n do store.keys[i], store.values[i] = nil, nil end
-  store.n = n
+  store.keys.packed = keys
+  store.keys, store.values, store.n = keys, values, n
 end
 
 local function remove(store, k)
@@ -45,7 +44,7 @@ local function remove(store, k)
   local i = store.at[p]
   if not i then return false end
   store.at[p], store.keys[i], store.values[i], store.size = nil, GAP, nil, store.size - 1
-  if not store.visitors and store.n > 32 and store.size < store.n / 2 then pack(store) end
+  if store.n > 32 and store.size < store.n / 2 then pack(store) end
   return true
 end
 
@@ -57,18 +56,33 @@ local function storeOf(this, class, name)
   return store
 end
 
-local function each(store, kind)
-  local a, n = js.rest(), 0
-  for i = 1, store.n do
-    local k = store.keys[i]
-    if k ~= GAP then
-      if k == NIL then k = nil end
-      local v = store.values[i]
-      if kind == "entries" then a[n] = js.rest(k, v) elseif kind == "keys" then a[n] = k else a[n] = v end
-      n = n + 1
+-- A function that gives true, a key and its value for one entry after the other, those added meanwhile too.
+local function walk(store)
+  local keys, i = store.keys, 0
+  return function()
+    while keys ~= store.keys do
+      local n = 0
+      for j = 1, i do if keys[j] ~= GAP then n = n + 1 end end
+      keys, i = keys.packed, n
     end
+    while keys[i + 1] ~= nil do
+      i = i + 1
+      local k = keys[i]
+      if k == NIL then return true, nil, store.values[i] end
+      if k ~= GAP then return true, k, store.values[i] end
+    end
+    return false
   end
-  return a
+end
+
+local function each(store, kind)
+  local following = walk(store)
+  return js.live(function()
+    local found, k, v = following()
+    if kind == "entries" then return found, found and js.rest(k, v) end
+    if kind == "keys" then return found, k end
+    return found, v
+  end)
 end
 
 function js.collectionValues(o) return each(rawget(o, V), rawget(o, C) == "Map" and "entries" or "values") end
@@ -82,7 +96,7 @@ local function collection(class, fill)
     local store, mt = newStore(), js.metaFor(proto)
     local o = setmetatable({ ["\0s"] = mt.root, [V] = store, [C] = class }, mt)
     if items ~= nil and items ~= null then
-      local list = js.values(items)
+      local list = js.listOf(items)
       for i = 0, list.length - 1 do fill(store, list[i]) end
     end
     return o
@@ -97,37 +111,23 @@ end
 
 local function iteration(proto, method, class)
   method("clear", 0, function(store)
-    for i = 1, store.n do store.keys[i], store.values[i] = GAP, nil end
+    for i = 1, store.n do store.keys[i] = GAP end
     store.at, store.size = {}, 0
-    if not store.visitors then store.keys, store.values, store.n = {}, {}, 0 end
+    pack(store)
   end)
   method("forEach", 1, function(store, this, f, that)
     if type(f) ~= "function" then typeError(js.describe(f) .. " is not a function") end
-    store.visitors = (store.visitors or 0) + 1
-    local ok, thrown = js.try(function()
-      local i = 1
-      while i <= store.n do
-        local k = store.keys[i]
-        if k ~= GAP then
-          if k == NIL then k = nil end
-          f(that, store.values[i], k, this)
-        end
-        i = i + 1
-      end
-    end)
-    store.visitors = store.visitors > 1 and store.visitors - 1 or nil
-    if not ok then js.throw(thrown) end
+    local following = walk(store)
+    local found, k, v = following()
+    while found do
+      f(that, v, k, this)
+      found, k, v = following()
+    end
   end)
-  for _, kind in next, { "keys", "values", "entries" } do
-    method(kind, 0, function(store)
-      if class == "Set" and kind == "entries" then
-        local a = each(store, "values")
-        for i = 0, a.length - 1 do a[i] = js.rest(a[i], a[i]) end
-        return js.iterator(a)
-      end
-      return js.iterator(each(store, kind == "keys" and class == "Set" and "values" or kind))
-    end)
+  for _, kind in next, class == "Map" and { "keys", "values", "entries" } or { "values", "entries" } do
+    method(kind, 0, function(store) return js.iterator(each(store, kind)) end)
   end
+  if class == "Set" then js.defineOwn(proto, "keys", 5, proto.values) end
   local function size(this) return storeOf(this, class, "size").size end
   js.names[size], js.arity[size] = "get size", 0
   js.defineOwn(proto, "size", 4, nil, size, false)

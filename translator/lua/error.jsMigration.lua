@@ -61,12 +61,15 @@ local function sourceLine(file, line)
   return list[line] or line
 end
 
+-- A JavaScript name as the translator had to change it for Lua.
+local function original(name) return (string.gsub(string.gsub(name, "ʹ%d*", ""), "＄", "$")) end
+
 local function stack(e)
   local lines = { header(e) }
   for _, frame in ipairs(e[FRAMES]) do
     -- The host leaves out the middle of a very deep stack, and marks it by line 0.
     local at = frame.line == 0 and "..." or frame.file .. ":" .. sourceLine(frame.file, frame.line)
-    if frame.name and frame.name ~= "" then at = frame.name .. " (" .. at .. ")" end
+    if frame.name and frame.name ~= "" then at = original(frame.name) .. " (" .. at .. ")" end
     lines[#lines + 1] = "    at " .. at
   end
   return table.concat(lines, "\n")
@@ -86,9 +89,6 @@ for name in gmatch("TypeError RangeError ReferenceError SyntaxError EvalError UR
 end
 
 function js.newError(name, message) return create(protos[name], message) end
-
--- A JavaScript name as the translator had to change it for Lua.
-local function original(name) return (string.gsub(string.gsub(name, "ʹ%d*", ""), "＄", "$")) end
 
 -- The name and text of the JavaScript error that stands for a message of Lua's or the host's.
 local function translate(text)

@@ -23,11 +23,11 @@ local str, primitive
 -- Metatables of the primitive types and functions.
 
 local function cannotRead(what)
-  return function(_, k) typeError("Cannot read properties of " .. what .. " (reading '" .. str(k) .. "')") end
+  return function(_, k) typeError("Cannot read properties of " .. what .. " (reading '" .. js.describe(k) .. "')") end
 end
 
 local function cannotSet(what)
-  return function(_, k) typeError("Cannot set properties of " .. what .. " (setting '" .. str(k) .. "')") end
+  return function(_, k) typeError("Cannot set properties of " .. what .. " (setting '" .. js.describe(k) .. "')") end
 end
 
 local function primitiveMeta(index, newindex)
@@ -79,7 +79,10 @@ local function functionIndex(f, k)
     local v = rawget(p, k)
     if v ~= nil then return v end
     return lookup(p, k, f)
-  elseif k == "prototype" then
+  end
+  local v = rawget(FunctionProto, k)
+  if v ~= nil then return v end
+  if k == "prototype" then
     return lookup(props(f), k, f)
   elseif k == "name" or k == "length" then
     -- Without an entry on the side, which would keep the function alive.
@@ -488,7 +491,14 @@ function js.object(...)
 end
 
 local argumentShapes = {}
-local Arguments = js.newMeta(js.ObjectProto)
+local Arguments = js.newMeta(js.ObjectProto, nil, true)
+
+-- What only functions that aren't strict have.
+function js.poisoned()
+  typeError("'caller', 'callee', and 'arguments' properties may not be accessed on strict mode functions")
+end
+js.names[js.poisoned], js.arity[js.poisoned] = "", 0
+local callee = { flags = 0, get = js.poisoned, set = js.poisoned, accessor = true }
 
 js.arguments = function(_, ...)
   local n = select("#", ...)
@@ -497,7 +507,8 @@ js.arguments = function(_, ...)
     shape = js.newShape()
     for i = 0, n - 1 do js.append(shape, i) end
     js.append(shape, "length")
-    shape.attr = { length = 5 }
+    js.append(shape, "callee")
+    shape.attr, shape.slots = { length = 5 }, { callee = callee }
     argumentShapes[n] = shape
   end
   if n > 3 then
@@ -576,12 +587,12 @@ local function wrap(name, f)
   return function(_, ...) return f(...) end
 end
 
-local function findGlobal(name)
+local function builtinGlobal(name)
   local v = rawget(G, name)
   if v ~= nil then return v, true end
   if defined[name] then return nil, true end
   local file = files[name]
-  if file and not loaded[file] then load(file) return findGlobal(name) end
+  if file and not loaded[file] then load(file) return builtinGlobal(name) end
   v = not luaNames[name] and rawget(hostGlobals, name) or nil
   if type(v) == "function" then
     v = wrap(name, v)
@@ -589,11 +600,25 @@ local function findGlobal(name)
   end
   return v, v ~= nil
 end
-js.findGlobal = findGlobal
+js.builtinGlobal = builtinGlobal
+
+-- Whatever a script put into the global object, which nobody has touched before its file is loaded.
+local function findGlobal(name)
+  local v, found = builtinGlobal(name)
+  if found or not loaded.object then return v, found end
+  if js.has(name, G.globalThis) then return G.globalThis[name], true end
+  return nil, false
+end
 
 js.global = function(name, value)
   defined[name] = true
   rawset(G, name, value)
+end
+
+function js.removeGlobal(name)
+  files[name], defined[name], luaNames[name] = nil, nil, true
+  rawset(G, name, nil)
+  return true
 end
 
 setmetatable(G, {
@@ -602,7 +627,10 @@ setmetatable(G, {
     if not found then throwError("ReferenceError", name .. " is not defined") end
     return v
   end,
-  __newindex = function(_, name) throwError("ReferenceError", name .. " is not defined") end,
+  __newindex = function(_, name, v)
+    if not select(2, findGlobal(name)) then throwError("ReferenceError", name .. " is not defined") end
+    G.globalThis[name] = v
+  end,
 })
 
 function js.typeofglobal(name) return js.typeof((findGlobal(name))) end

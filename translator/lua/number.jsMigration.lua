@@ -345,7 +345,6 @@ local function extreme(name, pick, start)
     if n == 2 and type(a) == "number" and type(b) == "number" then return pick(a, b) end
     return list(nil, { [0] = a, select(2, ...) }, n)
   end)
-  js.applyList = js.applyList or {}
   js.applyList[f] = list
 end
 extreme("max", js.max2, -huge)

@@ -47,7 +47,8 @@ local function default(name, count, f) return builtin(ObjectProto, name, count, 
 
 default("hasOwnProperty", 1, function(this, k) return own(toObject(this), key(k)) ~= nil end)
 default("isPrototypeOf", 1, function(this, o)
-  o = isScriptObject(o) and protoOf(o)
+  if not isScriptObject(o) then return false end
+  this, o = toObject(this), protoOf(o)
   while o do
     if o == this then return true end
     o = protoOf(o)
@@ -117,9 +118,7 @@ local function defineLength(a, given, set, hasValue, value, accessor)
   end
 end
 
-local function defineProperty(o, k, d)
-  k = key(k)
-  local given, set, hasValue, value, get, setter = descriptor(d)
+local function defineProperty(o, k, given, set, hasValue, value, get, setter)
   local home = type(o) == "function" and js.props(o) or o
   if getmetatable(home).array and k == "length" then
     return defineLength(o, given, set, hasValue, value, get ~= nil or setter ~= nil)
@@ -160,14 +159,17 @@ end
 
 static("defineProperty", 3, function(_, o, k, d)
   needObject(o, "Object.defineProperty")
-  defineProperty(o, k, d)
+  k = key(k)
+  defineProperty(o, k, descriptor(d))
   return o
 end)
 
 local function defineProperties(o, list)
   list = toObject(list)
   local keys, n = ownKeys(list)
-  for i = 1, n do defineProperty(o, keys[i], list[keys[i]]) end
+  local all = {}
+  for i = 1, n do all[i] = { descriptor(list[keys[i]]) } end
+  for i = 1, n do defineProperty(o, keys[i], unpack(all[i], 1, 6)) end
   return o
 end
 
@@ -274,7 +276,7 @@ end)
 
 static("fromEntries", 1, function(_, list)
   local o = new()
-  list = js.values(list)
+  list = js.listOf(list)
   for i = 0, list.length - 1 do
     local item = list[i]
     if not isObject(item) then typeError("Iterator value " .. str(item) .. " is not an entry object") end
@@ -340,6 +342,10 @@ static("isExtensible", 1, function(_, o) return isScriptObject(o) and not restri
 local function refuse() js.throwError("Error", "Function from text is not supported") end
 js.constructor("Function", 1, FunctionProto, refuse, refuse)
 
+defineOwn(FunctionProto, "caller", CONFIGURABLE, nil, js.poisoned, js.poisoned)
+defineOwn(FunctionProto, "arguments", CONFIGURABLE, nil, js.poisoned, js.poisoned)
+rawset(FunctionProto, C, "Function")
+
 local function method(name, count, f) return builtin(FunctionProto, name, count, f) end
 
 local function needFunction(f, name)
@@ -352,8 +358,6 @@ method("call", 1, function(f, this, ...)
   return f(this, ...)
 end)
 
--- More values than Lua passes at once go to those that can take them as a list.
-js.applyList = {}
 method("apply", 2, function(f, this, list)
   needFunction(f, "apply")
   if list == nil or list == null then return f(this) end
@@ -390,11 +394,25 @@ method("toString", 0, function(f)
   return "function " .. str(f.name) .. "() { [native code] }"
 end)
 
--- The global object as a value: reading what is not there gives undefined.
-js.global("globalThis", setmetatable({}, {
-  __index = function(_, k) return (js.findGlobal(k)) end,
-  __newindex = function(_, k, v) js.global(k, v) end,
-}))
+-- The global object as a value: reading what is not there gives undefined. What a script adds is its own property;
+-- the built-in names, which load when they are first read, are found by the way.
+local fixed = { NaN = true, Infinity = true, undefined = true }
+local globalMeta = js.newMeta(ObjectProto, nil, true)
+local globalObject = setmetatable({ ["\0s"] = globalMeta.root }, globalMeta)
+
+function globalMeta.own(k)
+  local v, found = js.builtinGlobal(k)
+  if found then return fixed[k] and 0 or 5, v, fixed[k] and { flags = 0, value = v } or nil end
+end
+function globalMeta.__index(o, k)
+  local v, found = js.builtinGlobal(k)
+  if found then return v end
+  return js.lookup(o, k)
+end
+function globalMeta.__newindex(o, k, v)
+  if globalMeta.own(k) == 5 then js.global(k, v) else js.put(o, k, v) end
+end
+js.global("globalThis", globalObject)
 
 local console = new()
 local function write(_, ...) js.G.log(nil, ...) end

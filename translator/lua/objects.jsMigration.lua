@@ -15,6 +15,8 @@ local match, huge, numberToString = string.match, math.huge, text.numberToString
 
 local null = {}
 local js = { S = S, platform = platform, null = null }
+-- Functions that can take as a list what Function.prototype.apply gives them: more values than Lua passes at once.
+js.applyList = {}
 for name, f in next, text do js[name] = f end
 
 -- Sibling files and the prototypes that they fill. A prototype is a stub until something reaches it.
@@ -69,7 +71,8 @@ js.StringProto, js.NumberProto, js.BooleanProto = StringProto, NumberProto, Bool
 
 -- What the siblings add to js, found in the one that has it.
 local homes = { newError = "error", fromNative = "error", describeError = "error", toObject = "object",
-  iterate = "array", isArray = "array" }
+  iterate = "array", isArray = "array",
+  iterator = "array", listOf = "array", live = "array" }
 setmetatable(js, { __index = function(_, name)
   if not homes[name] then return nil end
   load(homes[name])
@@ -103,15 +106,16 @@ function js.shape(...)
   return shape
 end
 
-local function copyShape(s)
-  local copy = { keys = {}, pos = {}, n = s.n, default = s.default, noext = s.noext }
-  for i = 1, s.n do copy.keys[i] = s.keys[i] end
-  for k, i in next, s.pos do copy.pos[k] = i end
-  if s.attr then
-    copy.attr = {}
-    for k, flags in next, s.attr do copy.attr[k] = flags end
-  end
+local function copyTable(from)
+  if not from then return nil end
+  local copy = {}
+  for k, v in next, from do copy[k] = v end
   return copy
+end
+
+local function copyShape(s)
+  return { keys = copyTable(s.keys), pos = copyTable(s.pos), n = s.n, default = s.default, noext = s.noext,
+    attr = copyTable(s.attr), slots = copyTable(s.slots) }
 end
 
 local function append(s, k)
@@ -194,6 +198,8 @@ local function own(o, k)
   if not (mt and mt.js) then
     local v = o[k]
     if v ~= nil then return ALL, v end
+  elseif mt.own then
+    return mt.own(k)
   elseif mt.array then
     if k == "length" then return s and s.fixedLength and 0 or WRITABLE, o.length end
     local v = rawget(o, k)
@@ -204,26 +210,36 @@ local function own(o, k)
 end
 js.own = own
 
+-- Whether an object has the property of its own, and its value for the receiver.
+local function ownValue(o, k, receiver)
+  if type(o) == "function" then o = props(o) end
+  local s = rawget(o, S) or loadStub(o)
+  local v = rawget(o, k)
+  if v ~= nil then return true, v end
+  if not s then return false end
+  local slot = s.slots and s.slots[k]
+  if not slot then return s.pos[k] ~= nil end
+  if slot.get then return true, (slot.get(receiver)) end
+  return true, slot.value
+end
+
 -- Reads along the prototypes with every rule observed; the __index of objects that a plain lookup would get wrong.
 local function lookup(o, k, receiver)
-  local at = o
-  repeat
-    if type(at) == "function" then at = props(at) end
-    local s = rawget(at, S) or loadStub(at)
-    local v = rawget(at, k)
-    if v ~= nil then return v end
-    if s then
-      local slot = s.slots and s.slots[k]
-      if slot then
-        if slot.get then return (slot.get(receiver or o)) end
-        return slot.value
-      end
-      if s.pos[k] then return nil end
-    end
-    local mt = getmetatable(at)
-    if mt and not mt.js then return at[k] end
-    at = mt and mt.proto
-  until not at
+  receiver = receiver or o
+  local found, v = ownValue(o, k, receiver)
+  if found then return v end
+  local mt = getmetatable(type(o) == "function" and props(o) or o)
+  local at = mt and mt.js and mt.proto
+  -- The common case, a method of the nearest prototype, ahead of the loop: a loop here keeps callers from being compiled.
+  v = at and type(at) == "table" and rawget(at, k)
+  if v then return v end
+  while at do
+    found, v = ownValue(at, k, receiver)
+    if found then return v end
+    mt = getmetatable(type(at) == "function" and props(at) or at)
+    if not (mt and mt.js) then return mt and at[k] or nil end
+    at = mt.proto
+  end
 end
 js.lookup = lookup
 
@@ -423,6 +439,8 @@ js.defineOwn = defineOwn
 -- Half an accessor of a literal; the other half stays as it is.
 local function accessor(o, k, get, set)
   k = js.key(k)
+  local f = get or set
+  names[f], arity[f] = (get and "get " or "set ") .. js.str(k), set and 1 or 0
   local _, _, slot = own(o, k)
   defineOwn(o, k, ENUMERABLE + CONFIGURABLE, nil, get or slot and slot.get or false, set or slot and slot.set or false)
 end
@@ -553,12 +571,8 @@ function js.setArrayLength(a, v)
   if n > wanted then typeError("Cannot delete property '" .. js.str(n - 1) .. "' of [object Array]") end
 end
 
-local function toObjectOrThrow(o)
-  if o == nil or o == null then typeError("Cannot convert undefined or null to object") end
-end
-
 js["delete"] = function(o, k)
-  toObjectOrThrow(o)
+  if o == nil or o == null or type(o) == "string" then o = js.toObject(o) end
   k = js.key(k)
   if not js.isScriptObject(o) then
     if js.isObject(o) then o[k] = nil end
@@ -583,6 +597,7 @@ js["delete"] = function(o, k)
   end
   local s = ownShape(o)
   local at = s.pos[k]
+  if not at then return js.removeGlobal(k) end
   s.keys[at], s.pos[k], s.order, s.dead = false, nil, nil, (s.dead or 0) + 1
   if s.attr then s.attr[k] = nil end
   if s.slots then s.slots[k] = nil end

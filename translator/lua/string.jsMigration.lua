@@ -43,11 +43,17 @@ end
 js.builtin(StringProto, "valueOf", 0, valueOf)
 js.builtin(StringProto, "toString", 0, function(this) return valueOf(this) end)
 
-static("fromCharCode", 1, function(_, ...)
-  local list = { ... }
-  for i = 1, select("#", ...) do list[i] = js.uint32(list[i]) % 65536 end
-  return #list == 1 and utf8(list[1]) or encode(list, 1, select("#", ...))
+local function fromCharCodes(_, values, n)
+  local list = {}
+  for i = 0, n - 1 do list[i] = js.uint32(values[i]) % 65536 end
+  return encode(list, 0, n - 1)
+end
+local fromCharCode = static("fromCharCode", 1, function(_, ...)
+  local n = select("#", ...)
+  if n == 1 then return utf8(js.uint32((...)) % 65536) end
+  return fromCharCodes(nil, { [0] = (...), select(2, ...) }, n)
 end)
+js.applyList[fromCharCode] = fromCharCodes
 
 static("fromCodePoint", 1, function(_, ...)
   local parts = {}
@@ -168,6 +174,7 @@ local function bytePosition(s, i)
 end
 
 local function indexOf(s, what, from)
+  if what == "" then return from end
   local at = find(s, what, bytePosition(s, from), true)
   return at and unitsBefore(s, at) or -1
 end
@@ -269,6 +276,8 @@ local function caseTables()
   toUpper[0x1F0] = nil
 end
 
+local function isCased(c) return c and (toUpper[c] or toLower[c] or c == 0xDF or c == 0x130) end
+
 local function changeCase(s, ascii, toward)
   local list = units(s)
   if not list then return ascii(s) end
@@ -280,8 +289,7 @@ local function changeCase(s, ascii, toward)
       out[n], out[n + 1], n = 0x53, 0x53, n + 2
     elseif c == 0x130 and toward == "lower" then
       out[n], out[n + 1], n = 0x69, 0x307, n + 2
-    elseif c == 0x3A3 and toward == "lower" and i > 0 and toUpper[toLower[list[i - 1]] or list[i - 1]]
-      and not (list[i + 1] and toUpper[toLower[list[i + 1]] or list[i + 1]]) then
+    elseif c == 0x3A3 and toward == "lower" and isCased(list[i - 1]) and not isCased(list[i + 1]) then
       out[n], n = 0x3C2, n + 1 -- a sigma that ends a word
     else
       out[n], n = map[c] or c, n + 1

@@ -110,6 +110,7 @@ final class Assignments {
 
     /** A value that is given to a name, which a function takes for its own. */
     Code named(AstNode value, String name) {
+        value = Expressions.bare(value);
         if (value.getType() != Token.FUNCTION) return g.value(value);
         return g.functions.expression((FunctionNode) value, name);
     }

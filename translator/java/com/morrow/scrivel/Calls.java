@@ -7,6 +7,8 @@ import org.mozilla.javascript.ast.*;
 /** Calls, method calls and `new`. */
 final class Calls {
     private static final int MOST_ARGUMENTS = 100;
+    /** How many members and calls of a callee a message spells out. */
+    private static final int MOST_NAMED = 6;
 
     private final Generator g;
 
@@ -116,19 +118,24 @@ final class Calls {
     }
 
     /** A callee as a message names it. */
-    private String text(AstNode node) {
+    private static String text(AstNode node) {
+        return text(node, MOST_NAMED);
+    }
+
+    private static String text(AstNode node, int depth) {
         node = Expressions.bare(node);
+        if (depth == 0) return "(intermediate value)";
         switch (node.getType()) {
             case Token.NAME:
                 return ((Name) node).getIdentifier();
             case Token.THIS:
                 return "this";
             case Token.GETPROP:
-                return text(((PropertyGet) node).getTarget()) + "." + ((PropertyGet) node).getProperty().getIdentifier();
+                return text(((PropertyGet) node).getTarget(), depth - 1) + "." + ((PropertyGet) node).getProperty().getIdentifier();
             case Token.GETELEM:
-                return text(((ElementGet) node).getTarget()) + "[...]";
+                return text(((ElementGet) node).getTarget(), depth - 1) + "[...]";
             case Token.CALL:
-                return text(((FunctionCall) node).getTarget()) + "(...)";
+                return text(((FunctionCall) node).getTarget(), depth - 1) + "(...)";
             default:
                 return "(intermediate value)";
         }

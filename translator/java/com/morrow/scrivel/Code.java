@@ -7,6 +7,8 @@ package com.morrow.scrivel;
 final class Code {
     /** Begins a Lua line. */
     static final Object NEWLINE = new Object();
+    /** Ends what the last {@link FunctionRow} began. */
+    static final Object END = new Object();
 
     // How tightly an expression binds, as Lua ranks it.
     static final int OR = 1, AND = 2, COMPARE = 3, CONCAT = 4, SUM = 5, PRODUCT = 6, UNARY = 7, ATOM = 9, PREFIX = 10;
@@ -91,6 +93,11 @@ final class Code {
         append(line);
         lastLine = line;
         return this;
+    }
+
+    Code end() {
+        append(END);
+        return add("end");
     }
 
     Code newline() {

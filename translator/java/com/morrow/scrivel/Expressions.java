@@ -63,9 +63,8 @@ final class Expressions {
                 return choice((ConditionalExpression) node);
             case Token.INC: case Token.DEC:
                 return g.assignments.update((UpdateExpression) node, true);
-            case Token.NOT: {
-                return g.operators.not(condition(((UnaryExpression) node).getOperand()));
-            }
+            case Token.NOT:
+                return condition(node);
             default:
                 if (node instanceof Assignment) return g.assignments.assign((Assignment) node, true);
                 if (node instanceof UnaryExpression) return g.operators.unary((UnaryExpression) node);
@@ -259,7 +258,12 @@ final class Expressions {
     Code condition(AstNode node) {
         node = bare(node);
         int type = node.getType();
-        if (type == Token.NOT) return g.operators.not(condition(((UnaryExpression) node).getOperand()));
+        if (type == Token.NOT) {
+            boolean negated = false;
+            for (; node.getType() == Token.NOT; node = bare(((UnaryExpression) node).getOperand())) negated = !negated;
+            Code test = condition(node);
+            return negated ? g.operators.not(test) : test;
+        }
         if (type != Token.AND && type != Token.OR) return g.operators.truth(value(node));
         ArrayList<AstNode> list = new ArrayList<>();
         operands(node, type, list);

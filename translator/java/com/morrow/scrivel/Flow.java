@@ -7,6 +7,8 @@ import org.mozilla.javascript.ast.*;
 
 /** Where control goes: which statements never end normally, and what a break or continue leads to. */
 final class Flow {
+    private static final int ENDS = 1005;
+
     /** A statement that break or continue can name, or a part of a try statement that they have to leave. */
     final Flow outer;
     final List<Label> labels;
@@ -59,6 +61,14 @@ final class Flow {
     /** True when control never gets past a statement. */
     static boolean ends(AstNode node) {
         if (node == null) return false;
+        int known = node.getIntProp(ENDS, -1);
+        if (known >= 0) return known == 1;
+        boolean ends = findEnd(node);
+        if (node.getType() == Token.BLOCK || node.getType() == Token.IF) node.putIntProp(ENDS, ends ? 1 : 0);
+        return ends;
+    }
+
+    private static boolean findEnd(AstNode node) {
         switch (node.getType()) {
             case Token.RETURN: case Token.THROW: case Token.BREAK: case Token.CONTINUE:
                 return true;

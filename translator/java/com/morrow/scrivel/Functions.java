@@ -27,7 +27,7 @@ final class Functions {
         g.function = main;
         Block body = g.out;
         Block top = g.out = new Block();
-        if (main.usesThis) g.out.add("local this = " + g.js("G"));
+        if (main.usesThis) g.out.add("local this = " + g.js("G") + ".globalThis");
         enter(main.scope);
         g.statements.list(children(root), true);
         expose(main.scope);
@@ -165,7 +165,7 @@ final class Functions {
 
         boolean method = info.arrow || node.isMethod();
         Code code = new Code().line(g.line(node)).add(new FunctionRow(name, node.getParams().size(), method ? 'a' : 'f'));
-        code.add(words + "(" + parameters + ")").add(top).add(statements).newline().line(g.endLine(node)).add("end");
+        code.add(words + "(" + parameters + ")").add(top).add(statements).newline().line(g.endLine(node)).end();
         code.weight = 1;
         code.calls = false;
         g.function = function;

@@ -266,6 +266,6 @@ final class Jumps {
         g.spare = spare;
         g.flow = outer;
         Code code = Code.of(g.js("try") + "(").add(new FunctionRow("", 0, 'p')).add("function()");
-        return code.add(top).add(body).newline().line(g.endLine(node)).add("end)");
+        return code.add(top).add(body).newline().line(g.endLine(node)).end().add(")");
     }
 }

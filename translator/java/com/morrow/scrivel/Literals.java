@@ -37,8 +37,11 @@ final class Literals {
         Code code = Code.of(g.js("setmetatable") + "({");
         int weight = 5;
         for (int i = 0; i < count; i++) {
-            code.add(i == 0 ? "[0] = " : ", ");
-            code.add(operands.get(i));
+            String before = i == 0 ? "[0] = " : ", ";
+            Code element = operands.get(i);
+            // A literal is part of the table's template and costs the function no constant, see LuaWriter.
+            if (element.rank == Code.ATOM && element.size == 1 && element.items[0] instanceof String) code.add(before + element.items[0]);
+            else code.add(before).add(element);
             weight = Math.max(weight, operands.get(i).weight + 5);
         }
         code.add(count == 0 ? "length = 0}, " : ", length = " + count + "}, ").add(g.js("A")).add(")");
@@ -99,7 +102,7 @@ final class Literals {
     }
 
     private Code propertyValue(ObjectProperty property) {
-        AstNode value = property.getRight();
+        AstNode value = Expressions.bare(property.getRight());
         if (value.getType() != Token.FUNCTION) return g.value(value);
         String key = keyText(property.getLeft());
         return g.functions.expression((FunctionNode) value, key == null ? Lua.keyText(keyNumber(property.getLeft())) : key);
@@ -128,10 +131,15 @@ final class Literals {
     /** An object with accessors, numeric or repeated keys, or very many: made empty, then filled in order. */
     private Code filled(List<ObjectProperty> properties) {
         Code object = g.save(g.operators.library("object"));
+        HashSet<String> accessors = new HashSet<>();
         for (ObjectProperty property : properties) {
             Code key = keyCode(property.getLeft());
             Code value = propertyValue(property);
+            boolean accessor = property.isGetterMethod() || property.isSetterMethod();
             String function = property.isGetterMethod() ? "getter" : property.isSetterMethod() ? "setter" : "set";
+            if (!(accessor ? accessors.add(key.toString()) : accessors.isEmpty()) && !accessor) {
+                g.out.add(new Code().line(g.line(property)).add(g.operators.library("delete", object, key)));
+            }
             g.out.add(new Code().line(g.line(property)).add(g.operators.library(function, object, key, value)));
         }
         return object;

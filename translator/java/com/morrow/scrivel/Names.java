@@ -211,6 +211,7 @@ final class Names implements NodeVisitor {
                 spoiled |= syntax.spoiled(node);
                 return false;
             case Token.TEMPLATE_CHARS:
+                refusals.escapes(node);
                 spoiled |= syntax.spoiled(node);
                 return false;
             case Token.THIS:
@@ -225,6 +226,7 @@ final class Names implements NodeVisitor {
                     if (((Name) left).getIdentifier().equals("arguments")) name((Name) left);
                 } else left.visit(this);
                 place(get.getRight());
+                refusals.member((Name) get.getRight());
                 return false;
             }
             case Token.FUNCTION:
@@ -304,7 +306,6 @@ final class Names implements NodeVisitor {
         if (text.equals("arguments") && function.ofThis().node != null && scope.find(text) == null) {
             function.ofThis().usesArguments = true;
         }
-        if (text.equals("eval") && name.getParent().getType() != Token.CALL) errors.report(name, "Running text as a program (eval) is not supported");
         if (text.equals("Math")) mathShared = true;
         if (use(name) == null) use(name, false);
     }
@@ -464,7 +465,10 @@ final class Names implements NodeVisitor {
         for (Variable.Use use : uses) {
             String text = use.name.getIdentifier();
             Variable variable = use.scope.find(text);
-            if (variable == null) continue;
+            if (variable == null) {
+                if (use.name.getParent().getType() != Token.TYPEOF || text.equals("eval")) refusals.global(use.name);
+                continue;
+            }
             use.variable = variable;
             variable.uses.add(use);
             if (use.write) variable.writes++;

@@ -115,7 +115,7 @@ public final class Program implements Runnable {
     }
 
     private void write(Source source, Generator generator) {
-        LuaWriter writer = new LuaWriter(Functions.PROLOGUE + 1);
+        LuaWriter writer = new LuaWriter(Functions.PROLOGUE + 1, source.text.length() > 300000);
         writer.write(generator.out);
         String text = writer.text();
         String js = generator.runtime.js;

@@ -81,14 +81,31 @@ final class Refusals {
     private boolean call(FunctionCall node) {
         if (node.getTarget().getType() != Token.NAME) return true;
         String name = ((Name) node.getTarget()).getIdentifier();
-        if (name.equals("eval")) return refuse(node, "Running text as a program (eval) is");
         if (name.equals("Function")) return refuse(node, "Making functions from text (Function) is");
-        if (name.equals("RegExp")) return refuse(node, "Regular expressions are");
-        if (name.equals("Symbol") || name.equals("Proxy") || name.equals("Promise")) return refuse(node, name + " is");
         if (node instanceof NewExpression && ((NewExpression) node).getInitializer() != null) {
             return refuse(node, "An object literal after new is");
         }
         return true;
+    }
+
+    /** A built-in name that other engines have; typeof may ask for most of them. */
+    void global(Name node) {
+        String name = node.getIdentifier();
+        switch (name) {
+            case "eval":
+                refuse(node, "Running text as a program (eval) is");
+                return;
+            case "RegExp":
+                refuse(node, "Regular expressions are");
+                return;
+            case "Symbol": case "Proxy": case "Promise": case "Reflect": case "BigInt": case "Intl": case "WeakRef": case "ArrayBuffer":
+            case "DataView": case "Int8Array": case "Uint8Array": case "Uint8ClampedArray": case "Int16Array": case "Uint16Array":
+            case "Int32Array": case "Uint32Array": case "Float32Array": case "Float64Array": case "AggregateError":
+            case "setTimeout": case "setInterval": case "escape": case "unescape":
+                refuse(node, name + " is");
+                return;
+            default:
+        }
     }
 
     /** Escapes in a string that the parser reads in another way than strict code means them. */
@@ -99,11 +116,22 @@ final class Refusals {
             if (text.charAt(i) != '\\') continue;
             char c = text.charAt(++i);
             char next = i + 1 < end ? text.charAt(i + 1) : 0;
+            int digits = c == 'x' ? 2 : c == 'u' ? 4 : 0;
             if (c == 'u' && next == '{') refuse(string, "Code point escapes (\\u{...}) in strings are");
+            else if (!hexadecimal(text, i + 1, Math.min(end, i + 1 + digits))) errors.report(string, "Invalid escape sequence");
             if (c >= '1' && c <= '9' || c == '0' && next >= '0' && next <= '9') {
                 errors.report(string, "Octal escape sequences are not allowed in strict mode.");
             }
         }
+    }
+
+    private static boolean hexadecimal(String text, int from, int to) {
+        while (from < to && Character.digit(text.charAt(from), 16) >= 0) from++;
+        return from >= to;
+    }
+
+    void member(Name name) {
+        if (name.getIdentifier().equals("__proto__")) refuse(name, "The property __proto__ is");
     }
 
     /** A name that is declared or assigned. */
@@ -129,6 +157,12 @@ final class Refusals {
     void property(ObjectProperty property) {
         AstNode key = property.getLeft();
         String name = key instanceof Name ? ((Name) key).getIdentifier() : key instanceof StringLiteral ? ((StringLiteral) key).getValue() : "";
+        if (property.isGetterMethod() || property.isSetterMethod()) {
+            int wanted = property.isGetterMethod() ? 0 : 1;
+            if (((FunctionNode) property.getRight()).getParams().size() != wanted) {
+                errors.report(key, wanted == 0 ? "Getter must not have any formal parameters." : "Setter must have exactly one formal parameter.");
+            }
+        }
         boolean plain = !property.isMethod() && key != property.getRight();
         if (plain && name.equals("__proto__")) refuse(key, "__proto__ in an object literal is");
     }

@@ -38,7 +38,7 @@ final class Runtime {
         if (!fits(name, user)) return luaGlobal(name) ? name : js + '.' + name;
         String local = locals.get(name);
         if (local != null) return local;
-        local = free(name);
+        local = name.equals("arguments") ? name + Lua.CHANGED : free(name);
         locals.put(name, local);
         order.add(name);
         return local;

@@ -57,8 +57,11 @@ final class Statements {
         tail = last;
     }
 
-    private static boolean jumpsOver(AstNode node) {
-        return node.getLength() > Span.MOST_PIECES && !(node instanceof ExpressionStatement);
+    private boolean jumpsOver(AstNode node) {
+        if (node.getLength() <= Span.MOST_PIECES) return false;
+        if (!(node instanceof ExpressionStatement)) return true;
+        String text = g.source.text.substring(node.getPosition(), node.getPosition() + node.getLength());
+        return text.indexOf('?') >= 0 || text.contains("&&") || text.contains("||");
     }
 
     private void spanned(AstNode node) {
