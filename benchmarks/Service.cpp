@@ -1,7 +1,8 @@
 // What opening scripts costs, beside the bare work. Each pair runs in turn, and the median of the
 // rounds counts. Prints a row "NAME OURS REFERENCE" a line, in seconds unless the name says bytes.
 //
-// Usage: service FOLDER SCRIPT: an empty folder to work in, a script; VEXIL_CLASSPATH is set.
+// Usage: service FOLDER SCRIPT [SHARE]: an empty folder to work in, a script; VEXIL_CLASSPATH is set.
+// With a SHARE, growth goes to one part in so many only, and the rows keep their names.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <openssl/md5.h>
@@ -41,9 +42,7 @@ namespace fs = std::filesystem;
     std::exit(1);
 }
 
-double now() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
+double now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
 
 double median(std::vector<double> values) {
     std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
@@ -88,9 +87,10 @@ Ref<FileSystemAccessor> accessorOf(const fs::path& root) {
 
 void openScript(IFileAccessor* accessor, const std::string& name) {
     Ref<IError> error;
-    const Ref<IFile> file(accessor->open(name.c_str(), IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text,
-                                         error.out()));
-    if (!file) fail("cannot open " + name + (error ? std::string(": ") + Ref<IErrorEntry>(error->get(0))->message() : ""));
+    const Ref<IFile> file(
+        accessor->open(name.c_str(), IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error.out()));
+    if (!file)
+        fail("cannot open " + name + (error ? std::string(": ") + Ref<IErrorEntry>(error->get(0))->message() : ""));
 }
 
 // --- the same work as an open on a hit, in bare system calls
@@ -216,7 +216,7 @@ void fillCache(const Place& place, long first, long last) {
     }
 }
 
-void growth(const Place& place) {
+void growth(const Place& place, long share) {
     const auto files = accessorOf(place.scripts);
     const Ref<JsFileAccessor> accessor(new JsFileAccessor(files.get()));
     const auto open = [&] { openScript(accessor.get(), "study.jsl"); };
@@ -228,7 +228,7 @@ void growth(const Place& place) {
 
     fillCache(place, 0, 9);
     const double few = opening();
-    fillCache(place, 9, 999);
+    fillCache(place, 9, 1000 / share);
     row("growth-entries-1000", opening(), few);
 
     ILanguage* js = loadLanguage(ILanguageService::JavaScript);
@@ -243,15 +243,15 @@ void growth(const Place& place) {
     };
     hold(1);
     const double one = opening();
-    hold(100);
+    hold(static_cast<std::size_t>(100 / share));
     row("growth-profiles-100", opening(), one);
-    fillCache(place, 999, 10'000);
-    hold(10'000);
+    fillCache(place, 1000 / share, 10'000 / share);
+    hold(static_cast<std::size_t>(10'000 / share));
     row("growth-profiles-10000", opening(), one);
     held.clear();
     js->release();
 
-    fillCache(place, 10'000, 99'999);
+    fillCache(place, 10'000 / share, 100'000 / share);
     row("growth-entries-100000", opening(), few);
 }
 
@@ -300,7 +300,9 @@ void memory(const Place& place) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3 || !std::getenv("VEXIL_CLASSPATH")) fail("usage: service FOLDER SCRIPT, with VEXIL_CLASSPATH set");
+    const long share = argc == 4 ? std::atol(argv[3]) : 1;
+    if (argc < 3 || share < 1 || !std::getenv("VEXIL_CLASSPATH"))
+        fail("usage: service FOLDER SCRIPT [SHARE], with VEXIL_CLASSPATH set");
     const Place place(fs::absolute(argv[1]), argv[2]);
     fs::create_directories(place.scripts);
     fs::create_directories(place.cache);
@@ -312,5 +314,5 @@ int main(int argc, char** argv) {
     profiles(place);
     memory(place);
     coldOpen(place);
-    growth(place);
+    growth(place, share);
 }

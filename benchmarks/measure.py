@@ -85,8 +85,8 @@ def micro_rows(table, m):
             table.add(f"{what} among {count:,} files", m[f"{what}-among/ours/{count}"], m[f"{what}-among/ours/1"], "s", 1.3)
 
 
-def service_rows(table, build, environment, folder, script):
-    out = subprocess.run([build / "bin/vexil_bench_service", folder / "service", script], check=True,
+def service_rows(table, build, environment, folder, script, quick):
+    out = subprocess.run([build / "bin/vexil_bench_service", folder / "service", script, "50" if quick else "1"], check=True,
                          stdout=subprocess.PIPE, text=True, env=environment).stdout
     s = {name: (float(ours), float(reference)) for name, ours, reference in map(str.split, out.splitlines())}
     table.add("warm open", *s["warm-open"], "s", 1.5)
@@ -202,7 +202,7 @@ def main():
         script.write_text((BENCH / "studies/bollinger.jsl").read_text() + "".join(
             f"\nfunction average{i}(values, period, n) {{\n  let sum = 0;\n  for (let i = 0; i < n; i++) sum += values[period - i];\n"
             f"  return sum / n;\n}}\n" for i in range(45)))
-        service_rows(table, build, environment, folder, script)
+        service_rows(table, build, environment, folder, script, options.quick)
         process_rows(table, build, environment, folder, options.quick)
     finally:
         shutil.rmtree(folder)
