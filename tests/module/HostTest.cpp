@@ -3,10 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "adapters/IndicatorProfileImplementation.h"
@@ -78,21 +75,6 @@ TEST(Host, UsesTheClassesThroughTheirExports) {
     EXPECT_NE(Resources::mErrorOpenPipe, nullptr);
     Resources::deinit();
     EXPECT_EQ(Resources::mErrorOpenPipe, nullptr);
-}
-
-TEST(Host, LoadsAndUnloadsWithoutEnd) {
-    const auto mapped = [] {
-        std::ifstream maps("/proc/self/maps");
-        return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
-    };
-    void* library = nullptr;
-    std::ptrdiff_t settled = 0;
-    for (int i = 0; i < 1000; ++i) {
-        ASSERT_TRUE(load(library)) << dlerror();
-        dlclose(library);
-        if (i == 10) settled = mapped();
-    }
-    EXPECT_LE(mapped(), settled + 2);
 }
 
 }  // namespace vexil3::test

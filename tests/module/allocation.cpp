@@ -94,9 +94,10 @@ protected:
                 if (forGood) continue;
                 ASSERT_STREQ(act(), "") << "in health again, after allocation " << n;
             }
-            RecordProperty(forGood ? "injected_for_good" : "injected", static_cast<int>(injected));
+            mInjected += static_cast<int>(injected);
             EXPECT_GT(injected, 0);
         }
+        RecordProperty("injected", mInjected);
     }
     template <class Act>
     void withEveryFailure(Act act) {
@@ -127,6 +128,7 @@ protected:
 
     Workplace mPlace;
     Ref<FileSystemAccessor> mFiles;
+    int mInjected = 0;
 };
 
 }  // namespace
