@@ -240,7 +240,9 @@ local function describe(o, k)
   local flags, value, slot = own(o, k)
   if not flags then return nil end
   local d = new()
-  if slot and slot.accessor then
+  if slot and slot.variable then
+    d.value, d.writable = slot.get(), true
+  elseif slot and slot.accessor then
     d.get, d.set = nil, nil
     rawset(d, "\0s", js.shape("get", "set"))
     d.get, d.set = slot.get, slot.set
@@ -418,3 +420,10 @@ local console = new()
 local function write(_, ...) js.G.log(nil, ...) end
 for name in string.gmatch("log info warn error debug", "%S+") do console[name] = write end
 js.global("console", console)
+
+-- A variable of the script's top level as a property of the global object.
+function js.variable(name, get, set)
+  js.defineOwn(globalObject, name, 2, nil, get, function(_, v) set(v) end)
+  local _, _, slot = own(globalObject, name)
+  slot.variable = true
+end

@@ -70,9 +70,10 @@ js.ObjectProto, js.FunctionProto, js.ArrayProto = ObjectProto, FunctionProto, Ar
 js.StringProto, js.NumberProto, js.BooleanProto = StringProto, NumberProto, BooleanProto
 
 -- What the siblings add to js, found in the one that has it.
-local homes = { newError = "error", fromNative = "error", describeError = "error", toObject = "object",
+local homes = { newError = "error", fromNative = "error", describeError = "error", toObject = "object", variable = "object",
   iterate = "array", isArray = "array",
-  iterator = "array", listOf = "array", live = "array" }
+  iterator = "array", listOf = "array", live = "array", spread = "spread", gather = "spread", tail = "spread",
+  field = "spread", named = "spread", destructible = "spread", mix = "spread", without = "spread" }
 setmetatable(js, { __index = function(_, name)
   if not homes[name] then return nil end
   load(homes[name])

@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import java.util.ArrayList;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
@@ -81,7 +82,7 @@ final class Assignments {
         if (node.getType() != Token.ASSIGN) return compound(node, left, wanted);
         switch (left.getType()) {
             case Token.NAME: {
-                Code value = named(node.getRight(), ((Name) left).getIdentifier());
+                Code value = named(node.getRight(), left == node.getLeft() ? ((Name) left).getIdentifier() : "");
                 boolean simple = Names.variable(left) != null && Names.variable(left).kind != Variable.Kind.CONST;
                 if (wanted && !value.stable && !simple) value = g.save(value);
                 write((Name) left, value, false);
@@ -93,14 +94,14 @@ final class Assignments {
             case Token.ARRAYLIT: case Token.OBJECTLIT: {
                 Code value = g.value(node.getRight());
                 if (!value.stable) value = g.save(value);
-                pattern(left, value, false);
+                give(left, value, false);
                 return value;
             }
             default: {
                 Operands operands = new Operands(g, true);
                 Place place = target(left, operands, false);
                 Block.Link mark = g.out.mark();
-                operands.put(mark, named(node.getRight(), left.getType() == Token.GETPROP ? ((PropertyGet) left).getProperty().getIdentifier() : ""));
+                operands.put(mark, named(node.getRight(), ""));
                 Code value = wanted ? operands.keep() : operands.get(operands.count() - 1);
                 place.write(value);
                 return value;
@@ -115,7 +116,25 @@ final class Assignments {
         return g.functions.expression((FunctionNode) value, name);
     }
 
+    /** {@code a ??= b} and its kin. */
+    private Code logical(Assignment node, AstNode left, String operator) {
+        Operands operands = new Operands(g, true);
+        Place place = left.getType() == Token.NAME ? null : target(left, operands, true);
+        Code result = g.save(place == null ? g.expressions.name((Name) left) : place.read());
+        int before = g.temporaries;
+        g.out.add(new Code().line(g.line(node)).add("if ").add(g.expressions.goesOn(operator, result)).add(" then"));
+        Code value = named(node.getRight(), place == null ? ((Name) left).getIdentifier() : "");
+        g.out.add(new Code().line(g.line).add(result).add(" = ").add(value));
+        result.type = Types.UNKNOWN;
+        if (place == null) write((Name) left, result, false);
+        else place.write(result);
+        g.out.add("end");
+        g.temporaries = before;
+        return result;
+    }
+
     private Code compound(Assignment node, AstNode left, boolean wanted) {
+        if (Names.operator(node) != null) return logical(node, left, Names.operator(node));
         int operator = Types.operator(node.getType());
         int line = g.source.line(node.getPosition() + node.getOperatorPosition());
         Operands operands = new Operands(g, true);
@@ -173,8 +192,14 @@ final class Assignments {
             case Token.NAME:
                 write((Name) target, value, declaring);
                 return;
-            case Token.ARRAYLIT: case Token.OBJECTLIT:
-                pattern(target, value.stable ? value : g.save(value), declaring);
+            case Token.ARRAYLIT:
+                arrayPattern((ArrayLiteral) target, value, declaring);
+                return;
+            case Token.OBJECTLIT:
+                objectPattern((ObjectLiteral) target, value.stable ? value : g.save(value), declaring);
+                return;
+            case Token.ASSIGN:
+                giveOr((Assignment) target, value, declaring);
                 return;
             default: {
                 Code kept = value.stable ? value : g.save(value);
@@ -183,25 +208,52 @@ final class Assignments {
         }
     }
 
-    private void pattern(AstNode pattern, Code value, boolean declaring) {
-        if (pattern.getType() == Token.ARRAYLIT) {
-            Code list = g.save(new Code().line(g.line(pattern)).add(g.operators.library("values", value)));
-            int index = 0;
-            for (AstNode element : ((ArrayLiteral) pattern).getElements()) {
-                if (element.getType() != Token.EMPTY) {
-                    give(element, new Code().line(g.line(element)).add(list).add("[" + index + "]"), declaring);
-                }
-                index++;
+    /** Gives a value, or another where it is undefined. */
+    private void giveOr(Assignment target, Code value, boolean declaring) {
+        Code result = g.save(value);
+        AstNode left = target.getLeft();
+        int before = g.temporaries;
+        g.out.add(new Code().line(g.line(target)).add("if ").add(result).add(" == nil then"));
+        Code other = named(target.getRight(), left.getType() == Token.NAME ? ((Name) left).getIdentifier() : "");
+        g.out.add(new Code().line(g.line(target.getRight())).add(result).add(" = ").add(other));
+        g.out.add("end");
+        g.temporaries = before;
+        result.type = Types.UNKNOWN;
+        give(left, result, declaring);
+    }
+
+    private void arrayPattern(ArrayLiteral pattern, Code value, boolean declaring) {
+        Code list = g.save(new Code().line(g.line(pattern)).add(g.operators.library("values", value)));
+        int index = 0;
+        for (AstNode element : pattern.getElements()) {
+            Code code = new Code().line(g.line(element));
+            if (Patterns.isSpread(element)) {
+                give(Patterns.spread(element), code.add(g.operators.library("tail", list, Code.atom("" + index, Types.INTEGER))), declaring);
+            } else if (element.getType() != Token.EMPTY) give(element, code.add(list).add("[" + index + "]"), declaring);
+            index++;
+        }
+    }
+
+    private void objectPattern(ObjectLiteral pattern, Code value, boolean declaring) {
+        boolean empty = pattern.getElements().isEmpty() || Patterns.isSpread(pattern.getElements().get(0));
+        if (empty) g.out.add(new Code().line(g.line(pattern)).add(g.operators.library("destructible", value)));
+        ArrayList<Code> keys = new ArrayList<>();
+        keys.add(value);
+        Code computed = null;
+        for (ObjectProperty property : pattern.getElements()) {
+            Code line = new Code().line(g.line(property.getLeft()));
+            if (Patterns.isSpread(property)) {
+                give(property.getRight(), line.add(g.operators.library("without", keys.toArray(new Code[0]))), declaring);
+            } else if (Patterns.isKey(property)) {
+                computed = g.save(g.operators.library("key", g.value(Patterns.key(property))));
+                keys.add(computed);
+            } else if (computed != null) {
+                give(property.getRight(), line.add(g.operators.library("get", value, computed)), declaring);
+                computed = null;
+            } else {
+                keys.add(g.literals.key(property.getLeft()));
+                give(property.getRight(), new Code().operand(value, Code.PREFIX).line(g.line(property.getLeft())).add(g.literals.keyAccess(property.getLeft())), declaring);
             }
-            return;
-        }
-        if (((ObjectLiteral) pattern).getElements().isEmpty()) {
-            g.out.add(new Code().line(g.line(pattern)).add("do local _ = ").operand(value, Code.PREFIX).add(".constructor end"));
-        }
-        for (ObjectProperty property : ((ObjectLiteral) pattern).getElements()) {
-            AstNode key = property.getLeft();
-            Code member = new Code().operand(value, Code.PREFIX).line(g.line(key)).add(g.literals.keyAccess(key));
-            give(property.getRight(), member, declaring);
         }
     }
 }

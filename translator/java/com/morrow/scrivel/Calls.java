@@ -20,8 +20,12 @@ final class Calls {
         AstNode target = Expressions.bare(node.getTarget());
         List<AstNode> arguments = node.getArguments();
         if (arguments.size() > MOST_ARGUMENTS) throw new Generator.Refusal(node, "A call with more than 100 arguments is not supported");
+        if (Names.isChain(target) && target != node.getTarget()) {
+            throw new Generator.Refusal(target, "Calling an optional chain in parentheses is not supported");
+        }
         switch (target.getType()) {
             case Token.GETPROP:
+                if (Patterns.isLink(target)) return optional(Expressions.bare(Patterns.target(target)), arguments);
                 Code known = math(target, arguments);
                 return known != null ? known : method((PropertyGet) target, arguments);
             case Token.GETELEM:
@@ -32,8 +36,37 @@ final class Calls {
     }
 
     private Operands arguments(Operands operands, List<AstNode> arguments) {
-        for (AstNode argument : arguments) operands.add(argument);
-        return operands;
+        int last = arguments.size() - 1;
+        if (!Patterns.anySpread(arguments)) {
+            for (AstNode argument : arguments) operands.add(argument);
+            return operands;
+        }
+        boolean simple = !Patterns.anySpread(arguments.subList(0, last));
+        if (simple) for (AstNode argument : arguments.subList(0, last)) operands.add(argument);
+        Block.Link mark = g.out.mark();
+        Code all = g.operators.library("spread", simple ? g.value(Patterns.spread(arguments.get(last))) : gathered(arguments));
+        all.calls = true;
+        return operands.put(mark, all);
+    }
+
+    /** An array of elements, some of which are spread. */
+    Code gathered(List<AstNode> elements) {
+        Operands lists = new Operands(g, false);
+        for (int i = 0; i < elements.size(); i++) {
+            if (Patterns.isSpread(elements.get(i))) {
+                lists.add(Patterns.spread(elements.get(i)));
+                continue;
+            }
+            Operands run = new Operands(g, false);
+            Block.Link mark = g.out.mark();
+            for (; i < elements.size() && !Patterns.isSpread(elements.get(i)); i++) {
+                if (elements.get(i).getType() == Token.EMPTY) throw new Generator.Refusal(elements.get(i), "An array literal with holes and spread elements is not supported");
+                run.add(elements.get(i));
+            }
+            i--;
+            lists.put(mark, close(new Code().add(g.js("rest")), "", run, 0));
+        }
+        return close(new Code().line(g.line).add(g.js("gather")), "", lists, 0);
     }
 
     /** Closes a call whose text ends before its parenthesis; `fixed` come before the operands from `first` on. */
@@ -96,6 +129,24 @@ final class Calls {
             return spliced(code, "", operands, 1);
         }
         return close(new Code().operand(operands.get(0), Code.PREFIX).line(line).add(":" + name), "", operands, 1);
+    }
+
+    /** {@code f?.(...)}: the method of an object when f is a member, else a function. */
+    private Code optional(AstNode target, List<AstNode> arguments) {
+        Operands operands = new Operands(g, false);
+        String name = Lua.quote(text(target));
+        Code function, object = null;
+        if ((target.getType() == Token.GETPROP || target.getType() == Token.GETELEM) && !Patterns.isLink(target)) {
+            Operands member = new Operands(g, false);
+            Place place = g.assignments.place(target, member, true);
+            object = place.object();
+            function = g.expressions.link(place.read());
+        } else function = g.expressions.link(g.value(target));
+        operands.put(g.out.mark(), function);
+        if (object != null) operands.put(g.out.mark(), object);
+        arguments(operands, arguments);
+        Code code = new Code().line(g.line(target)).add(g.js("call") + "(").add(operands.get(0)).add(", " + name);
+        return spliced(code, object == null ? ", nil" : "", operands, 1);
     }
 
     private Code computedMethod(ElementGet target, List<AstNode> arguments) {
@@ -167,7 +218,7 @@ final class Calls {
         String name = g.types.mathIsPlain ? mathFunction(target) : null;
         if (name == null) return null;
         boolean two = name.equals("max2") || name.equals("min2") || name.equals("pow");
-        if (arguments.size() != (two ? 2 : 1)) return null;
+        if (arguments.size() != (two ? 2 : 1) || Patterns.anySpread(arguments)) return null;
         // Arguments turn into numbers one after the other when all have been evaluated: with two, only if no one can tell.
         if (two && !Types.isNumber(g.types.of(arguments.get(0))) && !isPlain(arguments.get(1))) return null;
         Operands operands = new Operands(g, false);

@@ -87,6 +87,11 @@ final class Counting {
 
     /** The counter is written by the loop's head alone and read in the loop alone. */
     private boolean keepsCounter() {
+        if (counter.kind == Variable.Kind.CONST) return false;
+        for (Variable.Use use : counter.uses) {
+            boolean inHead = use.position >= loop.getPosition() && use.position < loop.getCondition().getPosition();
+            if (inHead && use.closure() != null) return false;
+        }
         if (counter.isLexical() && counter.scope == Names.scope(loop)) return counter.writes == 2;
         if (counter.captured) return false;
         int from = loop.getPosition(), to = from + loop.getLength();

@@ -23,23 +23,28 @@ final class Diagnostics implements IdeErrorReporter {
         return !faults.isEmpty();
     }
 
-    void clear() {
-        faults.clear();
-    }
-
     void report(AstNode node, String message) {
         report(node.getPosition(), message);
     }
 
     void report(int offset, String message) {
-        report(offset, message, false);
+        report(original(offset), message, false);
+    }
+
+    /** Reports a place in the author's text, where the parser may go astray as well. */
+    void reportToken(int offset, String message) {
+        report(offset, message, true);
+    }
+
+    private int original(int offset) {
+        return source == null ? 0 : source.original(Math.max(0, Math.min(offset, source.text.length())));
     }
 
     private void report(int offset, String message, boolean fromParser) {
-        int at = source == null ? 0 : Math.max(0, Math.min(offset, source.text.length()));
         Fault fault = new Fault();
-        fault.line = source == null ? 1 : Math.min(source.line(at), source.lastLine());
-        fault.column = source == null || fault.line < source.line(at) ? 1 : source.column(at);
+        int line = source == null ? 1 : source.givenLine(offset);
+        fault.line = source == null ? 1 : Math.min(line, source.lastLine());
+        fault.column = fault.line < line ? 1 : source == null ? 1 : source.givenColumn(offset);
         fault.message = message;
         fault.fromParser = fromParser;
         int place = faults.size();
@@ -67,7 +72,8 @@ final class Diagnostics implements IdeErrorReporter {
 
     @Override
     public void error(String message, String name, int offset, int length) {
-        report(offset, Syntax.explain(source.text, offset, length, message), true);
+        String explained = Syntax.explain(source.given, original(offset), length, message);
+        if (explained != null) report(original(offset), explained, true);
     }
 
     @Override

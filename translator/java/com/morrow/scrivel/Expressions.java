@@ -19,6 +19,37 @@ final class Expressions {
     }
 
     private Code plain(AstNode node) {
+        if (Names.isChain(node)) return chain(node);
+        return parts(node);
+    }
+
+    /** A chain that ends early, without a value, where `?.` finds null or undefined. */
+    private Code chain(AstNode node) {
+        Code result = g.declareTemporary();
+        int before = g.temporaries;
+        if (node.getType() == Token.DELPROP) g.out.add(new Code().add(result).add(" = true"));
+        g.out.add(g.statement(g.line).add("repeat"));
+        g.deeper(node, 1);
+        Code value = parts(node);
+        g.out.add(new Code().line(g.line).add(result).add(" = ").add(value));
+        g.depth--;
+        g.out.add("until true");
+        g.temporaries = before;
+        return result;
+    }
+
+    /** What stands before `?.`; without it, the chain ends. */
+    Code link(Code value) {
+        if (!value.stable) value = g.save(value);
+        g.out.add(new Code().line(g.line).add("if ").add(nullish(value)).add(" then break end"));
+        return value;
+    }
+
+    private Code nullish(Code value) {
+        return new Code().add(value).add(" == nil or ").add(value).add(" == " + g.js("null")).ranked(Code.OR, Types.BOOLEAN);
+    }
+
+    private Code parts(AstNode node) {
         switch (node.getType()) {
             case Token.NUMBER: {
                 double number = ((NumberLiteral) node).getNumber();
@@ -47,6 +78,7 @@ final class Expressions {
             case Token.TEMPLATE_LITERAL:
                 return g.literals.template((TemplateLiteral) node);
             case Token.GETPROP: case Token.GETELEM: {
+                if (Patterns.isLink(node)) return link(g.value(Patterns.target(node)));
                 Operands operands = new Operands(g, true);
                 return g.assignments.place(node, operands, false).read();
             }
@@ -128,7 +160,7 @@ final class Expressions {
     /** The operands of a chain of one logical operator, however it is nested. */
     private static void operands(AstNode node, int operator, ArrayList<AstNode> list) {
         AstNode bare = bare(node);
-        if (bare.getType() != operator) {
+        if (bare.getType() != operator || Names.operator(bare) != null) {
             list.add(bare);
             return;
         }
@@ -136,7 +168,26 @@ final class Expressions {
         operands(((InfixExpression) bare).getRight(), operator, list);
     }
 
+    /** Whether `a ?? b` and its kin go on to b; a is a variable. */
+    Code goesOn(String operator, Code left) {
+        if (operator.startsWith("??")) return nullish(left);
+        Code test = g.operators.truth(left);
+        return operator.startsWith("||") ? g.operators.not(test) : test;
+    }
+
     private Code logical(InfixExpression node) {
+        if (Names.operator(node) != null) {
+            Code result = g.save(value(node.getLeft()));
+            Block outer = g.out;
+            Block inner = g.out = new Block();
+            Code right = value(node.getRight());
+            g.out = outer;
+            branch(nullish(result), inner, result, right);
+            g.out.add("end");
+            result.type = Types.join(result.type, right.type);
+            result.stable = true;
+            return result;
+        }
         ArrayList<AstNode> list = new ArrayList<>();
         operands(node, node.getType(), list);
         Code result = value(list.get(0));
@@ -264,7 +315,7 @@ final class Expressions {
             Code test = condition(node);
             return negated ? g.operators.not(test) : test;
         }
-        if (type != Token.AND && type != Token.OR) return g.operators.truth(value(node));
+        if (type != Token.AND && type != Token.OR || Names.operator(node) != null) return g.operators.truth(value(node));
         ArrayList<AstNode> list = new ArrayList<>();
         operands(node, type, list);
         Code result = condition(list.get(0));
@@ -301,6 +352,7 @@ final class Expressions {
                 effect(((InfixExpression) node).getRight());
                 return;
             case Token.AND: case Token.OR: {
+                if (Names.operator(node) != null) break;
                 InfixExpression both = (InfixExpression) node;
                 Code test = condition(both.getLeft());
                 open(node.getType() == Token.AND ? test : g.operators.not(test));
@@ -324,9 +376,10 @@ final class Expressions {
                 effect(((UnaryExpression) node).getOperand());
                 return;
             default:
-                if (node instanceof Assignment) g.assignments.assign((Assignment) node, false);
-                else discard(value(node));
+                break;
         }
+        if (node instanceof Assignment) g.assignments.assign((Assignment) node, false);
+        else discard(value(node));
     }
 
     private void open(Code test) {

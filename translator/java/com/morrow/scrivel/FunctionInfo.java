@@ -14,6 +14,7 @@ final class FunctionInfo {
     boolean usesThis;
     boolean usesArguments;
     boolean arrow;
+    boolean hasRest;
     /** The variable of a declaration, or of a function expression that refers to itself. */
     Variable variable;
     /** Hoisted as a declaration of this scope. */

@@ -29,6 +29,7 @@ final class Functions {
         Block top = g.out = new Block();
         if (main.usesThis) g.out.add("local this = " + g.js("G") + ".globalThis");
         enter(main.scope);
+        for (Variable variable : main.scope.variables) if (variable.shared) share(variable);
         g.statements.list(children(root), true);
         expose(main.scope);
         g.out = body;
@@ -53,10 +54,18 @@ final class Functions {
         }
     }
 
+    /** Makes a variable of the top level a property of the global object. */
+    private void share(Variable variable) {
+        String access = variable.access();
+        g.out.add(Code.of(g.js("variable") + "(" + Lua.quote(variable.name) + ", function() return " + access + " end, function(v) " + access + " = v end)"));
+    }
+
     private void exposeDeclared(FunctionNode node, Variable variable) {
         StringBuilder names = new StringBuilder();
-        for (int i = 0; i < node.getParams().size(); i++) names.append(i == 0 ? "" : ", ").append('p').append(i + 1).append(Lua.CHANGED);
-        if (Names.function(node).usesArguments) names.append(names.length() == 0 ? "..." : ", ...");
+        FunctionInfo info = Names.function(node);
+        int named = node.getParams().size() - (info.hasRest ? 1 : 0);
+        for (int i = 0; i < named; i++) names.append(i == 0 ? "" : ", ").append('p').append(i + 1).append(Lua.CHANGED);
+        if (info.usesArguments || info.hasRest) names.append(names.length() == 0 ? "..." : ", ...");
         String list = names.toString();
         g.out.add(g.statement(g.line(node)).add("_G" + Expressions.field(variable.name) + " = function(" + list + ") return "
             + variable.access() + "(nil" + (list.isEmpty() ? "" : ", " + list) + ") end"));
@@ -164,7 +173,7 @@ final class Functions {
         spare();
 
         boolean method = info.arrow || node.isMethod();
-        Code code = new Code().line(g.line(node)).add(new FunctionRow(name, node.getParams().size(), method ? 'a' : 'f'));
+        Code code = new Code().line(g.line(node)).add(new FunctionRow(name, length(node), method ? 'a' : 'f'));
         code.add(words + "(" + parameters + ")").add(top).add(statements).newline().line(g.endLine(node)).end();
         code.weight = 1;
         code.calls = false;
@@ -186,52 +195,67 @@ final class Functions {
 
     private String parameters(FunctionNode node, FunctionInfo info, Block top) {
         StringBuilder list = new StringBuilder();
-        ArrayList<String> patterns = new ArrayList<>();
+        ArrayList<String> names = new ArrayList<>();
         for (AstNode parameter : node.getParams()) {
-            boolean plain = parameter.getType() == Token.NAME;
-            String name = plain ? Names.variable(parameter).lua : g.fresh();
-            if (list.length() > 0) list.append(", ");
-            list.append(name);
-            patterns.add(name);
+            AstNode target = Patterns.parameter(parameter);
+            if (target.getType() == Token.ASSIGN) target = ((Assignment) target).getLeft();
+            names.add(target.getType() == Token.NAME ? Names.variable(target).lua : g.fresh());
+            if (!Patterns.isRest(parameter)) list.append(list.length() == 0 ? "" : ", ").append(names.get(names.size() - 1));
         }
-        if (node.getParams().size() > 100) throw new Generator.Refusal(node, "A function with more than 100 parameters is not supported");
+        if (names.size() > 100) throw new Generator.Refusal(node, "A function with more than 100 parameters is not supported");
         String receiver = info.arrow ? "_" + Lua.CHANGED : "this";
-        String all = list.length() == 0 ? receiver : receiver + ", " + list;
-        if (info.usesArguments) {
-            top.add(new Code().line(g.line(node)).add("local arguments = " + g.js("arguments") + "(nil, ...)"));
-            if (list.length() > 0) top.add("local " + list + " = ...");
-            all = receiver + ", ...";
+        boolean all = info.usesArguments;
+        int named = names.size() - (info.hasRest ? 1 : 0);
+        if (all) top.add(new Code().line(g.line(node)).add("local arguments = " + g.js("arguments") + "(nil, ...)"));
+        if (all && named > 0) top.add("local " + list + " = ...");
+        if (info.hasRest) {
+            String rest = all && named > 0 ? "select(" + (named + 1) + ", ...)" : "...";
+            top.add("local " + names.get(named) + " = " + g.js("rest") + "(" + rest + ")");
         }
         g.line = g.line(node);
-        if (info.scope.table != null) {
-            g.out.add("local " + info.scope.table + " = {}");
-        }
-        for (int i = 0; i < patterns.size(); i++) parameter(node.getParams().get(i), patterns.get(i));
-        return all;
+        if (info.scope.table != null) g.out.add("local " + info.scope.table + " = {}");
+        for (int i = 0; i < names.size(); i++) parameter(Patterns.parameter(node.getParams().get(i)), names.get(i));
+        String most = all || list.length() == 0 ? receiver : receiver + ", " + list;
+        return all || info.hasRest ? most + ", ..." : most;
     }
 
     private void parameter(AstNode parameter, String name) {
-        if (parameter.getType() != Token.NAME) {
-            declarePattern(parameter);
-            g.assignments.give(parameter, Generator.read(name, Types.UNKNOWN), true);
+        boolean fallback = parameter.getType() == Token.ASSIGN;
+        AstNode target = fallback ? ((Assignment) parameter).getLeft() : parameter;
+        if (fallback) {
+            int before = g.temporaries;
+            g.out.add(g.statement(g.line(parameter)).add("if " + name + " == nil then"));
+            Code value = g.assignments.named(((Assignment) parameter).getRight(), target.getType() == Token.NAME ? ((Name) target).getIdentifier() : "");
+            g.out.add(new Code().line(g.line).add(name + " = ").add(value));
+            g.out.add("end");
+            g.temporaries = before;
+        }
+        if (target.getType() != Token.NAME) {
+            declarePattern(target);
+            g.assignments.give(target, Generator.read(name, Types.UNKNOWN), true);
             return;
         }
-        Variable variable = Names.variable(parameter);
+        Variable variable = Names.variable(target);
         if (variable.spilledIn != null) g.out.add(variable.access() + " = " + name);
     }
 
     /** Makes locals of the names in a pattern. */
     void declarePattern(AstNode target) {
-        target = Expressions.bare(target);
-        if (target.getType() == Token.NAME) {
-            Variable variable = Names.variable(target);
+        ArrayList<Name> names = new ArrayList<>();
+        Patterns.names(target, names);
+        for (Name name : names) {
+            Variable variable = Names.variable(name);
             if (variable.spilledIn == null) g.out.add("local " + variable.lua);
-        } else if (target.getType() == Token.ARRAYLIT) {
-            for (AstNode element : ((ArrayLiteral) target).getElements()) {
-                if (element.getType() != Token.EMPTY) declarePattern(element);
-            }
-        } else if (target.getType() == Token.OBJECTLIT) {
-            for (ObjectProperty property : ((ObjectLiteral) target).getElements()) declarePattern(property.getRight());
         }
+    }
+
+    /** How many parameters come before the first that may be left out. */
+    private static int length(FunctionNode node) {
+        int count = 0;
+        for (AstNode parameter : node.getParams()) {
+            if (Patterns.parameter(parameter) != parameter) break;
+            count++;
+        }
+        return count;
     }
 }

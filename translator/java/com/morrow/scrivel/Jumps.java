@@ -238,6 +238,11 @@ final class Jumps {
         g.functions.enter(scope);
         Variable variable = Names.variable(clause.getVarName());
         g.out.add(g.statement(g.line(clause)).add((variable.spilledIn == null ? "local " : "") + variable.access() + " = " + what));
+        AstNode pattern = clause.getCatchCondition();
+        if (pattern != null) {
+            g.statements.declareHere(pattern);
+            g.assignments.give(pattern, Generator.read(variable.access(), Types.UNKNOWN), true);
+        }
         g.statements.body(clause.getBody());
     }
 

@@ -94,17 +94,25 @@ final class Lifetimes {
     }
 
     private void declared(Variable v) {
-        if (v.kind == Variable.Kind.PARAMETER || v.kind == Variable.Kind.CATCH || v.kind == Variable.Kind.FUNCTION) return;
+        if (v.kind == Variable.Kind.PARAMETER) {
+            for (Variable.Use use : v.uses) use.early = use.position != v.start && use.position < Math.max(v.start, v.ownEnd) && use.closure() == null;
+            return;
+        }
+        if (v.kind == Variable.Kind.CATCH || v.kind == Variable.Kind.FUNCTION) return;
         FunctionInfo function = v.scope.function.real();
         int last = v.home.end();
         v.safe = true;
         v.inPlace = true;
-        if (!v.direct || v.home.isSwitch) v.safe = v.inPlace = false;
+        if (!v.direct || v.home.isSwitch || v.declaration != null || v.shared) v.safe = v.inPlace = false;
         for (Variable.Use use : v.uses) {
             if (use.position == v.start) continue;
             if (use.position > last) v.safe = v.inPlace = false;
             if (v.caseEnd >= 0 && use.position >= v.caseEnd) v.checked = true;
             FunctionInfo closure = use.closure();
+            if (v.home.node instanceof ForInLoop && isIterated((ForInLoop) v.home.node, use)) {
+                use.early = v.isLexical();
+                continue;
+            }
             if (closure == null) early(v, use);
             else closure(v, use, closure, function);
         }
@@ -114,8 +122,14 @@ final class Lifetimes {
         v.checked &= v.isLexical();
     }
 
+    /** In what a loop goes through, its own variables are never initialised. */
+    private static boolean isIterated(ForInLoop loop, Variable.Use use) {
+        int from = loop.getIteratedObject().getPosition();
+        return use.position >= from && use.position < from + loop.getIteratedObject().getLength();
+    }
+
     private static void early(Variable v, Variable.Use use) {
-        if (use.position >= v.end) return;
+        if (use.position >= v.end || use.position > v.start && use.position >= v.ownEnd && use.position < v.patternEnd) return;
         if (v.isLexical()) use.early = true;
         v.inPlace = false;
         if (!v.isLexical()) v.safe = false;

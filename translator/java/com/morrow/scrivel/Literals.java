@@ -19,6 +19,11 @@ final class Literals {
 
     Code array(ArrayLiteral node) {
         List<AstNode> elements = node.getElements();
+        if (Patterns.anySpread(elements)) {
+            Code all = g.calls.gathered(elements);
+            all.type = Types.OBJECT;
+            return all;
+        }
         boolean holes = false;
         for (AstNode element : elements) holes |= element.getType() == Token.EMPTY;
         Operands operands = new Operands(g, false);
@@ -74,7 +79,7 @@ final class Literals {
         return Lua.canonicalNumber(keyText(key));
     }
 
-    private Code keyCode(AstNode key) {
+    Code key(AstNode key) {
         double number = keyNumber(key);
         if (number == number) return Code.atom(Lua.number(number), Types.NUMBER);
         String text = keyText(key);
@@ -93,6 +98,7 @@ final class Literals {
         HashSet<String> seen = new HashSet<>();
         for (ObjectProperty property : properties) {
             String key = keyText(property.getLeft());
+            plain &= !Patterns.isSpread(property) && !Patterns.isKey(property);
             plain &= key != null && keyNumber(property.getLeft()) != keyNumber(property.getLeft());
             plain &= !property.isGetterMethod() && !property.isSetterMethod() && seen.add(key) && !"length".equals(key);
         }
@@ -132,17 +138,35 @@ final class Literals {
     private Code filled(List<ObjectProperty> properties) {
         Code object = g.save(g.operators.library("object"));
         HashSet<String> accessors = new HashSet<>();
+        Code computed = null;
         for (ObjectProperty property : properties) {
-            Code key = keyCode(property.getLeft());
-            Code value = propertyValue(property);
+            Code line = new Code().line(g.line(property));
+            if (Patterns.isSpread(property)) {
+                g.out.add(line.add(g.operators.library("mix", object, g.value(property.getRight()))));
+                continue;
+            }
+            if (Patterns.isKey(property)) {
+                computed = g.save(g.operators.library("key", g.value(Patterns.key(property))));
+                continue;
+            }
+            Code key = computed != null ? computed : key(property.getLeft());
+            Code value = computed != null ? computedValue(property, computed) : propertyValue(property);
             boolean accessor = property.isGetterMethod() || property.isSetterMethod();
-            String function = property.isGetterMethod() ? "getter" : property.isSetterMethod() ? "setter" : "set";
+            String function = property.isGetterMethod() ? "getter" : property.isSetterMethod() ? "setter" : computed != null ? "field" : "set";
             if (!(accessor ? accessors.add(key.toString()) : accessors.isEmpty()) && !accessor) {
                 g.out.add(new Code().line(g.line(property)).add(g.operators.library("delete", object, key)));
             }
-            g.out.add(new Code().line(g.line(property)).add(g.operators.library(function, object, key, value)));
+            g.out.add(line.add(g.operators.library(function, object, key, value)));
+            computed = null;
         }
         return object;
+    }
+
+    /** A function without a name takes its computed key for one. */
+    private Code computedValue(ObjectProperty property, Code key) {
+        AstNode value = Expressions.bare(property.getRight());
+        boolean names = value.getType() == Token.FUNCTION && ((FunctionNode) value).getFunctionName() == null;
+        return names ? g.operators.library("named", g.functions.expression((FunctionNode) value, ""), key) : g.value(value);
     }
 
     // -- templates

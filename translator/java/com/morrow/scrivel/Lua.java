@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import java.math.BigDecimal;
 import java.util.Arrays;
 import java.util.HashSet;
 
@@ -81,11 +82,16 @@ final class Lua {
         }
     }
 
-    /** How JavaScript prints a number, for those that people use as keys. */
+    /** How JavaScript prints a number. */
     static String keyText(double value) {
         long whole = (long) value;
-        if (whole == value) return Math.abs(value) < 9e15 ? Long.toString(whole) : "";
-        String text = Double.toString(value);
-        return text.indexOf('E') >= 0 ? "" : text;
+        if (whole == value && Math.abs(value) < 9e15) return Long.toString(whole);
+        if (Double.isNaN(value) || Double.isInfinite(value)) return "";
+        BigDecimal exact = new BigDecimal(Double.toString(value)).stripTrailingZeros();
+        String digits = exact.unscaledValue().abs().toString();
+        int exponent = digits.length() - exact.scale() - 1;
+        if (exponent >= -6 && exponent < 21) return exact.toPlainString();
+        String first = (value < 0 ? "-" : "") + digits.charAt(0) + (digits.length() > 1 ? "." : "");
+        return first + digits.substring(1) + (exponent < 0 ? "e" : "e+") + exponent;
     }
 }

@@ -12,7 +12,7 @@ import org.mozilla.javascript.ast.*;
  * and refuses what is not translated. Variables, scopes and functions are left on the nodes for the walks that follow.
  */
 final class Names implements NodeVisitor {
-    private static final int VARIABLE = 1001, SCOPE = 1002, FUNCTION = 1003, USE = 1004;
+    private static final int SCOPE = 1002, FUNCTION = 1003, USE = 1004, CHAIN = 1006, NOTE = 1007;
 
     private final Diagnostics errors;
     private final Refusals refusals;
@@ -21,17 +21,17 @@ final class Names implements NodeVisitor {
     final ArrayList<Scope> scopes = new ArrayList<>();
     final HashSet<String> declared = new HashSet<>();
     final Types types;
-    /** Some text was not what its author wrote: parse again. */
-    boolean spoiled;
-    private final Syntax syntax;
+    private final Source source;
     private Scope scope;
     private FunctionInfo function;
     private boolean mathShared;
+    /** The script has the global object in its hands, whose properties the variables of the top level are. */
+    boolean sharesGlobals;
     private final ArrayList<Integer> continues = new ArrayList<>();
 
-    Names(Diagnostics errors, Syntax syntax, Types types) {
+    Names(Diagnostics errors, Source source, Types types) {
         this.errors = errors;
-        this.syntax = syntax;
+        this.source = source;
         this.types = types;
         refusals = new Refusals(errors);
     }
@@ -51,6 +51,16 @@ final class Names implements NodeVisitor {
 
     static FunctionInfo function(AstNode node) {
         return (FunctionInfo) node.getProp(FUNCTION);
+    }
+
+    /** The operator that the author wrote where the tree has another, or null. */
+    static String operator(AstNode node) {
+        return (String) node.getProp(NOTE);
+    }
+
+    /** The whole of a chain of members and calls that `?.` may cut short. */
+    static boolean isChain(AstNode node) {
+        return node.getProp(CHAIN) != null;
     }
 
     /** True when `Math` is only ever the plain object before a dot, so that its functions are the known ones. */
@@ -111,8 +121,9 @@ final class Names implements NodeVisitor {
             for (Scope at = scope; at != home; at = at.parent) {
                 Variable hidden = at.names.get(text);
                 if (hidden != null && hidden.kind != Variable.Kind.CATCH) clash(name);
+                at.passed.add(text);
             }
-        }
+        } else if (scope.passed.contains(text) || kind != Variable.Kind.CATCH && scope.isBodyOfCatch(text)) clash(name);
         if (found == null || found.kind == Variable.Kind.SELF) return home.declare(text, kind);
         boolean inFunction = home == home.function.real().scope;
         boolean again = !lexical && !found.isLexical() && (inFunction || kind == found.kind && kind == Variable.Kind.VAR);
@@ -150,31 +161,59 @@ final class Names implements NodeVisitor {
                 return;
             case Token.ARRAYLIT:
                 for (AstNode element : ((ArrayLiteral) node).getElements()) {
-                    if (element.getType() == Token.EMPTY) place(element);
+                    if (element.getType() == Token.EMPTY || Rewriting.isMark(element)) place(element);
                     else target(element, kind, in, direct, Types.ANYTHING);
                 }
+                lastIsRest(((ArrayLiteral) node).getElements());
                 return;
             case Token.OBJECTLIT:
                 for (ObjectProperty property : ((ObjectLiteral) node).getElements()) {
                     place(property);
                     if (property.getLeft() != property.getRight()) place(property.getLeft());
-                    target(property.getRight(), kind, in, direct, Types.ANYTHING);
+                    if (Patterns.isSpread(property) && source.note(property.getPosition()) != null) notLast(property);
+                    if (Patterns.isKey(property)) property.getRight().visit(this);
+                    else target(property.getRight(), kind, in, direct, Types.ANYTHING);
                 }
                 return;
+            case Token.ASSIGN: {
+                InfixExpression part = (InfixExpression) node;
+                if (!(node.getParent() instanceof ArrayLiteral || node.getParent() instanceof ObjectProperty)) break;
+                if (Rewriting.isMark(part.getLeft())) {
+                    place(part.getLeft());
+                    target(part.getRight(), kind, in, direct, Types.ANYTHING);
+                } else {
+                    target(part.getLeft(), kind, in, direct, Types.ANYTHING);
+                    part.getRight().visit(this);
+                    Variable variable = part.getLeft() instanceof Name && kind != null ? scope.find(((Name) part.getLeft()).getIdentifier()) : null;
+                    if (variable != null) variable.ownEnd = Math.max(variable.start, node.getPosition() + node.getLength());
+                }
+                return;
+            }
             case Token.LP:
                 target(((ParenthesizedExpression) node).getExpression(), kind, in, direct, value);
                 return;
             case Token.GETPROP:
             case Token.GETELEM:
                 mathShared |= node.getType() == Token.GETPROP && isMath(((PropertyGet) node).getTarget());
+                if (Patterns.isOptional(node)) break;
                 if (!parts(node)) return;
                 ((ElementGet) node).getTarget().visit(this);
                 ((ElementGet) node).getElement().visit(this);
                 return;
             default:
-                boolean fallback = node.getType() == Token.ASSIGN && kind == null && node.getParent() instanceof ArrayLiteral;
-                errors.report(node, fallback ? "Default values in destructuring are not supported" : "Invalid left-hand side in assignment");
+                break;
         }
+        errors.report(node, "Invalid left-hand side in assignment");
+    }
+
+    private void lastIsRest(List<AstNode> elements) {
+        for (int i = 0; i < elements.size(); i++) {
+            if (Patterns.isSpread(elements.get(i)) && (i + 1 < elements.size() || source.note(elements.get(i).getPosition()) != null)) notLast(elements.get(i));
+        }
+    }
+
+    private void notLast(AstNode rest) {
+        errors.report(rest, "Rest element must be last element");
     }
 
     private void declared(Name name, Variable variable, VariableInitializer in, boolean direct, AstNode value) {
@@ -184,6 +223,7 @@ final class Names implements NodeVisitor {
         variable.initial = value;
         variable.direct = direct;
         variable.end = in == null ? variable.start : in.getPosition() + in.getLength();
+        variable.patternEnd = in == null ? -1 : in.getTarget().getPosition() + in.getTarget().getLength();
         variable.initialised = in == null || in.getInitializer() != null;
     }
 
@@ -206,16 +246,12 @@ final class Names implements NodeVisitor {
             case Token.NAME:
                 name((Name) node);
                 return false;
-            case Token.STRING:
+            case Token.STRING: case Token.TEMPLATE_CHARS:
                 refusals.escapes(node);
-                spoiled |= syntax.spoiled(node);
-                return false;
-            case Token.TEMPLATE_CHARS:
-                refusals.escapes(node);
-                spoiled |= syntax.spoiled(node);
                 return false;
             case Token.THIS:
                 function.ofThis().usesThis = true;
+                sharesGlobals |= function.ofThis().node == null;
                 return false;
             case Token.GETPROP: {
                 InfixExpression get = (InfixExpression) node;
@@ -227,6 +263,7 @@ final class Names implements NodeVisitor {
                 } else left.visit(this);
                 place(get.getRight());
                 refusals.member((Name) get.getRight());
+                if (Rewriting.isMark(get.getRight())) chain(node);
                 return false;
             }
             case Token.FUNCTION:
@@ -276,6 +313,9 @@ final class Names implements NodeVisitor {
             case Token.NEW:
                 function.callAt(node.getPosition() + node.getLength());
                 return true;
+            case Token.OR:
+                note((InfixExpression) node);
+                return true;
             case Token.RETURN: {
                 AstNode value = ((ReturnStatement) node).getReturnValue();
                 types.returned(function.real(), value);
@@ -284,17 +324,40 @@ final class Names implements NodeVisitor {
             default:
                 if (node instanceof Assignment) {
                     Assignment assignment = (Assignment) node;
+                    note(assignment);
+                    if (Rewriting.isMark(assignment.getLeft())) {
+                        if (!Patterns.isSpread(node)) errors.report(node, "Unexpected token '...'");
+                        assignment.getRight().visit(this);
+                        return false;
+                    }
                     boolean plain = node.getType() == Token.ASSIGN;
                     target(assignment.getLeft(), null, null, false, plain ? assignment.getRight() : node);
                     assignment.getRight().visit(this);
                     return false;
                 }
                 if (node instanceof LabeledStatement) {
-                    ((LabeledStatement) node).getStatement().visit(this);
+                    labeled(((LabeledStatement) node).getStatement());
                     return false;
                 }
                 return true;
         }
+    }
+
+    /** The parser gives a loop that has a label too large a length. */
+    private void labeled(AstNode statement) {
+        if (statement instanceof Loop && !(statement instanceof DoLoop)) {
+            AstNode body = ((Loop) statement).getBody();
+            statement.setLength(body.getPosition() + body.getLength());
+        }
+        statement.visit(this);
+    }
+
+    /** Marks the whole of a chain that stops here when there is nothing to go on with. */
+    private static void chain(AstNode link) {
+        AstNode top = link;
+        for (AstNode next = top.getParent(); Patterns.target(next) == top; next = top.getParent()) top = next;
+        if (top.getParent().getType() == Token.DELPROP) top = top.getParent();
+        top.putProp(CHAIN, true);
     }
 
     private static boolean isMath(AstNode node) {
@@ -306,13 +369,29 @@ final class Names implements NodeVisitor {
         if (text.equals("arguments") && function.ofThis().node != null && scope.find(text) == null) {
             function.ofThis().usesArguments = true;
         }
+        if (text.equals("globalThis")) sharesGlobals = true;
         if (text.equals("Math")) mathShared = true;
         if (use(name) == null) use(name, false);
+    }
+
+    private void note(InfixExpression node) {
+        String operator = source.note(node.getPosition() + node.getOperatorPosition());
+        if (operator == null) return;
+        node.putProp(NOTE, operator);
+        if (node.getType() != Token.OR) return;
+        boolean mixed = isMixed(node.getLeft(), node.getPosition()) || isMixed(node.getRight(), node.getPosition()) || isMixed(node.getParent(), 0);
+        if (mixed) errors.report(node, "?? cannot stand beside && or || without parentheses");
+    }
+
+    private boolean isMixed(AstNode node, int base) {
+        if (node.getType() != Token.OR) return node.getType() == Token.AND;
+        return source.note(base + node.getPosition() + ((InfixExpression) node).getOperatorPosition()) == null;
     }
 
     private void objectLiteral(ObjectLiteral literal) {
         for (ObjectProperty property : literal.getElements()) {
             place(property);
+            if ("=".equals(source.note(property.getPosition()))) errors.report(property, "Invalid shorthand property initializer");
             boolean shorthand = property.getLeft() == property.getRight();
             if (!shorthand) place(property.getLeft());
             refusals.property(property);
@@ -321,7 +400,7 @@ final class Names implements NodeVisitor {
     }
 
     private void declaration(VariableDeclaration node) {
-        Variable.Kind kind = node.isConst() || syntax.isConstHead(node.getPosition()) ? Variable.Kind.CONST
+        Variable.Kind kind = node.isConst() || "const".equals(source.note(node.getPosition())) ? Variable.Kind.CONST
             : node.isLet() ? Variable.Kind.LET : Variable.Kind.VAR;
         AstNode parent = node.getParent();
         int type = parent.getType();
@@ -359,6 +438,7 @@ final class Names implements NodeVisitor {
         } else {
             ForInLoop loop = (ForInLoop) node;
             loop.getIteratedObject().visit(this);
+            if (loop.isForOf() && loop.getIteratedObject().getType() == Token.COMMA) errors.report(loop.getIteratedObject(), "Unexpected token ','");
             scope.inLoop = true;
             AstNode iterator = loop.getIterator();
             if (iterator instanceof VariableDeclaration) iterator.visit(this);
@@ -387,12 +467,17 @@ final class Names implements NodeVisitor {
         part(node.getTryBlock());
         for (CatchClause clause : node.getCatchClauses()) {
             place(clause);
-            if (clause.getCatchCondition() != null) errors.report(clause, "Conditional catch clauses are not supported");
+            AstNode pattern = clause.getCatchCondition();
+            if (pattern != null && source.note(clause.getPosition() + pattern.getPosition()) == null) {
+                errors.report(clause, "Conditional catch clauses are not supported");
+                pattern = null;
+            }
             if (closing) enter(clause);
             open(clause);
             place(clause.getVarName());
             declare(clause.getVarName(), Variable.Kind.CATCH);
             use(clause.getVarName(), false);
+            if (pattern != null) target(pattern, Variable.Kind.LET, null, true, Types.ANYTHING);
             clause.getBody().visit(this);
             close();
             if (closing) leave();
@@ -433,13 +518,25 @@ final class Names implements NodeVisitor {
             info.variable = scope.declare(name.getIdentifier(), Variable.Kind.SELF);
             declared.add(name.getIdentifier());
         }
+        boolean simple = true;
         for (AstNode parameter : node.getParams()) {
             target(parameter, Variable.Kind.PARAMETER, null, false, Types.ANYTHING);
+            info.hasRest |= Patterns.isRest(parameter);
+            simple &= parameter.getType() == Token.NAME;
         }
+        if (!simple && isStrict(node)) errors.report(node, "Illegal 'use strict' directive in function with non-simple parameter list");
         place(node.getBody());
         children(node.getBody());
         close();
         function = outside;
+    }
+
+    /** Whether a function says that it is strict. */
+    private static boolean isStrict(FunctionNode node) {
+        AstNode first = (AstNode) node.getBody().getFirstChild();
+        if (!(first instanceof ExpressionStatement)) return false;
+        AstNode text = ((ExpressionStatement) first).getExpression();
+        return text instanceof StringLiteral && ((StringLiteral) text).getValue().equals("use strict");
     }
 
     private void hoist(FunctionNode node, FunctionInfo info, Name name) {
@@ -462,6 +559,7 @@ final class Names implements NodeVisitor {
     // -- resolution
 
     private void resolve() {
+        if (sharesGlobals) for (Variable variable : scopes.get(0).variables) variable.share();
         for (Variable.Use use : uses) {
             String text = use.name.getIdentifier();
             Variable variable = use.scope.find(text);

@@ -77,6 +77,7 @@ final class Operators {
     }
 
     private Code typeOf(AstNode operand) {
+        operand = Expressions.bare(operand);
         boolean global = operand.getType() == Token.NAME && Names.variable(operand) == null;
         String name = global ? ((Name) operand).getIdentifier() : "";
         if (!global || name.equals("undefined") || name.equals("arguments")) return library("typeof", g.value(operand));
@@ -84,7 +85,9 @@ final class Operators {
     }
 
     private Code delete(AstNode operand) {
+        boolean inParentheses = operand.getType() == Token.LP;
         operand = Expressions.bare(operand);
+        if (inParentheses && Names.isChain(operand)) throw new Generator.Refusal(operand, "Deleting an optional chain in parentheses is not supported");
         if (operand.getType() != Token.GETPROP && operand.getType() != Token.GETELEM) {
             g.expressions.effect(operand);
             return Code.atom("true", Types.BOOLEAN);

@@ -91,18 +91,11 @@ public final class Program implements Runnable {
 
     private void translate(Source source) {
         Syntax syntax = new Syntax(source, errors);
-        Types types;
-        Names names;
-        AstRoot root;
-        FunctionInfo main;
-        do {
-            root = syntax.parse();
-            if (errors.any()) return;
-            types = new Types();
-            names = new Names(errors, syntax, types);
-            main = names.walk(root);
-            if (names.spoiled) errors.clear();
-        } while (names.spoiled);
+        AstRoot root = syntax.parse();
+        if (errors.any()) return;
+        Types types = new Types();
+        Names names = new Names(errors, source, types);
+        FunctionInfo main = names.walk(root);
         if (errors.any()) return;
         Lifetimes lifetimes = new Lifetimes(names, errors);
         lifetimes.decide();

@@ -2,7 +2,9 @@ package com.morrow.scrivel;
 
 import java.util.ArrayList;
 import java.util.HashMap;
+import java.util.HashSet;
 import org.mozilla.javascript.ast.AstNode;
+import org.mozilla.javascript.ast.CatchClause;
 import org.mozilla.javascript.ast.FunctionNode;
 
 /** A stretch of text with names of its own: a function, a block, a loop's head, a switch or a catch clause. */
@@ -17,6 +19,8 @@ final class Scope {
     /** Entered anew with each turn of a loop of its function. */
     boolean inLoop;
     boolean isSwitch;
+    /** The names of variables that are declared within and live outside. */
+    final HashSet<String> passed = new HashSet<>(2);
     /** Nothing more of it can be spilled. */
     boolean spent;
     /** The Lua local that holds the spilled variables, or null. */
@@ -30,6 +34,10 @@ final class Scope {
             parent.children.add(this);
             inLoop = parent.inLoop && parent.function.real() == function.real();
         }
+    }
+
+    boolean isBodyOfCatch(String name) {
+        return parent != null && parent.node instanceof CatchClause && parent.names.containsKey(name) && node == ((CatchClause) parent.node).getBody();
     }
 
     Variable declare(String name, Variable.Kind kind) {

@@ -12,9 +12,12 @@ import java.util.Arrays;
 
 /** A script's text, and where in it an offset lies. Lines and columns count from 1; lines end at a line feed, as for the host. */
 final class Source {
+    /** As its author wrote it, and as the parser reads it: lines are the same, offsets may differ. */
+    final String given;
     String text;
-    private int[] starts = new int[256];
-    private int lines;
+    private final int[] givenStarts;
+    private int[] starts;
+    private Rewriting rewriting;
 
     /** Reads a UTF-8 file; a malformed sequence is reported with its place and gives null. */
     static Source read(Path file, Diagnostics errors) throws IOException {
@@ -25,22 +28,42 @@ final class Source {
         chars.flip();
         Source source = new Source(chars.toString());
         errors.source = source;
-        if (!result.isError()) return source;
-        errors.report(source.text.length(), "The text is not valid UTF-8 from here on; save the file as UTF-8");
+        if (!result.isError()) {
+            source.rewrite(errors);
+            return source;
+        }
+        errors.reportToken(source.given.length(), "The text is not valid UTF-8 from here on; save the file as UTF-8");
         return null;
     }
 
-    Source(String given) {
-        text = given.startsWith("\uFEFF") ? " " + given.substring(1) : given;
-        lines = 1;
+    private Source(String read) {
+        given = read.startsWith("\uFEFF") ? " " + read.substring(1) : read;
+        text = given;
+        givenStarts = starts = lineStarts(given);
+    }
+
+    private void rewrite(Diagnostics errors) {
+        rewriting = new Rewriting(given, errors);
+        text = rewriting.apply(given);
+        if (text != given) starts = lineStarts(text);
+    }
+
+    private static int[] lineStarts(String text) {
+        int[] starts = new int[256];
+        int lines = 1;
         for (int at = text.indexOf('\n'); at >= 0; at = text.indexOf('\n', at + 1)) {
             if (lines == starts.length) starts = Arrays.copyOf(starts, 2 * lines);
             starts[lines++] = at + 1;
         }
+        return Arrays.copyOf(starts, lines);
     }
 
     int line(int offset) {
-        int found = Arrays.binarySearch(starts, 0, lines, offset);
+        return line(starts, offset);
+    }
+
+    private static int line(int[] starts, int offset) {
+        int found = Arrays.binarySearch(starts, offset);
         return found >= 0 ? found + 1 : -found - 1;
     }
 
@@ -48,12 +71,29 @@ final class Source {
         return starts[line - 1];
     }
 
-    int column(int offset) {
-        return offset - starts[line(offset) - 1] + 1;
+    /** Where an offset of the parser's text lies in the author's. */
+    int original(int offset) {
+        return rewriting == null ? offset : rewriting.original(offset);
+    }
+
+    /** What the author wrote where the parser got something else; null where it did not. */
+    String note(int offset) {
+        return rewriting.note(offset);
+    }
+
+    // Lines and columns of offsets in the author's text.
+
+    int givenLine(int offset) {
+        return line(givenStarts, offset);
+    }
+
+    int givenColumn(int offset) {
+        return offset - givenStarts[givenLine(offset) - 1] + 1;
     }
 
     /** The last line that holds anything; a line feed that ends the file begins no line. */
     int lastLine() {
-        return lines > 1 && starts[lines - 1] == text.length() ? lines - 1 : lines;
+        int lines = givenStarts.length;
+        return lines > 1 && givenStarts[lines - 1] == given.length() ? lines - 1 : lines;
     }
 }

@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import java.util.ArrayList;
 import java.util.List;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
@@ -231,14 +232,11 @@ final class Statements {
 
     /** Declares the variables of a target that are declared in place. */
     void declareHere(AstNode target) {
-        target = Expressions.bare(target);
-        if (target.getType() == Token.NAME) {
-            Variable variable = Names.variable(target);
-            if (variable.inPlace && variable.start == target.getPosition()) g.out.add(g.statement(g.line).add("local " + variable.lua));
-        } else if (target.getType() == Token.ARRAYLIT) {
-            for (AstNode element : ((ArrayLiteral) target).getElements()) if (element.getType() != Token.EMPTY) declareHere(element);
-        } else if (target.getType() == Token.OBJECTLIT) {
-            for (ObjectProperty property : ((ObjectLiteral) target).getElements()) declareHere(property.getRight());
+        ArrayList<Name> names = new ArrayList<>();
+        Patterns.names(target, names);
+        for (Name name : names) {
+            Variable variable = Names.variable(name);
+            if (variable.inPlace && variable.start == name.getPosition()) g.out.add(g.statement(g.line).add("local " + variable.lua));
         }
     }
 }

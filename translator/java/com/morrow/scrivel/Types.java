@@ -53,7 +53,7 @@ final class Types {
             case FUNCTION:
                 return variable.writes == 0 ? FUNCTION : UNKNOWN;
             case VAR: case LET: case CONST:
-                return variable.safe && variable.initialised ? NONE : UNKNOWN;
+                return variable.safe && variable.initialised && !variable.shared ? NONE : UNKNOWN;
             default:
                 return UNKNOWN;
         }
@@ -135,7 +135,7 @@ final class Types {
             case Token.CALL:
                 return call((FunctionCall) node);
             default:
-                if (!(node instanceof InfixExpression)) return UNKNOWN;
+                if (!(node instanceof InfixExpression) || Names.operator(node) != null) return UNKNOWN;
                 int operator = operator(node.getType());
                 if (operator != Token.ADD && operator != Token.SUB) return binary(operator, UNKNOWN, UNKNOWN);
                 return binary(operator, of(((InfixExpression) node).getLeft()), of(((InfixExpression) node).getRight()));

@@ -42,6 +42,11 @@ final class Variable {
     Scope home;
     int start = -1;
     int end;
+    /** Where the pattern ends that it is declared in; what stands in there after its own name sees it. */
+    int patternEnd = -1;
+    int ownEnd = -1;
+    /** A property of the global object, which anyone may change. */
+    boolean shared;
     boolean direct;
     /** The expression that gives it its first value, where that is one. */
     AstNode initial;
@@ -76,6 +81,13 @@ final class Variable {
 
     boolean isLexical() {
         return kind == Kind.LET || kind == Kind.CONST;
+    }
+
+    void share() {
+        shared = kind == Kind.VAR || kind == Kind.FUNCTION;
+        if (!shared) return;
+        captured = writtenInClosure = true;
+        writes += 2;
     }
 
     /** Keeps one value once it has one. */
