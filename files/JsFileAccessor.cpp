@@ -19,6 +19,7 @@
 #include "language/Resources.h"
 #include "translation/ProcessRunnerFactory.h"
 #include "translation/TemporaryFile.h"
+#include "translation/TextLimit.h"
 
 namespace vexil3::js {
 
@@ -31,6 +32,8 @@ namespace {
 
 constexpr int kSourceNameLength = 16;
 constexpr char kScripts[] = "*.jsl";
+// More than anybody reads, and little enough to hold as errors.
+constexpr int kMostRows = 100000;
 
 void reportTranslation(IError** error, const char* message) {
     ErrorFactory::throwError(error, IError::StageTranslation, IError::CodeInvalidContent, message);
@@ -42,11 +45,16 @@ void reportTemporary(IError** error, const char* path, const char* reason) {
 }
 
 // The whole text of a file; nothing, with what the file reported passed on, when it cannot be read.
-std::optional<std::string> readScript(IFile* file, IError** error) {
+std::optional<std::string> readScript(IFile* file, const char* name, IError** error) {
     Ref<IError> local;
     const std::int64_t size = file->size(local.out());
     if (local) {
         ErrorFactory::throwStack(error, local.get());
+        return std::nullopt;
+    }
+    if (size > kLargestText) {
+        ErrorFactory::throwError(error, IError::StageFile, IError::CodeInvalidContent, "The file is too large", name,
+                                 0);
         return std::nullopt;
     }
     std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
@@ -59,10 +67,17 @@ std::optional<std::string> readScript(IFile* file, IError** error) {
     return text;
 }
 
+std::string_view firstRows(std::string_view text, int count) {
+    std::size_t end = 0;
+    for (; count > 0 && end < text.size(); --count) end = std::min(text.find('\n', end), text.size() - 1) + 1;
+    return text.substr(0, end);
+}
+
 // One error a line: "source(LINE,...): MESSAGE" with its line, any other with its own text.
-void reportFailures(const char* text, const char* name, IError** error) {
+void reportFailures(std::string_view text, const char* name, IError** error) {
     static constexpr std::string_view marker = "source(";
-    for (const std::string& piece : split(text, '\n')) {
+    const std::string_view rows = firstRows(text, kMostRows);
+    for (const std::string& piece : split(std::string(rows), '\n')) {
         if (!piece.starts_with(marker)) {
             reportTranslation(error, piece.c_str());
             continue;
@@ -73,6 +88,7 @@ void reportFailures(const char* text, const char* name, IError** error) {
         const char* message = piece.c_str() + (colon == std::string::npos ? 0 : colon + 2);
         ErrorFactory::throwError(error, IError::StageTranslation, IError::CodeInvalidContent, message, name, line);
     }
+    if (rows.size() < text.size()) reportTranslation(error, "More errors are left out");
 }
 
 // Has the translation service translate `script`, which is handed over in a temporary file.
@@ -154,7 +170,7 @@ Ref<IFile> JsFileAccessor::translate(const char* name, OpenMode openMode, Access
     Ref<IFile> script(inner->open(name, openMode, accessMode, dataMode, error));
     if (!script || !StringUtil::like(kScripts, name)) return script;
 
-    std::optional<std::string> text = readScript(script.get(), error);
+    std::optional<std::string> text = readScript(script.get(), name, error);
     if (!text) return Ref<IFile>();
     const std::unique_ptr<ProcessResult> result = runTranslation(*text, name, error);
     text.reset();

@@ -76,6 +76,17 @@ void loadTexts(ILocalizationSource* source) {
     Resources::gInit.store(whole, std::memory_order_release);
 }
 
+// Whether printf may be given the text with one string. A translator's slip must not read what is
+// not there.
+bool takesOneString(const char* format) {
+    int strings = 0;
+    for (const char* at = std::strchr(format, '%'); at; at = std::strchr(at + 2, '%')) {
+        if (at[1] != '%' && at[1] != 's') return false;
+        strings += at[1] == 's';
+    }
+    return strings <= 1;
+}
+
 // The current text of a message, or its default when memory ran out while loading: whoever reports
 // an error must get some text.
 const char* text(int id) {
@@ -125,6 +136,7 @@ const char* Resources::getErrorClasspath() { return text(51512); }
 
 const char* Resources::getErrorCantOpen(const char* fileName) {
     const char* format = text(51505);
+    if (!takesOneString(format)) format = kMessages[51505 - kMessages[0].id].defaultText;
     try {
         char buffer[kParameterErrorSize];
 #pragma GCC diagnostic push

@@ -11,6 +11,7 @@
 #include "translation/CacheLock.h"
 #include "translation/ExecutableDir.h"
 #include "translation/MD5Calc.h"
+#include "translation/TextLimit.h"
 
 namespace vexil3::js {
 
@@ -149,6 +150,10 @@ std::string CacheProcessRunner::loadFile(const std::string& path, IFileAccessor*
         return std::string();
     }
     const std::int64_t size = file->size(local.out());
+    if (!local && size > kLargestText) {
+        forward(error, local, (path + ": the file is too large").c_str());
+        return std::string();
+    }
     std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
     unsigned long done = 0;
     if (!local && file->read(text.data(), text.size(), done, local.out())) return text;

@@ -28,7 +28,7 @@ AutoFileRemover::~AutoFileRemover() {
 }
 
 TemporaryFile::TemporaryFile(const std::string& prefix, int length, const std::string& suffix) : mError(EEXIST) {
-    for (int draw = 0; draw < kDraws && mError == EEXIST; ++draw) {
+    for (int draw = 0; draw < kDraws && (mError == EEXIST || mError == EINTR); ++draw) {
         std::string path = prefix;
         path.append(gen_random_string(length)).append(suffix);
         mDescriptor = Descriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));

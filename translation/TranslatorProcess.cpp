@@ -1,5 +1,6 @@
 #include "translation/TranslatorProcess.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -20,6 +21,9 @@ constexpr useconds_t kLongestPause = 5000;
 
 TranslatorProcess::TranslatorProcess(const std::string& shellCommand) {
     open(shellCommand, std::ios_base::in | pstdout | pstderr);
+    // A process that the host starts meanwhile has no use for them.
+    for (const buf_read_src source : {rsrc_out, rsrc_err})
+        if (rpipe(source) >= 0) fcntl(rpipe(source), F_SETFD, FD_CLOEXEC);
 }
 
 std::optional<int> TranslatorProcess::wait() {

@@ -14,6 +14,7 @@
 #include "translation/Descriptor.h"
 #include "translation/ExecutableDir.h"
 #include "translation/TemporaryFile.h"
+#include "translation/TextLimit.h"
 #include "translation/TranslatorProcess.h"
 
 namespace vexil3::js {
@@ -50,6 +51,7 @@ int readWhole(const std::string& path, std::string& text) {
     struct stat facts;
     if (fstat(file.get(), &facts) != 0) return errno;
     if (!S_ISREG(facts.st_mode)) return 0;
+    if (facts.st_size > kLargestText) return EFBIG;
     text.resize(static_cast<std::size_t>(facts.st_size));
     std::size_t done = 0;
     while (done < text.size()) {

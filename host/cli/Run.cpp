@@ -1,6 +1,7 @@
 #include "host/cli/Run.h"
 
 #include "host/cli/Environment.h"
+#include "host/cli/ScriptFiles.h"
 
 namespace vexil3::cli {
 
@@ -53,7 +54,7 @@ void runAs(ILanguageService::ObjectType kind, Run& run) {
 }  // namespace
 
 Counted<FileSystemAccessor> openFiles() {
-    Counted<FileSystemAccessor> accessor(new FileSystemAccessor);
+    Counted<FileSystemAccessor> accessor(new ScriptFiles);
     ErrorSlot error;
     expect(accessor->init(".", nullptr, error), error, "opening the working directory");
     return accessor;

@@ -9,6 +9,7 @@
 #include "host/cli/Console.h"
 #include "host/cli/Environment.h"
 #include "host/cli/Failure.h"
+#include "host/cli/Interruption.h"
 #include "host/cli/Run.h"
 
 namespace vexil3::cli {
@@ -89,6 +90,7 @@ int main(int argc, char** argv) {
         const auto options = parseCommandLine(argc, argv, exitCode);
         if (!options) return exitCode;
         setEnvironment();
+        Interruption::arm();
         Output output(STDOUT_FILENO);
         return perform(*options, output, messages, console);
     } catch (const std::exception& e) {

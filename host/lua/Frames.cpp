@@ -44,7 +44,7 @@ std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char
         if (innerIsScript && !isScript) frames.back().name.clear();
         if (isScript) {
             const bool isMain = *info.what == 'm';
-            frames.push_back({id, info.name && !isMain ? info.name : "", info.currentline, isMain});
+            frames.push_back({id, info.name && !isMain ? info.name : "", info.currentline, isMain, info.linedefined});
         }
         innerIsScript = isScript;
         if (tooDeep && level == kInnermost) {

@@ -12,8 +12,9 @@ namespace vexil3::lua {
 struct Frame {
     std::string file;
     std::string name;  // empty: unknown
-    int line = 0;
+    int line = 0;  // 0: the frames between its neighbours are left out
     bool isMain = false;
+    int defined = 0;  // the line where the function begins
 };
 
 // The frames of the chunk `id` on the stack of L, innermost first; of a very deep stack its two ends,

@@ -234,7 +234,8 @@ void ScriptState::describeValue(lua_State* L, Fault& fault) {
     lua_rawgeti(L, LUA_REGISTRYINDEX, of(L).mDescriber);
     if (lua_isfunction(L, -1)) {
         lua_pushvalue(L, 1);
-        if (lua_pcall(L, 1, 2, 0) == 0 && lua_type(L, -2) == LUA_TSTRING) {
+        pushFrames(L, fault.frames);
+        if (lua_pcall(L, 2, 2, 0) == 0 && lua_type(L, -2) == LUA_TSTRING) {
             copyText(L, -2, fault.text);
             if (lua_istable(L, -1)) readFrames(L, fault.frames);
             if (!fault.frames.empty() && (lua_istable(L, -1) || fault.line == 0))

@@ -10,9 +10,10 @@ namespace {
 
 constexpr int kMaxFrames = 80;
 
-// The frame at the top; one without a line when it is none.
+// The frame at the top; of line -1 when it is none.
 Frame readFrame(lua_State* L) {
     Frame frame;
+    frame.line = -1;
     if (!lua_istable(L, -1)) return frame;
     for (const char* key : {"file", "name", "line", "main"}) {
         lua_pushstring(L, key);
@@ -136,8 +137,7 @@ void pushFrames(lua_State* L, const std::vector<Frame>& frames) {
     lua_createtable(L, static_cast<int>(frames.size()), 0);
     int count = 0;
     for (const Frame& frame : frames) {
-        if (frame.line == 0) continue;
-        lua_createtable(L, 0, 4);
+        lua_createtable(L, 0, 5);
         lua_pushlstring(L, frame.file.data(), frame.file.size());
         lua_setfield(L, -2, "file");
         lua_pushinteger(L, frame.line);
@@ -146,6 +146,8 @@ void pushFrames(lua_State* L, const std::vector<Frame>& frames) {
             lua_pushlstring(L, frame.name.data(), frame.name.size());
             lua_setfield(L, -2, "name");
         }
+        lua_pushinteger(L, frame.defined);
+        lua_setfield(L, -2, "defined");
         lua_pushboolean(L, frame.isMain);
         lua_setfield(L, -2, "main");
         lua_rawseti(L, -2, ++count);
@@ -159,10 +161,10 @@ void readFrames(lua_State* L, std::vector<Frame>& frames) {
             lua_rawgeti(L, -1, i);
             Frame frame = readFrame(L);
             lua_pop(L, 1);
-            if (frame.line <= 0) break;
+            if (frame.line < 0) break;
             read.push_back(std::move(frame));
         }
-        if (!read.empty()) frames = std::move(read);
+        if (!read.empty() && read.front().line > 0) frames = std::move(read);
     } catch (const std::exception&) {
         // The frames of the moment when the error was raised are left.
     }

@@ -7,9 +7,11 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 PROGRAM = pathlib.Path(sys.argv[1]).resolve() if len(sys.argv) > 1 else None
@@ -155,11 +157,13 @@ class CliTest(unittest.TestCase):
         (self.folder / name).write_text(text)
         return name
 
-    def vexil(self, *arguments, program=PROGRAM, **environment):
+    def variables(self, **environment):
         variables = {key: value for key, value in os.environ.items() if not key.startswith("VEXIL_")}
-        variables.update({"VEXIL_JS_CACHE": self.cache}, **environment)
-        return subprocess.run([program, *arguments], cwd=self.folder, env=variables, capture_output=True,
-                              text=True, timeout=120)
+        return {**variables, "VEXIL_JS_CACHE": self.cache, **environment}
+
+    def vexil(self, *arguments, program=PROGRAM, **environment):
+        return subprocess.run([program, *arguments], cwd=self.folder, env=self.variables(**environment),
+                              capture_output=True, text=True, timeout=120)
 
     def run_script(self, script, *arguments, **environment):
         return self.vexil("run", "--prices", "prices.csv", *arguments, script, **environment)
@@ -362,6 +366,78 @@ class CliTest(unittest.TestCase):
         rows = self.assert_succeeds(self.run_script(script, "--format", "csv")).splitlines()
         expected = [",".join(map(str, bar[:-1] + (0,))) for bar in BARS[:3]]
         self.assertEqual([row.rsplit(",", 1)[0] for row in rows[1:]], expected)
+
+    # --- Ctrl-C
+
+    def interrupted(self, arguments, begun, signals=(signal.SIGINT,), group=False, **environment):
+        """Sends the signals to the program, or to its group, once begun(its process) holds; gives the signal that
+        ended it. Nothing may be left behind."""
+        temporary = self.folder / "tmp"
+        temporary.mkdir(exist_ok=True)
+        environment.setdefault("VEXIL_JS_CACHE", self.cache)
+        with subprocess.Popen([PROGRAM, *arguments], cwd=self.folder, start_new_session=True, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.PIPE, text=True, preexec_fn=environment.pop("before", None),
+                              env=self.variables(VEXIL_TEMP_DIR=str(temporary), **environment)) as process:
+            try:
+                self.wait_until(lambda: process.poll() is not None or begun(process))
+                for number in signals:
+                    (os.killpg if group else os.kill)(process.pid, number)
+                self.assertEqual(process.communicate(timeout=20)[1], "")
+            finally:
+                process.kill()
+        self.assertEqual(list(temporary.iterdir()), [])
+        cache = pathlib.Path(environment["VEXIL_JS_CACHE"])
+        self.assertEqual([path for path in cache.glob("*") if path.is_file()], [])
+        return -process.returncode
+
+    def wait_until(self, holds):
+        end = time.monotonic() + 60
+        while not holds():
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.01)
+
+    def test_ctrl_c_ends_an_endless_loop_of_any_kind(self):
+        def computes(process):
+            fields = pathlib.Path(f"/proc/{process.pid}/stat").read_text().rsplit(")", 1)[1].split()
+            return int(fields[11]) > 0.5 * os.sysconf("SC_CLK_TCK")  # more than any start takes
+        for name, text in {
+            "update.jsl": "function indicator(profile) {}\nfunction update(instance) { for (;;) {} }\n",
+            "strategy.jsl": "function strategy(profile) {}\nfunction update(instance) { for (;;) {} }\n",
+            "draw.jsl": "function tool(profile) {}\nfunction draw(instance) { for (let i = 0;; i++) i *= 2; }\n",
+            "macro.jsl": "function macro(profile) {}\nfunction execute(instance) { for (;;) [1].map(x => x); }\n",
+            "macro.lua": "function macro(profile) end\nfunction execute(instance) while true do end end\n",
+        }.items():
+            self.write(name, text)
+            self.assert_succeeds(self.vexil("check", name))  # translated, so that only the loop takes time
+            with self.subTest(name):
+                self.assertEqual(self.interrupted(["run", "--prices", "prices.csv", name], computes), signal.SIGINT)
+
+    def test_ctrl_c_while_translating_leaves_no_java_and_no_file(self):
+        programs = self.folder / "bin"
+        programs.mkdir()
+        (programs / "java").write_text('#!/bin/sh\nsleep 90 &\necho $$ $! >"$STARTED.new"\n'
+                                       'mv "$STARTED.new" "$STARTED"\nwait; echo "local a" >"$5"; echo 1 >"$6"\n')
+        (programs / "java").chmod(0o755)
+        started = self.folder / "started"
+        surroundings = {"PATH": f"{programs}:{os.environ['PATH']}", "STARTED": str(started),
+                        "VEXIL_JS_CACHE": str(self.folder / "cache")}
+        script = self.write("slow.jsl", "function macro(profile) {}\nfunction execute(instance) {}\n")
+
+        def runs(process):
+            state = pathlib.Path(f"/proc/{process}/stat")
+            return state.exists() and state.read_text().rsplit(")", 1)[1].split()[0] != "Z"
+        for command in ["run", "check", "translate"]:
+            for number, group in [(signal.SIGINT, False), (signal.SIGINT, True), (signal.SIGTERM, False),
+                                  (signal.SIGHUP, True)]:
+                with self.subTest(command=command, number=number, group=group):
+                    self.assertEqual(self.interrupted([command, script], lambda _: started.exists(), [number], group,
+                                                      **surroundings), number)
+                    for process in started.read_text().split():
+                        self.wait_until(lambda: not runs(process))
+                    started.unlink()
+        ignoring = {"before": lambda: signal.signal(signal.SIGINT, signal.SIG_IGN)}
+        self.assertEqual(self.interrupted(["run", script], lambda _: started.exists(), [signal.SIGINT, signal.SIGTERM],
+                                          **surroundings, **ignoring), signal.SIGTERM)
 
     # --- the machine
 

@@ -4,6 +4,7 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 
+#include <climits>
 #include <thread>
 
 #include "doubles/Fault.h"
@@ -190,12 +191,92 @@ TEST_F(Accessor, TemporaryDirectoryIsTakenAsItIs) {
     EXPECT_FALSE(std::filesystem::exists(pwned));
 }
 
-TEST_F(Accessor, ScriptNamesNeverReachTheShell) {
-    const std::string name = "$(touch " + (mPlace / "pwned") + ");`id`'\" \n&.jsl";
-    mFiles->files[name] = "let x;";
-    EXPECT_EQ(opened(name.c_str()), kLua);
-    EXPECT_EQ(mPlace.arguments().find("touch"), std::string::npos);
-    EXPECT_FALSE(std::filesystem::exists(mPlace / "pwned"));
+TEST_F(Accessor, OddVariablesAreTheShellsToReadAndScriptNamesNever) {
+    // What the shell makes of them may be relative.
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(mPlace.path());
+    const std::string name = "$(touch named);`touch named`'\" \n&.jsl";
+    const struct {
+        std::string text;
+        bool isRun;  // by the shell, as part of a path that exists or need not
+    } odds[] = {{"", false},
+                {"two words", false},
+                {"tab\tbed", false},
+                {"'", false},
+                {"\"", false},
+                {"'whole'", false},
+                {"a\nb", false},
+                {"\\", false},
+                {"*?[a]{b,c}", false},
+                {"#<>|&", false},
+                {"\xFF\xFE", false},
+                {"${HOME}~", false},
+                {"$(touch run)", true},
+                {"`touch run`", true},
+                {";touch run;", true},
+                {std::string(4096, 'x'), false}};
+    for (const char* variable : {"VEXIL_CLASSPATH", "VEXIL_JS_CACHE", "VEXIL_TEMP_DIR"})
+        for (const auto& [text, isRun] : odds) {
+            const std::string folder = mPlace / variable + text, what = variable + (" with " + text.substr(0, 20));
+            std::error_code tooLong;
+            std::filesystem::create_directory(folder, tooLong);
+            {
+                const Variable odd(variable, variable[6] == 'C' ? folder + "/" : folder);
+                mFiles->files[name] += ";";
+                const std::string got = opened(name.c_str());
+                // What a translator makes of other paths is its own affair.
+                if (text.empty() || (tooLong && variable[6] == 'C')) {
+                    EXPECT_EQ(got, kLua) << what;
+                }
+            }
+            EXPECT_EQ(std::filesystem::remove(mPlace / "run"), isRun) << what;
+            EXPECT_FALSE(std::filesystem::exists(mPlace / "named")) << what;
+            EXPECT_EQ(mPlace.arguments().find("named"), std::string::npos) << what;
+            for (const auto& left : std::filesystem::directory_iterator(folder, tooLong))
+                EXPECT_TRUE(left.is_directory()) << what << " left " << left.path();
+            std::filesystem::remove_all(folder, tooLong);
+            mFiles->files[name] += ".";
+            EXPECT_EQ(opened(name.c_str()), kLua) << "in health again, after " << what;
+        }
+    std::filesystem::current_path(before);
+}
+
+TEST_F(Accessor, LargeResultsAreTakenAndBoundless) {
+    mPlace.misbehaves(
+        "truncate -s 200M \"$5\"; head -c 4M /dev/zero | tr '\\0' 1 >\"$6\"; printf "
+        "'\\n\\n-7\\n\\r\\n99999999999999999999\\n2147483648' >>\"$6\"");
+    const Ref<IFile> file = open();
+    void* translated = nullptr;
+    ASSERT_TRUE(file && file->to(js::JsFile::ID, &translated)) << opened();
+    EXPECT_STREQ(static_cast<js::JsFile*>(translated)->getSource(), kLua) << "up to the first NUL";
+    EXPECT_EQ(static_cast<js::JsFile*>(translated)->getLines(), (std::vector<int>{-1, -7, 0, -1, INT_MIN}));
+
+    const auto alone = [](std::vector<Fault> all) { return all.size() == 1 ? all[0].message : "not one"; };
+    mFiles->files["s.jsl"] += ";";
+    EXPECT_EQ(alone(failing("truncate -s 2G \"$5\"")), "File too large");
+    const auto many = failing("head -c 1M /dev/zero | tr '\\0' '\\n' | sed s/^/x/ >\"$6\"; exit 1");
+    EXPECT_EQ(many.size(), 100001u);
+    EXPECT_EQ(many.back(), (Fault{3, 23, "More errors are left out"}));
+    mPlace.behaves();
+    EXPECT_EQ(opened(), kLua);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(mPlace / "cache"))
+        if (entry.path().filename() == "content") std::filesystem::resize_file(entry.path(), 2l << 30);
+    EXPECT_TRUE(alone((open(), faults(mError))).ends_with("/content: the file is too large"));
+
+    class Large final : public MemoryAccessor {
+        IFile* open(const char* name, OpenMode, AccessMode, DataMode, IError**) override {
+            return new Endless(*this, name);
+        }
+        struct Endless final : MemoryFile {
+            using MemoryFile::MemoryFile;
+            std::int64_t size(IError**) override { return INT64_MAX; }
+        };
+    };
+    const Ref<Large> files(new Large);
+    const Ref<js::JsFileAccessor> accessor(new js::JsFileAccessor(files.get()));
+    EXPECT_FALSE(Ref<IFile>(
+        accessor->open("s.jsl", IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, mError.out())));
+    EXPECT_EQ(faults(mError), (std::vector<Fault>{{2, 23, "The file is too large", "s.jsl", 0}}));
 }
 
 TEST_F(Accessor, WhatIsPlantedUnderADrawnNameIsNeitherFollowedNorRemoved) {

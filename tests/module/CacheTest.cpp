@@ -179,6 +179,53 @@ TEST_F(Cache, DamageIsRepairedOrServedAsItIsButNeverMixed) {
     EXPECT_EQ(answer(), "0 lua js|1\njs made");
 }
 
+TEST_F(Cache, PermissionsAreObeyedAndNothingIsHalfKept) {
+    using std::filesystem::perms;
+    const auto all = perms::all & ~perms::others_write, none = perms::none, readable = all & ~perms::owner_write;
+    run();
+    const std::string cache = mFolder / "cache", folder = entry("");
+    const struct {
+        std::string path;
+        perms granted;
+        const char *known, *changed;  // the answers; what an error says ends with its reason
+    } cases[] = {{entry("md5sum"), none, "Permission denied", "Permission denied"},
+                 {entry("lines"), none, "Permission denied", "0 lua jt|1\njt made"},
+                 {entry("content"), none, "Permission denied", "0 lua jt|1\njt made"},
+                 {entry("ok"), none, "0 lua js|1\njs kept", "0 lua jt|1\njt made"},
+                 {folder, none, "Permission denied", "Permission denied"},
+                 {folder, readable, "0 lua js|1\njs kept", "0 lua jt|1\njt made"},
+                 {cache, readable, "0 lua js|1\njs kept", "0 lua jt|1\njt made"},
+                 {cache, none, "Permission denied", "Permission denied"},
+                 {mSource, none, "Permission denied", "Permission denied"}};
+    std::filesystem::permissions(mFolder.path(), perms::all);
+    for (const auto& [path, granted, known, changed] : cases)
+        for (const bool change : {false, true}) {
+            SCOPED_TRACE(path + (change ? ", another source" : ""));
+            source("js");
+            run();
+            source(change ? "jt" : "js");
+            // Root obeys no permissions; nobody does, once all is nobody's.
+            const pid_t child = fork();
+            if (child == 0) {
+                for (const auto& each : std::filesystem::recursive_directory_iterator(mFolder.path()))
+                    if (chown(each.path().c_str(), 65534, 65534) != 0) _exit(2);
+                std::filesystem::permissions(path, granted);
+                if (getuid() == 0 && setuid(65534) != 0) _exit(2);
+                std::string got = answer();
+                if (got.starts_with("1 |") && got.ends_with(" kept")) got = got.substr(got.size() - 22, 17);
+                EXPECT_EQ(got, change ? changed : known);
+                fflush(stdout);
+                _exit(HasFailure());
+            }
+            int status = 0;
+            waitpid(child, &status, 0);
+            std::filesystem::permissions(path, all);
+            if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "cannot give files and rights away here";
+            EXPECT_EQ(status, 0);
+            EXPECT_TRUE(answer().starts_with(change ? "0 lua jt|1\njt" : "0 lua js|1\njs")) << "in health again";
+        }
+}
+
 TEST_F(Cache, StaleEntryLosesItsMarkerFirst) {
     run();
     std::filesystem::remove(entry("md5sum"));

@@ -114,6 +114,14 @@ TEST_F(ResourcesTest, TheCannotOpenTextIsCutToFitAndBelongsToItsThread) {
     EXPECT_STREQ(Resources::getErrorCantOpen("a"),
                  "a: nicht zu \xC3\xB6"
                  "ffnen");
+    source.texts[51505] = "100 %%: %s";
+    Resources::init(&source);
+    EXPECT_STREQ(Resources::getErrorCantOpen("a"), "100 %: a");
+    for (const char* slip : {"%s %s", "%n", "%d", "%", "%s %", "%*s", "%1$s %2$s", "%l", "%%%"}) {
+        source.texts[51505] = slip;
+        Resources::init(&source);
+        EXPECT_STREQ(Resources::getErrorCantOpen("a"), "Cannot open the file a.") << slip;
+    }
 }
 
 }  // namespace vexil3::test

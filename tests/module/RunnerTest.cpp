@@ -101,8 +101,7 @@ TEST_F(Runner, TakesWhateverIsInTheResultFiles) {
     EXPECT_EQ(texts(runWhere("rm \"$5\" \"$6\"")), "|");
     EXPECT_EQ(texts(runWhere("printf 'half' >\"$5\"; : >\"$6\"")), "half|");
     EXPECT_EQ(texts(runWhere("printf 'a\\0b' >\"$5\"; printf '\\377\\0' >\"$6\"")), std::string("a\0b|\377\0", 6));
-    const Result huge = runWhere("head -c 67108864 /dev/zero >\"$5\"");
-    EXPECT_EQ(huge->outText().size(), 67108864u);
+    EXPECT_EQ(runWhere("truncate -s 200M \"$5\"")->outText().size(), 200u << 20);
     // Neither followed nor waited for nor left behind.
     writeFile(mPlace / "secret", "secret");
     EXPECT_EQ(texts(runWhere("rm \"$5\" \"$6\"; ln -s \"$here/secret\" \"$5\"; mkfifo \"$6\"")), "|");
@@ -169,6 +168,18 @@ TEST_F(Runner, ChildGetsNoneOfOurDescriptors) {
         EXPECT_EQ(target.find(mPlace.path()), std::string::npos) << line;
     }
     EXPECT_EQ(inherited, 1) << readFile(mPlace / "descriptors");
+}
+
+TEST_F(Runner, WhatTheHostStartsMeanwhileGetsNoPipe) {
+    const auto handedOn = [] {
+        int count = 0;
+        for (int descriptor = 0; descriptor < 1024; ++descriptor) count += fcntl(descriptor, F_GETFD) == 0;
+        return count;
+    };
+    const int before = handedOn();
+    const js::TranslatorProcess running("sleep 0.1");
+    EXPECT_EQ(openDescriptors(), mDescriptors + 2);
+    EXPECT_EQ(handedOn(), before);
 }
 
 TEST_F(Runner, HostMayTakeTheChildsStatus) {
@@ -256,6 +267,8 @@ TEST(ExecutableDir, IsTheFolderOfTheProgram) {
     EXPECT_EQ(folder, std::filesystem::read_symlink("/proc/self/exe").parent_path().string() + "/");
     const Variable cache("VEXIL_JS_CACHE", nullptr);
     EXPECT_EQ(js::getCacheDir(), folder + "/vexil.js.cache/");
+    const Variable root("VEXIL_JS_CACHE", "");
+    EXPECT_EQ(js::getCacheDir(), "/");
 }
 
 TEST(ProcessResult, HoldsItsTextsWhole) {
