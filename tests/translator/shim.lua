@@ -14,7 +14,7 @@ local function frames()
     local info = getinfo(level, "Sln")
     if not info then return list end
     if info.source == "@" .. name then
-      list[#list + 1] = { file = name, line = info.currentline, name = info.name }
+      list[#list + 1] = { file = name, line = info.currentline, name = info.name, defined = info.linedefined }
     end
   end
 end
@@ -64,7 +64,7 @@ local function raised(value) return { value = value, frames = frames() } end
 local function report(error)
   if type(error) ~= "table" then error = { value = error, frames = {} } end
   local text, where = tostring(error.value), nil
-  if describe then text, where = describe(error.value) end
+  if describe then text, where = describe(error.value, error.frames) end
   io.write("error: ", text, "\n")
   for _, frame in ipairs(where or error.frames) do
     io.stderr:write("  ", frame.name or "?", " (", frame.file, ":", frame.line, ")\n")

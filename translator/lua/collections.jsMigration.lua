@@ -2,7 +2,7 @@
 -- packed into new ones. The old keys stay as they were for a loop that is still among them, and know the new.
 local js = require("jsMigration.lua")
 local null, builtin, typeError = js.null, js.builtin, js.typeError
-local type, rawget, setmetatable, next = type, rawget, setmetatable, next
+local type, rawget, next = type, rawget, next
 local V, C = "\0v", "\0c"
 local NIL, NAN, GAP = {}, {}, {}
 
@@ -87,18 +87,19 @@ end
 
 function js.collectionValues(o) return each(rawget(o, V), rawget(o, C) == "Map" and "entries" or "values") end
 
--- Defines a collection; fill takes one item of what the constructor was given.
-local function collection(class, fill)
+local function itself(item) return item end
+
+-- Defines a collection. What its constructor is given goes through the method named adder, as take makes it.
+local function collection(class, adder, take)
   local proto = {}
   js.fillProto(proto, js.ObjectProto)
   local function refuse() typeError("Constructor " .. class .. " requires 'new'") end
   js.constructor(class, 0, proto, refuse, function(items)
-    local store, mt = newStore(), js.metaFor(proto)
-    local o = setmetatable({ ["\0s"] = mt.root, [V] = store, [C] = class }, mt)
-    if items ~= nil and items ~= null then
-      local list = js.listOf(items)
-      for i = 0, list.length - 1 do fill(store, list[i]) end
-    end
+    local o = js.instance(proto, class, newStore())
+    if items == nil or items == null then return o end
+    local add = o[adder]
+    if type(add) ~= "function" then typeError(class .. ".prototype." .. adder .. " is not a function") end
+    for _, item in js.each(items) do add(o, take(item)) end
     return o
   end)
   local function method(name, count, f)
@@ -109,6 +110,37 @@ local function collection(class, fill)
   return proto, method
 end
 
+-- The weak kin keep what they are given for as long as they live themselves; scripts cannot tell.
+local function weakly(what)
+  return function(k)
+    if not js.isObject(k) then typeError("Invalid value used " .. what) end
+    return k
+  end
+end
+
+-- Defines a collection of values by key; check refuses a key.
+local function keyed(class, check)
+  local proto, method = collection(class, "set", js.entry)
+  method("get", 1, function(store, _, k) return store.values[store.at[place(k)] or 0] end)
+  method("set", 2, function(store, this, k, v)
+    if check then check(k) end
+    put(store, k, v)
+    return this
+  end)
+  return proto, method
+end
+
+local function single(class, check)
+  local proto, method = collection(class, "add", itself)
+  method("add", 1, function(store, this, k)
+    if k == 0 then k = 0 end -- never -0
+    if check then check(k) end
+    put(store, k, k)
+    return this
+  end)
+  return proto, method
+end
+
 local function iteration(proto, method, class)
   method("clear", 0, function(store)
     for i = 1, store.n do store.keys[i] = GAP end
@@ -116,7 +148,7 @@ local function iteration(proto, method, class)
     pack(store)
   end)
   method("forEach", 1, function(store, this, f, that)
-    if type(f) ~= "function" then typeError(js.describe(f) .. " is not a function") end
+    js.needFunction(f)
     local following = walk(store)
     local found, k, v = following()
     while found do
@@ -128,40 +160,13 @@ local function iteration(proto, method, class)
     method(kind, 0, function(store) return js.iterator(each(store, kind)) end)
   end
   if class == "Set" then js.defineOwn(proto, "keys", 5, proto.values) end
-  local function size(this) return storeOf(this, class, "size").size end
-  js.names[size], js.arity[size] = "get size", 0
+  local size = js.name(function(this) return storeOf(this, class, "size").size end, "get size", 0)
   js.defineOwn(proto, "size", 4, nil, size, false)
 end
 
-local function putItem(store, k)
-  if k == 0 then k = 0 end -- never -0
-  put(store, k, k)
-end
-
-local function entry(item)
-  if not js.isObject(item) then typeError("Iterator value " .. js.str(item) .. " is not an entry object") end
-  return item[0], item[1]
-end
-
-local map, mapMethod = collection("Map", function(store, item) put(store, entry(item)) end)
-mapMethod("get", 1, function(store, _, k) return store.values[store.at[place(k)] or 0] end)
-mapMethod("set", 2, function(store, this, k, v) put(store, k, v) return this end)
+local map, mapMethod = keyed("Map")
 iteration(map, mapMethod, "Map")
-
-local set, setMethod = collection("Set", putItem)
-setMethod("add", 1, function(store, this, k) putItem(store, k) return this end)
+local set, setMethod = single("Set")
 iteration(set, setMethod, "Set")
-
--- The weak kin keep what they are given for as long as they live themselves; scripts cannot tell.
-local function needObject(k, what)
-  if not js.isObject(k) then typeError("Invalid value used " .. what) end
-  return k
-end
-local _, weakMap = collection("WeakMap", function(store, item)
-  local k, v = entry(item)
-  put(store, needObject(k, "as weak map key"), v)
-end)
-weakMap("get", 1, function(store, _, k) return store.values[store.at[place(k)] or 0] end)
-weakMap("set", 2, function(store, this, k, v) put(store, needObject(k, "as weak map key"), v) return this end)
-local _, weakSet = collection("WeakSet", function(store, item) put(store, needObject(item, "in weak set"), true) end)
-weakSet("add", 1, function(store, this, k) put(store, needObject(k, "in weak set"), true) return this end)
+keyed("WeakMap", weakly("as weak map key"))
+single("WeakSet", weakly("in weak set"))

@@ -2,7 +2,7 @@
 local js = require("jsMigration.lua")
 local math, string, unpack = math, string, unpack
 local num, str, toInteger, builtin, typeError = js.num, js.str, js.toInteger, js.builtin, js.typeError
-local type, rawget, rawset, select, tonumber, setmetatable = type, rawget, rawset, select, tonumber, setmetatable
+local type, rawget, rawset, select, tonumber = type, rawget, rawset, select, tonumber
 local floor, abs, format, match, find, sub = math.floor, math.abs, string.format, string.match, string.find, string.sub
 local NaN = 0 / 0
 local V, C = "\0v", "\0c"
@@ -53,81 +53,74 @@ end
 
 -- Reading.
 
+-- The time of fields that were read, or NaN when no date has them. Months count from 0; the zone is in minutes.
+local function timeOf(year, month, date, h, min, sec, ms, zone)
+  if month < 0 or month > 11 or date < 1 or date > 31 then return NaN end
+  if h > 24 or h == 24 and min + sec + ms > 0 or min > 59 or sec > 59 then return NaN end
+  return compose(year, month, date, h, min - zone, sec, ms)
+end
+
+local function zoneOf(sign, h, m) return (sign == "-" and -1 or 1) * ((tonumber(h) or 0) * 60 + (tonumber(m) or 0)) end
+
 local function parseIso(s)
   local sign, year, rest = match(s, "^([+-])(%d%d%d%d%d%d)(.*)$")
   if not year then year, rest = match(s, "^(%d%d%d%d)(.*)$") end
   if not year or sign == "-" and year == "000000" then return nil end
-  local month, date = "1", "1"
-  local m, after = match(rest, "^%-(%d%d)(.*)$")
-  if m then
-    month, rest = m, after
-    m, after = match(rest, "^%-(%d%d)(.*)$")
-    if m then date, rest = m, after end
+  -- Takes the next digits where the text goes on with some.
+  local function take(pattern)
+    local digits, more = match(rest, "^" .. pattern .. "(.*)$")
+    if digits then rest = more end
+    return digits
   end
-  local h, min, s1, ms, zone = 0, 0, 0, 0, 0
-  if rest ~= "" then
-    local hh, mm, tail = match(rest, "^[T ](%d%d):(%d%d)(.*)$")
-    if not hh then return nil end
-    local ss, more = match(tail, "^:(%d%d)(.*)$")
-    if ss then
-      tail = more
-      local fraction, last = match(tail, "^[.,](%d+)(.*)$")
-      if fraction then ms, tail = floor(tonumber("0." .. fraction) * 1000 + 1e-7), last end
-    end
-    if tail ~= "" and tail ~= "Z" then
-      local zsign, zh, zm = match(tail, "^([+-])(%d%d):?(%d%d)$")
-      if not zh then return nil end
-      zone = (zsign == "-" and -1 or 1) * (zh * 60 + zm)
-    end
-    h, min, s1 = tonumber(hh), tonumber(mm), tonumber(ss or 0)
+  local month = take("%-(%d%d)")
+  local date = month and take("%-(%d%d)")
+  local h = take("[T ](%d%d)")
+  local min = h and take(":(%d%d)")
+  local sec = min and take(":(%d%d)")
+  local fraction = sec and take("[.,](%d+)")
+  local zone = 0
+  if min and rest ~= "" and rest ~= "Z" then
+    local zsign, zh, zm = match(rest, "^([+-])(%d%d):?(%d%d)$")
+    if not zh then return nil end
+    zone = zoneOf(zsign, zh, zm)
+  elseif not min and (h or rest ~= "") then
+    return nil
   end
-  month, date = tonumber(month), tonumber(date)
-  if month < 1 or month > 12 or date < 1 or date > 31 then return NaN end
-  if h > 24 or h == 24 and min + s1 + ms > 0 or min > 59 or s1 > 59 then return NaN end
-  year = tonumber(year) * (sign == "-" and -1 or 1)
-  return compose(year, month - 1, date, h, min - zone, s1, ms)
+  local ms = floor(tonumber("0." .. (fraction or "0")) * 1000 + 1e-7)
+  return timeOf(tonumber(sign == "-" and -year or year), tonumber(month or 1) - 1, tonumber(date or 1),
+    tonumber(h or 0), tonumber(min or 0), tonumber(sec or 0), ms, zone)
 end
 
 local function monthOf(word)
   for i = 0, 11 do if string.lower(sub(word, 1, 3)) == string.lower(MONTHS[i]) then return i end end
 end
 
--- "Thu Jan 01 1970 00:00:00 GMT+0000", "1 Jan 1970 00:00", "1/31/1970" and their like.
-local function parseWords(s)
-  s = string.gsub(s, "%b()", "")
-  local year, month, date
+-- Year, month, date and what follows them: "1/31/1970", "1970-1-31", "Thu Jan 01 1970", "1 Jan 1970".
+local function wordsOfDate(s)
   local a, b, c, rest = match(s, "^%s*(%d+)[/-](%d+)[/-](%d+)(.*)$")
-  if a then
-    if #a <= 2 then a, b, c = c, a, b end
-    year, month, date = tonumber(a), b - 1, tonumber(c)
-  else
-    s = string.gsub(s, "^%s*%a+,?%s+(%a+)", "%1")
-    s = string.gsub(s, "^%s*%a+,%s*(%d)", "%1")
-    local word, d, y, tail = match(s, "^%s*(%a+)%.?%s+(%d+),?%s+(%-?%d+)(.*)$")
-    if not word then d, word, y, tail = match(s, "^%s*(%d+)[%s-]+(%a+)[%s,-]+(%-?%d+)(.*)$") end
-    month = word and monthOf(word)
-    if not month then return NaN end
-    year, date, rest = tonumber(y), tonumber(d), tail
-  end
+  if a and #a <= 2 then return tonumber(c), a - 1, tonumber(b), rest end
+  if a then return tonumber(a), b - 1, tonumber(c), rest end
+  s = string.gsub(s, "^%s*%a+,?%s+(%a+)", "%1")
+  s = string.gsub(s, "^%s*%a+,%s*(%d)", "%1")
+  local word, date, year, tail = match(s, "^%s*(%a+)%.?%s+(%d+),?%s+(%-?%d+)(.*)$")
+  if not word then date, word, year, tail = match(s, "^%s*(%d+)[%s-]+(%a+)[%s,-]+(%-?%d+)(.*)$") end
+  return tonumber(year), word and monthOf(word), tonumber(date), tail
+end
+
+-- A date as above, then perhaps a time: "00:00", "12:00:30 PM", "00:00:00 GMT+0000 (a name)".
+local function parseWords(s)
+  local year, month, date, rest = wordsOfDate((string.gsub(s, "%b()", "")))
+  if not month then return NaN end
   if year >= 0 and year < 50 then year = year + 2000 elseif year >= 50 and year < 100 then year = year + 1900 end
-  if month < 0 or month > 11 or date < 1 or date > 31 then return NaN end
   local h, min, tail = match(rest, "^[%s,T]*(%d+):(%d+)(.*)$")
-  local sec = 0
-  if h then
-    local ss, more = match(tail, "^:(%d+)(.*)$")
-    if ss then sec, tail = tonumber(ss), more end
-    local half = match(tail, "^%s*([AaPp])[Mm]")
-    if half then h, tail = h % 12 + (find(half, "[Pp]") and 12 or 0), string.gsub(tail, "^%s*%a%a", "") end
-  else
-    h, min, tail = 0, 0, rest
-  end
-  h, min = tonumber(h), tonumber(min)
-  if h > 24 or h == 24 and min + sec > 0 or min > 59 or sec > 59 then return NaN end
-  local zone = 0
+  local sec, more = match(tail or "", "^:(%d+)(.*)$")
+  tail = more or tail or rest
+  local half = h and match(tail, "^%s*([AaPp])[Mm]")
+  if half then h, tail = h % 12 + (find(half, "[Pp]") and 12 or 0), string.gsub(tail, "^%s*%a%a", "") end
   local word, zsign, zh, zm = match(tail, "^%s*(%a*)([+-]?)(%d?%d?):?(%d?%d?)%s*$")
   if not word or word ~= "" and word ~= "GMT" and word ~= "UTC" and word ~= "Z" then return NaN end
-  if zsign ~= "" then zone = (zsign == "-" and -1 or 1) * ((tonumber(zh) or 0) * 60 + (tonumber(zm) or 0)) end
-  return compose(year, month, date, h, min - zone, sec, 0)
+  local zone = zsign ~= "" and zoneOf(zsign, zh, zm) or 0
+  return timeOf(year, month, date, tonumber(h or 0), tonumber(min or 0), tonumber(sec or 0), 0, zone)
 end
 
 local function parse(s) return clip(parseIso(s) or parseWords(s)) end
@@ -157,8 +150,7 @@ local function construct(...)
     t = js.primitive(t)
     t = type(t) == "string" and parse(t) or clip(num(t))
   end
-  local mt = js.metaFor(DateProto)
-  return setmetatable({ ["\0s"] = mt.root, [V] = t, [C] = "Date" }, mt)
+  return js.instance(DateProto, "Date", t)
 end
 
 local Date = js.constructor("Date", 7, DateProto, function() return DateProto.toString(construct()) end, construct)
@@ -171,13 +163,13 @@ end)
 
 -- Methods.
 
-local function timeOf(this)
+local function thisTime(this)
   if type(this) ~= "table" or rawget(this, C) ~= "Date" then typeError("this is not a Date object.") end
   return rawget(this, V)
 end
 
 local function method(name, count, f)
-  builtin(DateProto, name, count, function(this, ...) return f(timeOf(this), this, ...) end)
+  builtin(DateProto, name, count, function(this, ...) return f(thisTime(this), this, ...) end)
 end
 
 method("valueOf", 0, function(t) return t end)
@@ -189,8 +181,8 @@ method("setTime", 1, function(_, this, t)
 end)
 
 -- Field name, its place in fields(), how many fields its setter takes (none: no setter).
-for _, row in ipairs({ { "FullYear", 1, 3 }, { "Month", 2, 2 }, { "Date", 3, 1 }, { "Hours", 4, 4 }, { "Minutes", 5, 3 },
-  { "Seconds", 6, 2 }, { "Milliseconds", 7, 1 }, { "Day", 8 } }) do
+for _, row in ipairs({ { "FullYear", 1, 3 }, { "Month", 2, 2 }, { "Date", 3, 1 }, { "Hours", 4, 4 },
+  { "Minutes", 5, 3 }, { "Seconds", 6, 2 }, { "Milliseconds", 7, 1 }, { "Day", 8 } }) do
   local name, place, count = row[1], row[2], row[3]
   for _, prefix in ipairs({ "", "UTC" }) do
     method("get" .. prefix .. name, 0, function(t)

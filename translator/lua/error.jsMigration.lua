@@ -1,7 +1,7 @@
 -- Error and its kin, and how what Lua or the host raises becomes one of them.
 local js = require("jsMigration.lua")
 local string, table, getmetatable = string, table, getmetatable
-local setmetatable, ipairs, pcall = setmetatable, ipairs, pcall
+local ipairs, pcall = ipairs, pcall
 local platform, str, null = js.platform, js.str, js.null
 local builtin, defineOwn = js.builtin, js.defineOwn
 local type, rawget, rawset, tonumber, tostring = type, rawget, rawset, tonumber, tostring
@@ -10,8 +10,8 @@ local FRAMES = "\0f"
 local protos = {}
 
 local function create(proto, message)
-  local mt = js.metaFor(proto)
-  local e = setmetatable({ ["\0s"] = mt.root, ["\0c"] = "Error", [FRAMES] = platform.frames() }, mt)
+  local e = js.instance(proto, "Error")
+  rawset(e, FRAMES, platform.frames())
   if message ~= nil then defineOwn(e, "message", 5, str(message)) end
   return e
 end
@@ -64,9 +64,22 @@ end
 -- A JavaScript name as the translator had to change it for Lua.
 local function original(name) return (string.gsub(string.gsub(name, "ʹ%d*", ""), "＄", "$")) end
 
+-- A part of a try statement is a Lua function too: it and the function around it are one frame.
+local function folded(frames)
+  local list, line = {}, nil
+  for _, frame in ipairs(frames) do
+    if line and frame.line ~= 0 then
+      frame = { file = frame.file, name = frame.name, main = frame.main, defined = frame.defined, line = line }
+    end
+    line = js.isPartAt(frame.defined) and frame.line or nil
+    if not line then list[#list + 1] = frame end
+  end
+  return list
+end
+
 local function stack(e)
   local lines = { header(e) }
-  for _, frame in ipairs(e[FRAMES]) do
+  for _, frame in ipairs(folded(e[FRAMES])) do
     -- The host leaves out the middle of a very deep stack, and marks it by line 0.
     local at = frame.line == 0 and "..." or frame.file .. ":" .. sourceLine(frame.file, frame.line)
     if frame.name and frame.name ~= "" then at = original(frame.name) .. " (" .. at .. ")" end
@@ -120,13 +133,16 @@ local function text(value)
   return ok and result or "Uncaught exception"
 end
 
-function js.describeError(value)
+-- What the host shows of an error that left the script: its text and its frames, by default those it was raised in.
+function js.describeError(value, frames)
+  local shown
   if type(value) ~= "table" then
     local name, message = translate(tostring(value))
-    return name .. ": " .. message
+    shown = name .. ": " .. message
+  else
+    if getmetatable(value) == js.Box then value = value.value end
+    if type(value) == "table" and value ~= null then frames = rawget(value, FRAMES) or frames end
+    shown = text(value)
   end
-  if getmetatable(value) == js.Box then value = value.value end
-  local frames
-  if type(value) == "table" and value ~= null then frames = rawget(value, FRAMES) end
-  return text(value), frames
+  return shown, frames and folded(frames)
 end

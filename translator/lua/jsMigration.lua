@@ -1,24 +1,21 @@
--- What a translated script calls: conversions, operators, computed properties, calls, iteration, errors, globals.
--- The built-in objects live in sibling files that load when a script first touches them.
+-- What a translated script calls beside the operators: properties by computed key, calls, literals, errors, variables.
+-- It stands on these files, each on the one before: text, start, functions, objects, keys, values, globals. The built-in
+-- objects live in others that load when a script first touches them.
 local platform = ...
-local math = math
-local js = require("objects.jsMigration.lua")
+local js = require("values.jsMigration.lua")
+require("globals.jsMigration.lua")
 local S, C = js.S, "\0c"
-local O, A, null, StringProto, FunctionProto = js.O, js.A, js.null, js.StringProto, js.FunctionProto
+local O, A, null, StringProto, FunctionHome = js.O, js.A, js.null, js.StringProto, js.FunctionHome
 local type, rawget, rawset, select = type, rawget, rawset, select
-local getmetatable, setmetatable, tonumber, tostring = getmetatable, setmetatable, tonumber, tostring
-local error, xpcall = error, xpcall
-local byte, sub, find = string.byte, string.sub, string.find
-local gmatch, gsub = string.gmatch, string.gsub
-local concat, floor, ceil, huge = table.concat, math.floor, math.ceil, math.huge
-local tobit, hostGlobals = bit.tobit, _G
-local numberToString, stringToNumber, join = js.numberToString, js.stringToNumber, js.join
+local getmetatable, setmetatable, error, xpcall = getmetatable, setmetatable, error, xpcall
+local byte, sub, find, huge = string.byte, string.sub, string.find, math.huge
+local num, str, key, canonical = js.num, js.str, js.key, js.canonical
+local isObject, isScriptObject, numberToString = js.isObject, js.isScriptObject, js.numberToString
 local units, utf8 = js.units, js.utf8
 local own, ownKeys, lookup, protoOf, props, side = js.own, js.ownKeys, js.lookup, js.protoOf, js.props, js.side
 local isIndex, addHoles, addOther, metaFor = js.isIndex, js.addHoles, js.addOther, js.metaFor
-local instances, construct, load, loaded = js.instances, js.construct, js.load, js.loaded
+local instances, construct = js.instances, js.construct
 local throwError, typeError = js.throwError, js.typeError
-local str, primitive
 
 -- Metatables of the primitive types and functions.
 
@@ -80,7 +77,7 @@ local function functionIndex(f, k)
     if v ~= nil then return v end
     return lookup(p, k, f)
   end
-  local v = rawget(FunctionProto, k)
+  local v = rawget(FunctionHome, k)
   if v ~= nil then return v end
   if k == "prototype" then
     return lookup(props(f), k, f)
@@ -89,7 +86,7 @@ local function functionIndex(f, k)
     local name, count = js.signature(f)
     return k == "name" and name or count
   end
-  return lookup(FunctionProto, k, f)
+  return lookup(FunctionHome, k, f)
 end
 
 local function functionNewIndex(f, k, v)
@@ -105,197 +102,6 @@ set(true, primitiveMeta(indexOf(js.BooleanProto), cannotCreate(js.BooleanProto))
 set(0, primitiveMeta(indexOf(js.NumberProto), cannotCreate(js.NumberProto)))
 set("", primitiveMeta(stringIndex, cannotCreate(StringProto)))
 set(set, primitiveMeta(functionIndex, functionNewIndex))
-
--- Conversions.
-
-local function isObject(x)
-  local t = type(x)
-  return t == "table" and x ~= null or t == "function" or t == "userdata" or t == "cdata"
-end
-js.isObject = isObject
-
-local function isScriptObject(x)
-  if type(x) == "function" then return true end
-  local mt = type(x) == "table" and getmetatable(x)
-  return mt and mt.js or false
-end
-js.isScriptObject = isScriptObject
-
--- What stands for an object where a primitive is wanted; what is none passes. Hint: "string", "number" or nil.
-function primitive(x, hint)
-  if not isObject(x) then return x end
-  if not isScriptObject(x) then return tostring(x) end
-  if not hint and type(x) == "table" and rawget(x, C) == "Date" then hint = "string" end
-  local first, second = "valueOf", "toString"
-  if hint == "string" then first, second = second, first end
-  for _ = 1, 2 do
-    local f = type(x) == "function" and x[first] or type(x) == "table" and lookup(x, first)
-    if type(f) == "function" then
-      local v = f(x)
-      if not isObject(v) then return v end
-    end
-    first = second
-  end
-  typeError("Cannot convert object to primitive value")
-end
-js.primitive = primitive
-
-local function num(x)
-  local t = type(x)
-  if t == "number" then return x end
-  if t == "string" then return stringToNumber(x) end
-  if x == nil then return 0 / 0 end
-  if t == "boolean" then return x and 1 or 0 end
-  if x == null then return 0 end
-  return num(primitive(x, "number"))
-end
-js.num = num
-
-function str(x)
-  local t = type(x)
-  if t == "string" then return x end
-  if t == "number" then return numberToString(x) end
-  if x == nil then return "undefined" end
-  if t == "boolean" then return x and "true" or "false" end
-  if x == null then return "null" end
-  return str(primitive(x, "string"))
-end
-js.str = str
-
-local function truthy(x) return x and x ~= 0 and x ~= "" and x ~= null and x == x or false end
-js.truthy = truthy
-
-local function toInteger(x)
-  x = num(x)
-  if x ~= x then return 0 end
-  return x < 0 and ceil(x) or floor(x)
-end
-js.toInteger = toInteger
-
-local function int32(x)
-  if type(x) ~= "number" then x = num(x) end
-  local r = tobit(x)
-  if r == x then return r end
-  if x - x ~= 0 then return 0 end
-  return tobit((x < 0 and ceil(x) or floor(x)) % 4294967296)
-end
-
-local function uint32(x)
-  local r = int32(x)
-  return r < 0 and r + 4294967296 or r
-end
-js.int32, js.uint32 = int32, uint32
-
-function js.typeof(x)
-  local t = type(x)
-  if t == "nil" then return "undefined" end
-  if t == "table" or t == "userdata" or t == "cdata" or t == "thread" then return "object" end
-  return t
-end
-
--- Property keys: a canonical number is a Lua number, everything else a string.
-local function canonical(s)
-  local n = tonumber(s)
-  if n and n - n == 0 and numberToString(n) == s then return n end
-  return s
-end
-
-local function key(k)
-  if type(k) == "number" then
-    if k - k ~= 0 then return numberToString(k) end
-    return k
-  end
-  if type(k) ~= "string" then k = str(k) end
-  local b = byte(k, 1)
-  if b and b < 58 and (b > 47 or b == 45) then return canonical(k) end
-  return k
-end
-js.key = key
-
--- Operators.
-
-function js.add(a, b)
-  local ta, tb = type(a), type(b)
-  if ta == "number" and tb == "number" then return a + b end
-  if ta == "string" and tb == "string" then return join(a, b) end
-  a, b = primitive(a), primitive(b)
-  if type(a) == "string" or type(b) == "string" then return join(str(a), str(b)) end
-  return num(a) + num(b)
-end
-
--- The remainder of whole numbers below 2^53 by Lua's operator; it is exact there, and compiled.
-local fmod = math.fmod
-function js.mod(a, b)
-  if type(a) ~= "number" then a = num(a) end
-  if type(b) ~= "number" then b = num(b) end
-  if b < 0 then b = -b end
-  if a > 0 then
-    if a <= 9007199254740992 and b > 0 and a % 1 == 0 and b % 1 == 0 then return a % b end
-  elseif a < 0 then
-    if a >= -9007199254740992 and b > 0 and a % 1 == 0 and b % 1 == 0 then return -(-a % b) end
-  elseif a == 0 and b > 0 then return a
-  end
-  return fmod(a, b)
-end
-
-function js.pow(a, b)
-  if type(a) ~= "number" then a = num(a) end
-  if type(b) ~= "number" then b = num(b) end
-  if b ~= b or (b == huge or b == -huge) and (a == 1 or a == -1) then return 0 / 0 end
-  return a ^ b
-end
-
-local band, bor, bxor, bnot = bit.band, bit.bor, bit.bxor, bit.bnot
-local lshift, rshift, arshift = bit.lshift, bit.rshift, bit.arshift
-function js.band(a, b) return band(int32(a), int32(b)) end
-function js.bor(a, b) return bor(int32(a), int32(b)) end
-function js.bxor(a, b) return bxor(int32(a), int32(b)) end
-function js.bnot(a) return bnot(int32(a)) end
-function js.shl(a, b) return lshift(int32(a), int32(b)) end
-function js.shr(a, b) return arshift(int32(a), int32(b)) end
-function js.ushr(a, b)
-  local r = rshift(int32(a), int32(b))
-  return r < 0 and r + 4294967296 or r
-end
-
--- a < b and a <= b after conversion; the operands arrive in the order in which JavaScript converts them.
-local function operands(a, b)
-  a = primitive(a, "number")
-  b = primitive(b, "number")
-  if type(a) == "string" and type(b) == "string" then return a, b end
-  a = num(a)
-  return a, num(b)
-end
-
-local function relation(compare)
-  return function(a, b)
-    local ta, tb = type(a), type(b)
-    if ta == "number" and tb == "number" or ta == "string" and tb == "string" then return compare(a, b) end
-    return compare(operands(a, b))
-  end
-end
-js.lt = relation(function(a, b) return a < b end)
-js.le = relation(function(a, b) return a <= b end)
-js.gt = relation(function(a, b) return a > b end)
-js.ge = relation(function(a, b) return a >= b end)
-
-local function eq(a, b)
-  if a == b then return true end
-  if a == nil or a == null then return b == nil or b == null end
-  if b == nil or b == null then return false end
-  local ta, tb = type(a), type(b)
-  if ta == tb and (ta ~= "table" and ta ~= "userdata" and ta ~= "cdata") then return false end
-  if ta == "boolean" then return eq(a and 1 or 0, b) end
-  if tb == "boolean" then return eq(a, b and 1 or 0) end
-  if isObject(a) then
-    if isObject(b) then return false end
-    return eq(primitive(a), b)
-  elseif isObject(b) then
-    return eq(a, primitive(b))
-  end
-  return num(a) == num(b)
-end
-js.eq = eq
 
 -- Properties by computed key.
 
@@ -330,30 +136,32 @@ function js.set(o, k, v)
   if k == "length" then js.setlength(o, v) else o[k] = v end
 end
 
+local function mark(seen, o)
+  local all, total = ownKeys(o, true)
+  for i = 1, total do seen[str(all[i])] = true end
+end
+
 function js.keys(o)
-  if o == nil or o == null or type(o) == "number" or type(o) == "boolean" then return {}, 0 end
   if type(o) == "string" then o = js.toObject(o) end
-  if type(o) == "userdata" or type(o) == "cdata" then return {}, 0 end
+  if not isObject(o) or type(o) == "userdata" or type(o) == "cdata" then return {}, 0 end
   local list, n = ownKeys(o)
   for i = 1, n do list[i] = str(list[i]) end
   local proto, seen = protoOf(o), nil
   while proto do
     local more, count = ownKeys(proto)
-    if count > 0 then
-      if not seen then
-        seen = {}
-        local all, total = ownKeys(o, true)
-        for i = 1, total do seen[str(all[i])] = true end
-      end
-      for i = 1, count do
-        local k = str(more[i])
-        if not seen[k] then n = n + 1 list[n], seen[k] = k, true end
-      end
+    if count > 0 and not seen then
+      local at = o
+      seen = {}
+      repeat
+        mark(seen, at)
+        at = protoOf(at)
+      until at == proto
     end
-    if seen then
-      local all, total = ownKeys(proto, true)
-      for i = 1, total do seen[str(all[i])] = true end
+    for i = 1, count do
+      local k = str(more[i])
+      if not seen[k] then n = n + 1 list[n] = k end
     end
+    if seen then mark(seen, proto) end
     proto = protoOf(proto)
   end
   return list, n
@@ -370,22 +178,6 @@ function js.has(k, o)
   return false
 end
 
-js["instanceof"] = function(a, b)
-  if type(b) ~= "function" then typeError("Right-hand side of 'instanceof' is not callable") end
-  b = js.boundTarget and js.boundTarget[b] or b
-  if not isScriptObject(a) then return false end
-  local proto = b.prototype
-  if not isObject(proto) then
-    typeError("Function has non-object prototype '" .. str(proto) .. "' in instanceof check")
-  end
-  a = protoOf(a)
-  while a do
-    if a == proto then return true end
-    a = protoOf(a)
-  end
-  return false
-end
-
 -- Calls.
 
 local function callable(f)
@@ -395,16 +187,30 @@ local function callable(f)
 end
 js.callable = callable
 
+local boundTarget = setmetatable({}, { __mode = "k" }) -- what bind() made -> the function itself
+js.boundTarget = boundTarget
+
+js["instanceof"] = function(a, b)
+  if not callable(b) then typeError("Right-hand side of 'instanceof' is not callable") end
+  b = boundTarget[b] or b
+  if not isScriptObject(a) then return false end
+  local proto = b.prototype
+  if not isObject(proto) then
+    typeError("Function has non-object prototype '" .. str(proto) .. "' in instanceof check")
+  end
+  return js.inherits(a, proto)
+end
+
 function js.notfunction(text) typeError(text .. " is not a function") end
 
 function js.call(f, text, ...)
-  if type(f) ~= "function" and not callable(f) then typeError(text .. " is not a function") end
+  if type(f) ~= "function" and not callable(f) then js.notfunction(text) end
   return f(...)
 end
 
 function js.method(o, k, ...)
   local f = get(o, k)
-  if type(f) ~= "function" and not callable(f) then typeError(str(k) .. " is not a function") end
+  if type(f) ~= "function" and not callable(f) then js.notfunction(str(k)) end
   return f(o, ...)
 end
 
@@ -440,13 +246,6 @@ js.new = function(f, ...)
   end
   local o = setmetatable((mt.make or room2)(mt.root), mt)
   return finishNew(mt, o, (f(o, ...)))
-end
-
--- A value as a message shows it.
-function js.describe(x)
-  if type(x) ~= "table" or x == null then return str(x) end
-  local mt = getmetatable(x)
-  return mt and mt.array and "[object Array]" or "#<Object>"
 end
 
 -- Literals, arguments, iteration.
@@ -497,7 +296,7 @@ local Arguments = js.newMeta(js.ObjectProto, nil, true)
 function js.poisoned()
   typeError("'caller', 'callee', and 'arguments' properties may not be accessed on strict mode functions")
 end
-js.names[js.poisoned], js.arity[js.poisoned] = "", 0
+js.name(js.poisoned, "", 0)
 local callee = { flags = 0, get = js.poisoned, set = js.poisoned, accessor = true }
 
 js.arguments = function(_, ...)
@@ -550,120 +349,9 @@ end
 
 js.try = function(f) return finishTry(xpcall(f, caught)) end
 
-platform.onError(function(value) return js.describeError(value) end)
+platform.onError(function(value, frames) return js.describeError(value, frames) end)
 
--- The global object.
-
-local G = {}
-js.G = G
-local files = { Object = "object", Function = "object", Array = "array", String = "string", JSON = "json", Date = "date" }
-local defined = { undefined = true }
-
-local function provide(file, list) for name in gmatch(list, "%S+") do files[name] = file end end
-provide("number", "Number Boolean Math NaN Infinity isNaN isFinite parseInt parseFloat")
-provide("string", "encodeURI encodeURIComponent decodeURI decodeURIComponent")
-provide("error", "Error TypeError RangeError ReferenceError SyntaxError EvalError URIError")
-provide("collections", "Map Set WeakMap WeakSet")
-provide("object", "globalThis console")
-
--- Lua's own names are none of JavaScript's.
-local luaNames = {}
-for name in gmatch([[_G _VERSION assert bit collectgarbage coroutine debug dofile error getfenv getmetatable io
-    ipairs jit load loadfile loadstring math module newproxy next os package pairs pcall print rawequal rawget
-    rawlen rawset require select setfenv setmetatable string table tonumber tostring type unpack utf8 xpcall]], "%S+") do
-  luaNames[name] = true
-end
-
-local function wrap(name, f)
-  if name == "log" then
-    return function(_, ...)
-      local texts = { ... }
-      for i = 1, select("#", ...) do texts[i] = str(texts[i]) end
-      local text = concat(texts, " ")
-      -- Half a surrogate pair is no character: shown as JavaScript's consoles do.
-      return f(find(text, "\237[\160-\191]") and gsub(text, "\237[\160-\191].", "\239\191\189") or text)
-    end
-  end
-  return function(_, ...) return f(...) end
-end
-
-local function builtinGlobal(name)
-  local v = rawget(G, name)
-  if v ~= nil then return v, true end
-  if defined[name] then return nil, true end
-  local file = files[name]
-  if file and not loaded[file] then load(file) return builtinGlobal(name) end
-  v = not luaNames[name] and rawget(hostGlobals, name) or nil
-  if type(v) == "function" then
-    v = wrap(name, v)
-    rawset(G, name, v)
-  end
-  return v, v ~= nil
-end
-js.builtinGlobal = builtinGlobal
-
--- Whatever a script put into the global object, which nobody has touched before its file is loaded.
-local function findGlobal(name)
-  local v, found = builtinGlobal(name)
-  if found or not loaded.object then return v, found end
-  if js.has(name, G.globalThis) then return G.globalThis[name], true end
-  return nil, false
-end
-
-js.global = function(name, value)
-  defined[name] = true
-  rawset(G, name, value)
-end
-
-function js.removeGlobal(name)
-  files[name], defined[name], luaNames[name] = nil, nil, true
-  rawset(G, name, nil)
-  return true
-end
-
-setmetatable(G, {
-  __index = function(_, name)
-    local v, found = findGlobal(name)
-    if not found then throwError("ReferenceError", name .. " is not defined") end
-    return v
-  end,
-  __newindex = function(_, name, v)
-    if not select(2, findGlobal(name)) then throwError("ReferenceError", name .. " is not defined") end
-    G.globalThis[name] = v
-  end,
-})
-
-function js.typeofglobal(name) return js.typeof((findGlobal(name))) end
-
--- Math on operands known to be numbers.
-
-for name in gmatch("floor sqrt abs sin cos tan asin acos atan atan2 exp log", "%S+") do js[name] = math[name] end
-
--- Lua's own gives 0 for what is just below it, where -0 is right.
-function js.ceil(x) return -floor(-x) end
-
-local greater, lesser = math.max, math.min
-
-function js.max2(a, b)
-  if a ~= a or b ~= b then return 0 / 0 end
-  if a == 0 and b == 0 then return a + b end
-  return greater(a, b)
-end
-
-function js.min2(a, b)
-  if a ~= a or b ~= b then return 0 / 0 end
-  if a == 0 and b == 0 then return -(-a - b) end
-  return lesser(a, b)
-end
-
-function js.round(x)
-  local r = floor(x)
-  if x - r >= 0.5 then r = r + 1 end
-  if r == 0 and x < 0 then return -0 * 1 end
-  return r
-end
-
--- translator support
+-- Variables and loops.
 
 -- A variable that a closure may see too early holds this until it is initialised.
 js.unset = setmetatable({}, { __metatable = false })
@@ -676,8 +364,8 @@ end
 -- The bound of a counting loop: a number, and the object that has to be compared with each turn, if it is one.
 function js.limit(x)
   if type(x) == "number" then return x end
-  if x == nil then return -math.huge end
-  if isObject(x) then return math.huge, x end
+  if x == nil then return -huge end
+  if isObject(x) then return huge, x end
   return num(x)
 end
 

@@ -6,7 +6,7 @@ local type, rawget, tonumber, getmetatable = type, rawget, tonumber, getmetatabl
 local byte, char, sub, find = string.byte, string.char, string.sub, string.find
 local match, gsub, rep, format = string.match, string.gsub, string.rep, string.format
 local concat = table.concat
-local C, V = "\0c", "\0v"
+local C, V, O = "\0c", "\0v", js.O
 
 -- Reading.
 
@@ -54,40 +54,35 @@ end
 
 local readValue
 
-local function readArray(text, at)
-  local a, n = js.rest(), 0
-  at = skip(text, at + 1)
-  if byte(text, at) == 93 then return a, at + 1 end
-  while true do
-    local v
-    v, at = readValue(text, at)
-    a[n], n = v, n + 1
-    at = skip(text, at)
-    local c = byte(text, at)
-    if c == 93 then return a, at + 1 end
-    if c ~= 44 then fail(text, at) end
-    at = at + 1
-  end
+local function readElement(a, text, at, n)
+  local v, behind = readValue(text, at)
+  a[n] = v
+  return behind
 end
 
-local function readObject(text, at)
-  local o = js.object()
+local function readProperty(o, text, at)
+  at = skip(text, at)
+  if byte(text, at) ~= 34 then fail(text, at) end
+  local k, colon = readString(text, at)
+  colon = skip(text, colon)
+  if byte(text, colon) ~= 58 then fail(text, colon) end
+  local v, behind = readValue(text, colon + 1)
+  -- With setters on Object.prototype, a plain assignment would find them.
+  if O.general == O then js.create(o, key(k), v) else o[key(k)] = v end
+  return behind
+end
+
+-- Fills a holder with what stands between the bracket at this position and the closing one.
+local function readItems(holder, text, at, close, readItem)
+  local n = 0
   at = skip(text, at + 1)
-  if byte(text, at) == 125 then return o, at + 1 end
+  if byte(text, at) == close then return holder, at + 1 end
   while true do
-    at = skip(text, at)
-    if byte(text, at) ~= 34 then fail(text, at) end
-    local k, v
-    k, at = readString(text, at)
-    at = skip(text, at)
-    if byte(text, at) ~= 58 then fail(text, at) end
-    v, at = readValue(text, at + 1)
-    o[key(k)] = v
-    at = skip(text, at)
+    at = skip(text, readItem(holder, text, at, n))
     local c = byte(text, at)
-    if c == 125 then return o, at + 1 end
+    if c == close then return holder, at + 1 end
     if c ~= 44 then fail(text, at) end
-    at = at + 1
+    at, n = at + 1, n + 1
   end
 end
 
@@ -97,8 +92,8 @@ function readValue(text, at)
   at = skip(text, at)
   local c = byte(text, at)
   if c == 34 then return readString(text, at)
-  elseif c == 123 then return readObject(text, at)
-  elseif c == 91 then return readArray(text, at)
+  elseif c == 123 then return readItems(js.object(), text, at, 125, readProperty)
+  elseif c == 91 then return readItems(js.rest(), text, at, 93, readElement)
   end
   for i = 1, 3 do
     local word = words[i][1]
@@ -121,8 +116,10 @@ local function revive(holder, k, f)
   if js.isScriptObject(value) then
     local keys, n = js.ownKeys(value)
     for i = 1, n do
-      local v = revive(value, keys[i], f)
-      if v == nil then js.delete(value, keys[i]) else value[keys[i]] = v end
+      local k = keys[i]
+      local v = revive(value, k, f)
+      -- What the reviver has frozen stays as it is.
+      if v ~= nil then js.create(value, k, v) elseif (js.own(value, k) or 4) >= 4 then js.delete(value, k) end
     end
   end
   return f(holder, str(k), value)
@@ -223,7 +220,7 @@ end
 
 local function gapOf(space)
   local class = type(space) == "table" and rawget(space, C)
-  if class == "Number" or class == "String" then space = rawget(space, V) end
+  if class == "Number" then space = num(space) elseif class == "String" then space = str(space) end
   if type(space) == "number" then return rep(" ", math.max(0, math.min(10, js.toInteger(space)))) end
   return type(space) == "string" and js.slice(space, 0, math.min(10, js.length(space))) or ""
 end

@@ -1,9 +1,9 @@
 -- Number, Boolean, Math and the global number functions.
 local js = require("jsMigration.lua")
 local string, table = string, table
-local num, str, toInteger, typeError, throwError = js.num, js.str, js.toInteger, js.typeError, js.throwError
+local num, str, toInteger, throwError = js.num, js.str, js.toInteger, js.throwError
 local builtin, constants = js.builtin, js.constants
-local type, rawget, rawset, select, tonumber, math, bit = type, rawget, rawset, select, tonumber, math, bit
+local type, rawset, select, tonumber, math, bit = type, rawset, select, tonumber, math, bit
 local floor, abs, huge, frexp = math.floor, math.abs, math.huge, math.frexp
 local ldexp, log, exp, sqrt = math.ldexp, math.log, math.exp, math.sqrt
 local format, match, rep = string.format, string.match, string.rep
@@ -24,14 +24,7 @@ local Number = js.constructor("Number", 1, NumberProto, function(_, ...) return 
 js.constructor("Boolean", 1, BooleanProto, function(_, x) return js.truthy(x) end,
   function(x) return js.toObject(js.truthy(x)) end)
 
-local function valueOf(class, kind)
-  return function(this)
-    if type(this) == kind then return this end
-    if type(this) == "table" and rawget(this, "\0c") == class then return rawget(this, "\0v") end
-    typeError(class .. ".prototype.valueOf requires that 'this' be a " .. class)
-  end
-end
-local thisNumber, thisBoolean = valueOf("Number", "number"), valueOf("Boolean", "boolean")
+local thisNumber, thisBoolean = js.valueOf("Number", "number"), js.valueOf("Boolean", "boolean")
 builtin(NumberProto, "valueOf", 0, thisNumber)
 builtin(BooleanProto, "valueOf", 0, thisBoolean)
 builtin(BooleanProto, "toString", 0, function(this) return str(thisBoolean(this)) end)
@@ -84,39 +77,60 @@ builtin(NumberProto, "toString", 1, function(this, radix)
   return radix == 10 and str(value) or inRadix(value, radix)
 end)
 
--- Adds one to the last digit of a decimal text.
-local function increment(text)
-  local head, last, nines = match(text, "^(.-)(%d?)([9.]*)$")
-  if last == "" then return "1" .. string.gsub(nines, "9", "0") end
-  return head .. last + 1 .. string.gsub(nines, "9", "0")
+-- The digits of a positive number, every one of them, and how many stand before the point.
+local function decimal(x)
+  local m, e = frexp(x)
+  m, e = m * 9007199254740992, e - 53
+  -- The whole m, times 2 or (for a fraction, which then has as many decimal places) 5 as often as e says.
+  local limbs, n = { m % 1e7, floor(m / 1e7) % 1e7, floor(m / 1e14) }, 3
+  local factor, most, left = 2, 23, e
+  if e < 0 then factor, most, left = 5, 10, -e end
+  while left > 0 do
+    local by, carry = factor ^ math.min(left, most), 0
+    for i = 1, n do
+      local v = limbs[i] * by + carry
+      carry = floor(v / 1e7)
+      limbs[i] = v - carry * 1e7
+    end
+    if carry > 0 then n = n + 1 limbs[n] = carry end
+    left = left - most
+  end
+  local parts = {}
+  for i = n, 1, -1 do parts[n - i + 1] = format("%07d", limbs[i]) end
+  local digits = match(table.concat(parts), "^0*(.*)$")
+  return digits, #digits + math.min(e, 0)
 end
 
--- x >= 0 with so many digits after the point; a tie goes up, unlike C's.
-local function fixed(x, digits)
-  if digits < 70 then
-    local head, tail = match(format("%." .. digits + 25 .. "f", x), "^(%d+%.?" .. rep("%d", digits) .. ")(%d+)$")
-    if match(tail, "^50*$") then
-      head = increment(head)
-      return digits == 0 and match(head, "%d+") or head
-    end
-  end
-  return format("%." .. math.min(digits, 99) .. "f", x) .. (digits > 99 and "0" or "")
+-- The first digits, rounded; a tie goes up. A carry makes one more of them.
+local function rounded(digits, count)
+  local kept = sub(digits, 1, count) .. rep("0", count - #digits)
+  if sub(digits, count + 1, count + 1) < "5" then return kept end
+  local head, nines = match(kept, "^(.-)(9*)$")
+  local last = head == "" and 1 or sub(head, -1) + 1
+  return sub(head, 1, -2) .. last .. rep("0", #nines)
 end
 
--- The digits and exponent of x >= 0 rounded to so many digits, ties up.
-local function scientific(x, digits)
-  if digits < 70 then
-    local int, more, e = match(format("%." .. digits + 24 .. "e", x), "^(%d)%.(%d+)e(.+)$")
-    local all = int .. more
-    if match(sub(all, digits + 1), "^50*$") then
-      local up = increment(sub(all, 1, digits))
-      e = tonumber(e)
-      if #up > digits then return sub(up, 1, digits), e + 1 end
-      return up, e
-    end
+-- x >= 0 with so many digits after the point. C's rounding does but for a tie, before which stands a 5.
+local function fixed(x, places)
+  local tie = places >= 99 or find(format("%." .. places + 1 .. "f", x), "5$")
+  if not tie then return format("%." .. places .. "f", x) end
+  local digits, point = "", 0
+  if x > 0 then digits, point = decimal(x) end
+  local text = point + places < 0 and "" or rounded(digits, point + places)
+  text = rep("0", places + 1 - #text) .. text
+  return sub(text, 1, #text - places) .. (places > 0 and "." .. sub(text, -places) or "")
+end
+
+-- So many digits of x >= 0 and its exponent.
+local function scientific(x, count)
+  if count < 99 and not find(format("%." .. count .. "e", x), "5e", 1, true) then
+    local first, more, e = match(format("%." .. count - 1 .. "e", x), "^(%d)%.?(%d*)e(.+)$")
+    return first .. more, tonumber(e)
   end
-  local int, more, e = match(format("%." .. math.min(digits - 1, 99) .. "e", x), "^(%d)%.?(%d*)e(.+)$")
-  return int .. more, tonumber(e)
+  if x == 0 then return rep("0", count), 0 end
+  local digits, point = decimal(x)
+  local text = rounded(digits, count)
+  return sub(text, 1, count), point - 1 + #text - count
 end
 
 local function exponential(digits, e)
@@ -124,57 +138,47 @@ local function exponential(digits, e)
   return sub(digits, 1, 1) .. tail .. (e < 0 and "e-" or "e+") .. str(abs(e))
 end
 
-local function digitCount(x, low, what)
-  local n = toInteger(x)
-  if n < low or n > 100 then throwError("RangeError", what .. " argument must be between " .. low .. " and 100") end
-  return n
+local function signed(x, text) return x < 0 and "-" .. text or text end
+
+-- Defines a way to write a number with a count of digits, which is at least low: write(size of the number, count).
+local function writer(name, low, write)
+  builtin(NumberProto, name, 1, function(this, digits)
+    local x = thisNumber(this)
+    local n = toInteger(digits)
+    if name == "toPrecision" and digits == nil or name ~= "toFixed" and x - x ~= 0 then return str(x) end
+    if n < low or n > 100 then
+      local what = name == "toFixed" and "() digits" or "()"
+      throwError("RangeError", name .. what .. " argument must be between " .. low .. " and 100")
+    end
+    if x - x ~= 0 then return str(x) end
+    return signed(x, write(abs(x), n, digits == nil))
+  end)
 end
 
-builtin(NumberProto, "toFixed", 1, function(this, digits)
-  local x = thisNumber(this)
-  digits = digitCount(digits, 0, "toFixed() digits")
-  if x ~= x or abs(x) >= 1e21 then return str(x) end
-  local text = fixed(abs(x), digits)
-  return (x < 0 and "-" or "") .. text
+writer("toFixed", 0, function(x, places) return x < 1e21 and fixed(x, places) or str(x) end)
+
+writer("toPrecision", 1, function(x, count)
+  local digits, e = scientific(x, count)
+  if e < -6 or e >= count then return exponential(digits, e) end
+  if e == count - 1 then return digits end
+  if e >= 0 then return sub(digits, 1, e + 1) .. "." .. sub(digits, e + 2) end
+  return "0." .. rep("0", -e - 1) .. digits
 end)
 
-builtin(NumberProto, "toPrecision", 1, function(this, precision)
-  local x = thisNumber(this)
-  if precision == nil then return str(x) end
-  local p = toInteger(precision)
-  if x ~= x or abs(x) == huge then return str(x) end
-  digitCount(p, 1, "toPrecision()")
-  local digits, e = scientific(abs(x), p)
-  local sign = x < 0 and "-" or ""
-  if e < -6 or e >= p then return sign .. exponential(digits, e) end
-  if e == p - 1 then return sign .. digits end
-  if e >= 0 then return sign .. sub(digits, 1, e + 1) .. "." .. sub(digits, e + 2) end
-  return sign .. "0." .. rep("0", -e - 1) .. digits
-end)
-
-builtin(NumberProto, "toExponential", 1, function(this, count)
-  local x = thisNumber(this)
-  local n = toInteger(count)
-  if x ~= x or abs(x) == huge then return str(x) end
-  digitCount(n, 0, "toExponential()")
-  local sign = x < 0 and "-" or ""
-  if count ~= nil then return sign .. exponential(scientific(abs(x), n + 1)) end
-  local text = str(abs(x))
-  local int, more, e = match(text, "^(%d+)%.?(%d*)e?(.*)$")
-  local all = match(int .. more, "^0*(.-)0*$")
-  if all == "" then return sign .. "0e+0" end
-  local leading = #match(int .. more, "^0*")
-  return sign .. exponential(all, #int - 1 - leading + (tonumber(e) or 0))
+writer("toExponential", 0, function(x, count, shortest)
+  if not shortest then return exponential(scientific(x, count + 1)) end
+  local first, more, e = match(js.shortest(x), "^(%d)%.?(%d-)0*e(.+)$")
+  return exponential(first .. more, tonumber(e))
 end)
 
 -- Whole numbers get their thousands marked, fractions three digits at most.
 builtin(NumberProto, "toLocaleString", 0, function(this)
   local x = thisNumber(this)
   if x ~= x then return "NaN" end
-  if abs(x) == huge then return x < 0 and "-∞" or "∞" end
+  if abs(x) == huge then return signed(x, "∞") end
   local int, more = match(fixed(abs(x), 3), "^(%d+)%.(%d-)0*$")
   local groups = string.reverse((string.gsub(string.reverse(int), "(%d%d%d)", "%1,")))
-  return (x < 0 and "-" or "") .. match(groups, "^,?(.*)$") .. (more ~= "" and "." .. more or "")
+  return signed(1 / x, match(groups, "^,?(.*)$") .. (more ~= "" and "." .. more or ""))
 end)
 
 -- Text as numbers.
@@ -206,10 +210,7 @@ local function parseInt(_, x, radix)
   return sign == "-" and -value or value
 end
 
-local function global(name, count, f)
-  js.names[f], js.arity[f] = name, count
-  js.global(name, f)
-end
+local global = js.globalFunction
 global("parseFloat", 1, parseFloat)
 global("parseInt", 2, parseInt)
 global("isNaN", 1, function(_, x) x = num(x) return x ~= x end)
@@ -265,29 +266,26 @@ unary("expm1", function(x)
   if u - 1 == -1 then return -1 end
   return (u - 1) * (x / log(u))
 end)
-unary("asinh", function(x)
-  if x == 0 or abs(x) == huge then return x end
-  local a = abs(x)
-  local r = a > 1e9 and log(a) + log(2) or log1p(a + a * a / (1 + sqrt(a * a + 1)))
-  return x < 0 and -r or r
-end)
 unary("acosh", function(x)
   if x > 1e9 then return log(x) + log(2) end
   if x > 2 then return log(2 * x - 1 / (x + sqrt(x * x - 1))) end
   local t = x - 1
   return log1p(t + sqrt(2 * t + t * t))
 end)
-unary("atanh", function(x)
-  if x == 0 then return x end
-  local a = abs(x)
-  local r = a < 0.5 and 0.5 * log1p(2 * a + 2 * a * a / (1 - a)) or 0.5 * log1p(2 * a / (1 - a))
-  return x < 0 and -r or r
-end)
-unary("cbrt", function(x)
-  if x == 0 or x - x ~= 0 then return x end
-  local r = abs(x) ^ (1 / 3)
-  r = r - (r * r * r - abs(x)) / (3 * r * r)
-  return x < 0 and -r or r
+
+-- Defines a function with f(-x) == -f(x).
+local function odd(name, f)
+  unary(name, function(x)
+    if x == 0 then return x end
+    return x < 0 and -f(-x) or f(x)
+  end)
+end
+odd("asinh", function(x) return x > 1e9 and log(x) + log(2) or log1p(x + x * x / (1 + sqrt(x * x + 1))) end)
+odd("atanh", function(x) return 0.5 * log1p(x < 0.5 and 2 * x + 2 * x * x / (1 - x) or 2 * x / (1 - x)) end)
+odd("cbrt", function(x)
+  if x == huge then return x end
+  local r = x ^ (1 / 3)
+  return r - (r * r * r - x) / (3 * r * r)
 end)
 unary("fround", function(x)
   if x == 0 or x - x ~= 0 then return x end

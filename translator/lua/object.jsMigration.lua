@@ -4,18 +4,16 @@ local bit, math, pairs = bit, math, pairs
 local null, str, key, own, defineOwn, builtin = js.null, js.str, js.key, js.own, js.defineOwn, js.builtin
 local isObject, isScriptObject, typeError = js.isObject, js.isScriptObject, js.typeError
 local protoOf, ownKeys = js.protoOf, js.ownKeys
-local type, rawget, rawset, select = type, rawget, rawset, select
+local type, rawget, select = type, rawget, select
 local getmetatable, setmetatable, unpack = getmetatable, setmetatable, unpack
-local O, A, V, C = js.O, js.A, "\0v", "\0c"
+local A, C = js.A, "\0c"
 local ObjectProto, FunctionProto = js.ObjectProto, js.FunctionProto
 local WRITABLE, ENUMERABLE, CONFIGURABLE = 1, 2, 4
 
 js.fillProto(ObjectProto, nil)
-js.fillProto(FunctionProto, ObjectProto)
+js.fillProto(js.FunctionHome, ObjectProto)
 defineOwn(FunctionProto, "length", CONFIGURABLE, 0)
 defineOwn(FunctionProto, "name", CONFIGURABLE, "")
-
-local function new() return setmetatable({ ["\0s"] = O.root }, O) end
 
 -- The wrapper object of a primitive; an object is its own.
 local wrappers = { string = { js.StringProto, "String" }, number = { js.NumberProto, "Number" },
@@ -26,8 +24,7 @@ function js.toObject(x)
     if x == nil or x == null then typeError("Cannot convert undefined or null to object") end
     return x
   end
-  local mt = js.metaFor(wrapper[1])
-  local o = setmetatable({ ["\0s"] = mt.root, [V] = x, [C] = wrapper[2] }, mt)
+  local o = js.instance(wrapper[1], wrapper[2], x)
   if type(x) == "string" then
     local n = js.length(x)
     for i = 0, n - 1 do defineOwn(o, i, ENUMERABLE, js.slice(x, i, i + 1)) end
@@ -38,7 +35,7 @@ end
 local toObject = js.toObject
 
 local function makeObject(x)
-  if x == nil or x == null then return new() end
+  if x == nil or x == null then return js.object() end
   return toObject(x)
 end
 local Object = js.constructor("Object", 1, ObjectProto, function(_, x) return makeObject(x) end, makeObject)
@@ -48,16 +45,10 @@ local function default(name, count, f) return builtin(ObjectProto, name, count, 
 default("hasOwnProperty", 1, function(this, k) return own(toObject(this), key(k)) ~= nil end)
 default("isPrototypeOf", 1, function(this, o)
   if not isScriptObject(o) then return false end
-  this, o = toObject(this), protoOf(o)
-  while o do
-    if o == this then return true end
-    o = protoOf(o)
-  end
-  return false
+  return js.inherits(o, toObject(this))
 end)
-default("propertyIsEnumerable", 1, function(this, k)
-  return (own(toObject(this), key(k)) or 0) % CONFIGURABLE >= ENUMERABLE
-end)
+local function isEnumerable(o, k) return (own(o, k) or 0) % CONFIGURABLE >= ENUMERABLE end
+default("propertyIsEnumerable", 1, function(this, k) return isEnumerable(toObject(this), key(k)) end)
 default("valueOf", 0, function(this) return toObject(this) end)
 default("toLocaleString", 0, function(this) return this:toString() end)
 default("toString", 0, function(this)
@@ -72,6 +63,14 @@ local function static(name, count, f) return builtin(Object, name, count, f) end
 
 local function needObject(o, what) if not isScriptObject(o) then typeError(what .. " called on non-object") end end
 
+-- A descriptor's getter or setter: false when it is given as undefined, nil when it is not given.
+local function accessorOf(d, k, what)
+  if not js.has(k, d) then return nil end
+  local f = d[k]
+  if f ~= nil and type(f) ~= "function" then typeError(what .. " must be a function: " .. str(f)) end
+  return f or false
+end
+
 -- Reads a descriptor object: flags given, flags set, value, getter, setter; false for an accessor given as undefined.
 local function descriptor(d)
   if not isScriptObject(d) then typeError("Property description must be an object: " .. str(d)) end
@@ -82,16 +81,13 @@ local function descriptor(d)
       if js.truthy(d[name]) then set = set + flag end
     end
   end
-  local get, setter
-  if js.has("get", d) then get = d.get or false end
-  if js.has("set", d) then setter = d.set or false end
-  if get and type(get) ~= "function" then typeError("Getter must be a function: " .. str(get)) end
-  if setter and type(setter) ~= "function" then typeError("Setter must be a function: " .. str(setter)) end
   local hasValue = js.has("value", d)
+  local value = d.value
+  local get, setter = accessorOf(d, "get", "Getter"), accessorOf(d, "set", "Setter")
   if (get ~= nil or setter ~= nil) and (hasValue or given % 2 == 1) then
     typeError("Invalid property descriptor. Cannot both specify accessors and a value or writable attribute")
   end
-  return given, set, hasValue, d.value, get, setter
+  return given, set, hasValue, value, get, setter
 end
 
 local function same(a, b)
@@ -104,32 +100,25 @@ local function bits(flags, mask) return bit.band(flags, mask) end
 
 local function defineLength(a, given, set, hasValue, value, accessor)
   local s = js.ownShape(a)
-  if accessor or bits(set, 6) > 0 then typeError("Cannot redefine property: length") end
-  if hasValue and not same(js.num(value), a.length) then
-    if s.fixedLength then typeError("Cannot redefine property: length") end
-    js.setArrayLength(a, value)
+  local refused = accessor or bits(set, 6) > 0 or set % 2 == 1 and s.fixedLength
+  if refused then typeError("Cannot redefine property: length") end
+  local wanted = hasValue and js.resize(a, value) or a.length
+  if given % 2 == 1 and set % 2 == 0 then
+    s.fixedLength = true
+    js.general(a)
   end
-  if given % 2 == 1 then
-    if set % 2 == 1 and s.fixedLength then typeError("Cannot redefine property: length") end
-    if set % 2 == 0 then
-      s.fixedLength = true
-      js.general(a)
-    end
-  end
+  if wanted ~= a.length then typeError("Cannot redefine property: length") end
 end
 
 local function defineProperty(o, k, given, set, hasValue, value, get, setter)
-  local home = type(o) == "function" and js.props(o) or o
+  local home = js.home(o)
   if getmetatable(home).array and k == "length" then
     return defineLength(o, given, set, hasValue, value, get ~= nil or setter ~= nil)
   end
   local accessor = get ~= nil or setter ~= nil
   local flags, old, slot = own(o, k)
   if not flags then
-    local s = rawget(home, "\0s")
-    if s and (s.noext or s.fixedLength and js.isIndex(k) and k >= o.length) then
-      typeError("Cannot define property " .. str(k) .. ", object is not extensible")
-    end
+    if not js.mayAdd(home, k) then typeError("Cannot define property " .. str(k) .. ", object is not extensible") end
     if accessor then get, setter = get or false, setter or false end
     return defineOwn(o, k, set, value, get, setter)
   end
@@ -182,8 +171,7 @@ static("create", 2, function(_, proto, list)
   if proto ~= null and not isScriptObject(proto) then
     typeError("Object prototype may only be an Object or null: " .. str(proto))
   end
-  local mt = js.metaFor(proto ~= null and proto or nil)
-  local o = setmetatable({ ["\0s"] = mt.root }, mt)
+  local o = js.instance(proto ~= null and proto or nil)
   return list == nil and o or defineProperties(o, list)
 end)
 
@@ -199,16 +187,12 @@ static("setPrototypeOf", 2, function(_, o, proto)
     typeError("Object prototype may only be an Object or null: " .. str(proto))
   end
   if not isScriptObject(o) then return o end
-  local home = type(o) == "function" and js.props(o) or o
+  local home = js.home(o)
   proto = proto ~= null and proto or nil
   if protoOf(o) == proto then return o end
   local s = rawget(home, "\0s")
   if s and s.noext then typeError("#<Object> is not extensible") end
-  local at = proto
-  while at do
-    if at == o then typeError("Cyclic __proto__ value") end
-    at = protoOf(at)
-  end
+  if proto and (proto == o or js.inherits(proto, o)) then typeError("Cyclic __proto__ value") end
   js.setProto(o, proto)
   return o
 end)
@@ -219,9 +203,13 @@ local function lister(row)
     o = toObject(o)
     if type(o) == "userdata" or type(o) == "cdata" then return js.rest() end
     local keys, n = ownKeys(o)
-    for i = 1, n do keys[i - 1] = row(o, keys[i]) end
-    keys[n] = nil
-    keys.length = n
+    local s, count = rawget(js.home(o), "\0s"), 0
+    for i = 1, n do
+      -- What a getter did to a later key counts.
+      if not (s and s.slots) or isEnumerable(o, keys[i]) then keys[count], count = row(o, keys[i]), count + 1 end
+    end
+    for i = count, n do keys[i] = nil end
+    keys.length = count
     return setmetatable(keys, A)
   end
 end
@@ -239,27 +227,21 @@ end)
 local function describe(o, k)
   local flags, value, slot = own(o, k)
   if not flags then return nil end
-  local d = new()
-  if slot and slot.variable then
-    d.value, d.writable = slot.get(), true
-  elseif slot and slot.accessor then
-    d.get, d.set = nil, nil
-    rawset(d, "\0s", js.shape("get", "set"))
-    d.get, d.set = slot.get, slot.set
-  else
-    d.value = value
-    d.writable = flags % 2 == 1
+  local enumerable, configurable = flags % CONFIGURABLE >= ENUMERABLE, flags >= CONFIGURABLE
+  local variable = slot and slot.variable
+  if slot and slot.accessor and not variable then
+    return js.object("get", slot.get, "set", slot.set, "enumerable", enumerable, "configurable", configurable)
   end
-  d.enumerable = flags % CONFIGURABLE >= ENUMERABLE
-  d.configurable = flags >= CONFIGURABLE
-  return d
+  if variable then value = slot.get() end
+  return js.object("value", value, "writable", variable or flags % 2 == 1, "enumerable", enumerable,
+    "configurable", configurable)
 end
 
 static("getOwnPropertyDescriptor", 2, function(_, o, k) return describe(toObject(o), key(k)) end)
 static("getOwnPropertyDescriptors", 1, function(_, o)
   o = toObject(o)
-  local d, keys, n = new(), ownKeys(o, true)
-  for i = 1, n do d[keys[i]] = describe(o, keys[i]) end
+  local d, keys, n = js.object(), ownKeys(o, true)
+  for i = 1, n do js.create(d, keys[i], describe(o, keys[i])) end
   return d
 end)
 
@@ -270,19 +252,22 @@ static("assign", 2, function(_, target, ...)
     if from ~= nil and from ~= null then
       from = toObject(from)
       local keys, n = ownKeys(from)
-      for j = 1, n do js.set(target, keys[j], from[keys[j]]) end
+      for j = 1, n do if isEnumerable(from, keys[j]) then js.set(target, keys[j], from[keys[j]]) end end
     end
   end
   return target
 end)
 
+static("getOwnPropertySymbols", 1, function(_, o)
+  toObject(o)
+  return js.rest() -- an object has none, as there are none
+end)
+
 static("fromEntries", 1, function(_, list)
-  local o = new()
-  list = js.listOf(list)
-  for i = 0, list.length - 1 do
-    local item = list[i]
-    if not isObject(item) then typeError("Iterator value " .. str(item) .. " is not an entry object") end
-    js.set(o, item[0], item[1])
+  local o = js.object()
+  for _, item in js.each(list) do
+    local k, v = js.entry(item)
+    js.create(o, key(k), v)
   end
   return o
 end)
@@ -294,19 +279,17 @@ static("is", 2, function(_, a, b) return same(a, b) end)
 local function restrict(level)
   return function(_, o)
     if not isScriptObject(o) then return o end
-    local home = type(o) == "function" and js.props(o) or o
+    local home = js.home(o)
     local array = getmetatable(home).array
     if level > 1 then
       local keys, n = ownKeys(o, true)
       for i = 1, n do
         local k = keys[i]
         local flags, value, slot = own(o, k)
-        if array and k == "length" then
-          if level == 3 then js.ownShape(o).fixedLength = true end
-        elseif slot then
-          slot.flags = bits(flags, slot.accessor and 3 or level == 3 and 2 or 3)
-        else
-          defineOwn(o, k, bits(flags, level == 3 and 2 or 3), value)
+        local kept = bits(flags, level == 3 and not (slot and slot.accessor) and 2 or 3)
+        if array and k == "length" then js.ownShape(o).fixedLength = kept % 2 == 0 or nil
+        elseif slot then slot.flags = kept
+        else defineOwn(o, k, kept, value)
         end
       end
     end
@@ -323,7 +306,7 @@ static("freeze", 1, restrict(3))
 local function restricted(level)
   return function(_, o)
     if not isScriptObject(o) then return true end
-    local s = rawget(type(o) == "function" and js.props(o) or o, "\0s")
+    local s = rawget(js.home(o), "\0s")
     if not (s and s.noext) then return false end
     if level == 1 then return true end
     local keys, n = ownKeys(o, true)
@@ -346,7 +329,6 @@ js.constructor("Function", 1, FunctionProto, refuse, refuse)
 
 defineOwn(FunctionProto, "caller", CONFIGURABLE, nil, js.poisoned, js.poisoned)
 defineOwn(FunctionProto, "arguments", CONFIGURABLE, nil, js.poisoned, js.poisoned)
-rawset(FunctionProto, C, "Function")
 
 local function method(name, count, f) return builtin(FunctionProto, name, count, f) end
 
@@ -375,7 +357,6 @@ method("apply", 2, function(f, this, list)
   return f(this, unpack(values, 0, n - 1))
 end)
 
-js.boundTarget = setmetatable({}, { __mode = "k" })
 method("bind", 1, function(f, this, ...)
   needFunction(f, "bind")
   local n, first = select("#", ...), { ... }
@@ -385,8 +366,8 @@ method("bind", 1, function(f, this, ...)
     return unpack(values, 1, n + select("#", ...))
   end
   local bound = n == 0 and function(_, ...) return f(this, ...) end or function(_, ...) return f(this, join(...)) end
-  js.names[bound], js.arity[bound] = "bound " .. str(f.name), math.max(0, js.toInteger(f.length) - n)
-  js.construct[bound] = function(...) return js.new(f, join(...)) end
+  js.name(bound, "bound " .. str(f.name), math.max(0, js.toInteger(f.length) - n))
+  if js.isConstructor(f) then js.construct[bound] = function(...) return js.new(f, join(...)) end end
   js.boundTarget[bound] = js.boundTarget[f] or f
   return bound
 end)
@@ -416,14 +397,13 @@ function globalMeta.__newindex(o, k, v)
 end
 js.global("globalThis", globalObject)
 
-local console = new()
+local console = js.object()
 local function write(_, ...) js.G.log(nil, ...) end
 for name in string.gmatch("log info warn error debug", "%S+") do console[name] = write end
 js.global("console", console)
 
 -- A variable of the script's top level as a property of the global object.
 function js.variable(name, get, set)
-  js.defineOwn(globalObject, name, 2, nil, get, function(_, v) set(v) end)
-  local _, _, slot = own(globalObject, name)
-  slot.variable = true
+  defineOwn(globalObject, name, ENUMERABLE, nil, get, function(_, v) set(v) end)
+  select(3, own(globalObject, name)).variable = true
 end

@@ -1,88 +1,17 @@
--- Objects: shapes, prototypes, own properties and their attributes, the holes of arrays, functions as objects.
+-- Objects: shapes, prototypes, own properties and their attributes, the holes of arrays.
 --
 -- Raw fields of an object that are no JavaScript properties begin with a zero byte:
 --   "\0s" shape: the own keys in order, shared until the object needs a list of its own
 --   "\0m" metatable of the objects whose prototype this is
 --   "\0h" an array's record of holes, "\0v" a wrapped or internal value, "\0c" its class
-local platform = ...
-local string, table = string, table
-local text = require("text.jsMigration.lua")
+local js = require("functions.jsMigration.lua")
 local S, M, H = "\0s", "\0m", "\0h"
 local type, rawget, rawset, select, next = type, rawget, rawset, select, next
-local getmetatable, setmetatable, tonumber = getmetatable, setmetatable, tonumber
-local error, pcall, require = error, pcall, require
-local match, huge, numberToString = string.match, math.huge, text.numberToString
-
-local null = {}
-local js = { S = S, platform = platform, null = null }
--- Functions that can take as a list what Function.prototype.apply gives them: more values than Lua passes at once.
-js.applyList = {}
-for name, f in next, text do js[name] = f end
-
--- Sibling files and the prototypes that they fill. A prototype is a stub until something reaches it.
-
-local pending, loaded = {}, {}
-
--- A script may have a function named `type` or `next`, visible to the host as a Lua global: a file that loads later must
--- find Lua's own.
-local globals, originals = _G, {}
-for name, value in next, globals do originals[name] = value end
-
-local function load(file)
-  if loaded[file] then return end
-  loaded[file] = true
-  local changed = {}
-  for name, value in next, originals do
-    local now = rawget(globals, name)
-    if now ~= value then
-      changed[name] = now
-      rawset(globals, name, value)
-    end
-  end
-  local ok, message = pcall(require, file .. ".jsMigration.lua")
-  for name, value in next, changed do rawset(globals, name, value) end
-  if ok then return end
-  loaded[file] = nil -- the stack was full, perhaps; the next one may succeed
-  error(message, 0)
-end
-
-local function loadStub(proto)
-  local file = pending[proto]
-  if file then load(file) end
-  return rawget(proto, S)
-end
-
-local function stub(file, parent)
-  local proto = {}
-  pending[proto] = file
-  return setmetatable(proto, {
-    js = true, proto = parent,
-    __index = function(p, k) loadStub(p) return p[k] end,
-    __newindex = function(p, k, v) loadStub(p) p[k] = v end,
-  })
-end
-
-local ObjectProto = stub("object")
-local FunctionProto, ArrayProto = stub("object", ObjectProto), stub("array", ObjectProto)
-local StringProto, NumberProto = stub("string", ObjectProto), stub("number", ObjectProto)
-local BooleanProto = stub("number", ObjectProto)
-js.ObjectProto, js.FunctionProto, js.ArrayProto = ObjectProto, FunctionProto, ArrayProto
-js.StringProto, js.NumberProto, js.BooleanProto = StringProto, NumberProto, BooleanProto
-
--- What the siblings add to js, found in the one that has it.
-local homes = { newError = "error", fromNative = "error", describeError = "error", toObject = "object", variable = "object",
-  iterate = "array", isArray = "array",
-  iterator = "array", listOf = "array", live = "array", spread = "spread", gather = "spread", tail = "spread",
-  field = "spread", named = "spread", destructible = "spread", mix = "spread", without = "spread" }
-setmetatable(js, { __index = function(_, name)
-  if not homes[name] then return nil end
-  load(homes[name])
-  return rawget(js, name)
-end })
-
-local function throwError(kind, message) error(js.newError(kind, message), 0) end
-local function typeError(message) throwError("TypeError", message) end
-js.throwError, js.typeError = throwError, typeError
+local getmetatable, setmetatable = getmetatable, setmetatable
+local match, sort, huge = string.match, table.sort, math.huge
+local numberToString, loadStub, typeError = js.numberToString, js.loadStub, js.typeError
+local side, instances, props, name, homeOf = js.side, js.instances, js.props, js.name, js.home
+local ObjectProto, ArrayProto, FunctionProto = js.ObjectProto, js.ArrayProto, js.FunctionProto
 
 -- Shapes. A shared one is never changed but for its transitions; an object that needs attributes, deletes a key or
 -- grows past what is worth sharing owns its shape.
@@ -91,7 +20,7 @@ js.throwError, js.typeError = throwError, typeError
 --   next       key -> the shape with that key added (shared shapes)
 --   attr       key -> flags, where they differ from default (itself 7 when nil)
 --   slots      key -> what a plain field cannot hold: accessors, read-only values
-local WRITABLE, ENUMERABLE, CONFIGURABLE, HIDDEN, ALL = 1, 2, 4, 5, 7
+local WRITABLE, ENUMERABLE, CONFIGURABLE, ALL = 1, 2, 4, 7
 local SHARED_KEYS, SHARED_FORKS = 32, 128
 
 local function newShape() return { keys = {}, pos = {}, n = 0, next = {}, forks = 0 } end
@@ -138,15 +67,6 @@ end
 local function isIndex(k) return type(k) == "number" and k >= 0 and k % 1 == 0 and k < 4294967295 end
 js.isIndex, js.ownShape = isIndex, ownShape
 
--- Functions as objects: their properties are kept aside, made when somebody asks for more than Function.prototype.
-
-local weak = { __mode = "k" }
-local side, construct = setmetatable({}, weak), setmetatable({}, weak)
-local names, arity = setmetatable({}, weak), setmetatable({}, weak)
-local instances = setmetatable({}, weak) -- function -> metatable of what `new` makes, while its prototype stays
-js.names, js.arity, js.construct, js.side = names, arity, construct, side
-local props
-
 local function protoOf(o)
   if type(o) == "function" then
     o = side[o]
@@ -157,11 +77,32 @@ local function protoOf(o)
 end
 js.protoOf = protoOf
 
+-- Whether proto is the prototype of o, or of its prototype, and so on.
+function js.inherits(o, proto)
+  repeat o = protoOf(o) until not o or o == proto
+  return o ~= nil
+end
+
 -- Holes: record.lo .. record.hi - 1 are holes where the record itself has no mark.
 
-local function isHole(a, k)
+-- Whether k is below the length and no hole.
+local function isElement(a, k)
+  if not isIndex(k) or k >= a.length then return false end
   local record = rawget(a, H)
-  return record and k >= record.lo and k < record.hi and not record[k] or false
+  return not record or k < record.lo or k >= record.hi or record[k] ~= nil
+end
+
+-- The indexes of the elements, ascending.
+function js.elementIndexes(a)
+  local list, n, record = {}, 0, rawget(a, H)
+  for k = 0, (record and record.lo or a.length) - 1 do n = n + 1 list[n] = k end
+  if not record then return list, n end
+  local marked = {}
+  for k in next, record do if type(k) == "number" then marked[#marked + 1] = k end end
+  sort(marked)
+  for i = 1, #marked do n = n + 1 list[n] = marked[i] end
+  for k = record.hi, a.length - 1 do n = n + 1 list[n] = k end
+  return list, n
 end
 
 local function addHoles(a, first, last)
@@ -169,7 +110,7 @@ local function addHoles(a, first, last)
   if not record then return rawset(a, H, { lo = first, hi = last }) end
   for k = record.hi, first - 1 do record[k] = true end
   for k = last, record.lo - 1 do record[k] = true end
-  for k = first, last - 1 do record[k] = nil end
+  for k = first > record.lo and first or record.lo, (last < record.hi and last or record.hi) - 1 do record[k] = nil end
   if first < record.lo then record.lo = first end
   if last > record.hi then record.hi = last end
 end
@@ -184,7 +125,7 @@ local function fillHole(a, k)
   end
   if record.lo == record.hi then rawset(a, H, nil) end
 end
-js.isHole, js.addHoles = isHole, addHoles
+js.addHoles = addHoles
 
 -- Own properties of any object: flags, value, slot; nothing when there is none.
 local function own(o, k)
@@ -203,41 +144,41 @@ local function own(o, k)
     return mt.own(k)
   elseif mt.array then
     if k == "length" then return s and s.fixedLength and 0 or WRITABLE, o.length end
-    local v = rawget(o, k)
-    if v ~= nil and type(k) == "number" or isIndex(k) and k < o.length and not isHole(o, k) then
-      return s and s.attr and s.attr[k] or ALL, v
-    end
+    if isElement(o, k) then return s and s.attr and s.attr[k] or ALL, rawget(o, k) end
   end
 end
 js.own = own
 
 -- Whether an object has the property of its own, and its value for the receiver.
 local function ownValue(o, k, receiver)
-  if type(o) == "function" then o = props(o) end
+  o = homeOf(o)
   local s = rawget(o, S) or loadStub(o)
   local v = rawget(o, k)
   if v ~= nil then return true, v end
-  if not s then return false end
-  local slot = s.slots and s.slots[k]
-  if not slot then return s.pos[k] ~= nil end
-  if slot.get then return true, (slot.get(receiver)) end
-  return true, slot.value
+  if s then
+    local slot = s.slots and s.slots[k]
+    if slot and slot.get then return true, (slot.get(receiver)) end
+    if slot then return true, slot.value end
+    if s.pos[k] then return true end
+  end
+  local mt = getmetatable(o)
+  return mt and mt.array and isElement(o, k)
 end
 
 -- Reads along the prototypes with every rule observed; the __index of objects that a plain lookup would get wrong.
 local function lookup(o, k, receiver)
-  receiver = receiver or o
+  if receiver == nil then receiver = o end
   local found, v = ownValue(o, k, receiver)
   if found then return v end
-  local mt = getmetatable(type(o) == "function" and props(o) or o)
+  local mt = getmetatable(homeOf(o))
   local at = mt and mt.js and mt.proto
-  -- The common case, a method of the nearest prototype, ahead of the loop: a loop here keeps callers from being compiled.
+  -- The common case, a method of the nearest prototype, ahead of the loop, which keeps callers from being compiled.
   v = at and type(at) == "table" and rawget(at, k)
   if v then return v end
   while at do
     found, v = ownValue(at, k, receiver)
     if found then return v end
-    mt = getmetatable(type(at) == "function" and props(at) or at)
+    mt = getmetatable(homeOf(at))
     if not (mt and mt.js) then return mt and at[k] or nil end
     at = mt.proto
   end
@@ -258,7 +199,7 @@ js.nameOf = nameOf
 -- twin, whose reads and writes observe accessors, read-only values and fields that hold undefined over a
 -- prototype's value.
 
-local metas = setmetatable({}, weak)
+local metas = setmetatable({}, { __mode = "k" })
 local add, addElement, put, newMeta
 local function subtract(a, b) return js.num(a) - js.num(b) end
 local function multiply(a, b) return js.num(a) * js.num(b) end
@@ -275,7 +216,7 @@ local function generalise(mt) mt.__index, mt.__newindex, mt.general = lookup, pu
 
 local function hasSlots(proto)
   while proto do
-    local s = rawget(type(proto) == "function" and props(proto) or proto, S)
+    local s = type(proto) == "table" and rawget(proto, S)
     if s and s.slots or type(proto) == "function" then return true end
     proto = protoOf(proto)
   end
@@ -293,13 +234,19 @@ end
 local plainMeta
 local function metaFor(proto)
   if not proto then plainMeta = plainMeta or newMeta() return plainMeta end
-  local home = type(proto) == "function" and props(proto) or proto
+  local home = homeOf(proto)
   local mt = rawget(home, M)
   if not mt then
     mt = newMeta(proto)
     rawset(home, M, mt)
   end
   return mt
+end
+
+-- An object of a built-in class, and what it holds.
+function js.instance(proto, class, value)
+  local mt = metaFor(proto)
+  return setmetatable({ [S] = mt.root, ["\0c"] = class, ["\0v"] = value }, mt)
 end
 
 local function general(o)
@@ -322,7 +269,7 @@ local function slotsInChain(proto)
 end
 
 function js.setProto(o, proto)
-  local home = type(o) == "function" and props(o) or o
+  local home = homeOf(o)
   local array = getmetatable(home).array
   setmetatable(home, (array or type(o) == "function") and newMeta(proto, array, true) or metaFor(proto))
   if proto then general(home) end
@@ -331,8 +278,8 @@ end
 js.metaFor, js.general, js.slotsInChain = metaFor, general, slotsInChain
 
 local function inherited(o, k)
-  local proto = getmetatable(o).proto
-  return proto and lookup(proto, k) ~= nil
+  local at = protoOf(o)
+  return at ~= nil and (own(at, k) ~= nil or inherited(at, k))
 end
 
 -- The __newindex of ordinary objects: a key that has no field yet.
@@ -365,7 +312,7 @@ end
 
 -- The __newindex of arrays.
 function addElement(a, k, v)
-  if type(k) == "number" and k >= 0 and k % 1 == 0 and k < 4294967295 then
+  if isIndex(k) then
     local n = a.length
     if k >= n then
       if k > n then addHoles(a, n, k) end
@@ -379,6 +326,12 @@ function addElement(a, k, v)
   end
 end
 
+local function mayAdd(o, k)
+  local s = rawget(o, S) or loadStub(o)
+  return not s or not (s.noext or s.fixedLength and isIndex(k) and k >= o.length)
+end
+js.mayAdd = mayAdd
+
 -- The __newindex of everything else: observes setters, read-only properties, objects that may not grow.
 function put(o, k, v, receiver)
   if type(k) == "number" and k - k ~= 0 then k = numberToString(k) end
@@ -388,8 +341,8 @@ function put(o, k, v, receiver)
     if slot then
       if slot.set then slot.set(receiver or o, v) return end
       if slot.accessor then
-        local name = match(nameOf(receiver or o), "'(.*)'$")
-        typeError("Cannot set property " .. js.str(k) .. " of " .. name .. " which has only a getter")
+        local text = match(nameOf(receiver or o), "'(.*)'$")
+        typeError("Cannot set property " .. js.str(k) .. " of " .. text .. " which has only a getter")
       end
       typeError("Cannot assign to read only property '" .. js.str(k) .. "' of " .. nameOf(receiver or o))
     elseif flags then
@@ -398,13 +351,9 @@ function put(o, k, v, receiver)
     end
     at = protoOf(at)
   until not at
-  local s = rawget(o, S) or loadStub(o) or emptyShape
-  local element = getmetatable(o).array and isIndex(k)
-  if s.noext or element and s.fixedLength and k >= o.length then
-    typeError("Cannot add property " .. js.str(k) .. ", object is not extensible")
-  end
-  if element then return addElement(o, k, v) end
-  addOther(o, s, k, v)
+  if not mayAdd(o, k) then typeError("Cannot add property " .. js.str(k) .. ", object is not extensible") end
+  if getmetatable(o).array then return addElement(o, k, v) end
+  addOther(o, rawget(o, S) or emptyShape, k, v)
 end
 
 -- Makes or replaces an own property without asking: a value, or an accessor when get or set is not nil.
@@ -426,7 +375,7 @@ local function defineOwn(o, k, flags, value, get, set)
     s.slots[k] = { flags = flags, value = value, get = get or nil, set = set or nil, accessor = accessor }
     rawset(o, k, nil)
     general(o)
-    if rawget(o, M) then slotsInChain(o) end
+    if rawget(o, M) or o == ArrayProto then slotsInChain(o) end
   else
     if s.slots then s.slots[k] = nil end
     s.attr = s.attr or {}
@@ -437,245 +386,28 @@ local function defineOwn(o, k, flags, value, get, set)
 end
 js.defineOwn = defineOwn
 
+-- Makes an ordinary own property. Gives whether the object lets it.
+function js.create(o, k, v)
+  local flags = own(o, k)
+  if flags and flags < CONFIGURABLE or not flags and not mayAdd(homeOf(o), k) then return false end
+  defineOwn(o, k, ALL, v)
+  return true
+end
+
 -- Half an accessor of a literal; the other half stays as it is.
 local function accessor(o, k, get, set)
   k = js.key(k)
   local f = get or set
-  names[f], arity[f] = (get and "get " or "set ") .. js.str(k), set and 1 or 0
+  name(f, (get and "get " or "set ") .. js.str(k), select(2, js.signature(f)))
   local _, _, slot = own(o, k)
   defineOwn(o, k, ENUMERABLE + CONFIGURABLE, nil, get or slot and slot.get or false, set or slot and slot.set or false)
 end
 function js.getter(o, k, f) accessor(o, k, f, nil) end
 function js.setter(o, k, f) accessor(o, k, nil, f) end
 
--- Turns a stub into the prototype object that its file is about to fill.
-function js.fillProto(proto, parent)
-  pending[proto] = nil
-  rawset(proto, S, { keys = {}, pos = {}, n = 0, default = HIDDEN, attr = {} })
-  return setmetatable(proto, metaFor(parent))
-end
-
--- Defines a built-in function as a hidden property of target.
-function js.builtin(target, name, count, f)
-  names[f], arity[f] = name, count
-  local home = type(target) == "function" and props(target) or target
-  local s = ownShape(home)
-  if s.pos[name] == nil then
-    local n = s.n + 1
-    s.n, s.keys[n], s.pos[name] = n, name, n
-  end
-  s.attr = s.attr or {}
-  s.attr[name] = s.default == nil and HIDDEN or nil
-  rawset(home, name, f)
-  return f
-end
-
--- Defines hidden constants of a built-in object or function, names and values in turn, which nobody can change.
-function js.constants(target, ...)
-  for i = 1, select("#", ...), 2 do defineOwn(target, (select(i, ...)), 0, (select(i + 1, ...))) end
-end
-
--- Defines a global constructor: call is the function itself, make what `new` does in its place.
-function js.constructor(name, count, proto, call, make)
-  names[call], arity[call], construct[call] = name, count, make
-  defineOwn(call, "prototype", 0, proto)
-  js.builtin(proto, "constructor", count, call)
-  names[call] = name
-  js.global(name, call)
-  return call
-end
-
--- Name, number of parameters and kind of a script's function, from the chunk's table.
-local scripts = {}
-js.scripts = scripts
-local rows
-
-function js.script(describe)
-  local frame = platform.frames()[1]
-  scripts[frame and frame.file or ""] = describe
-  scripts.last, rows = describe, nil
-end
-
-local function signature(f)
-  if names[f] then return names[f], arity[f], "a" end
-  local line, parameters = platform.functionInfo(f)
-  if not line then return "", 0, "a" end
-  if not rows then
-    rows = {}
-    local _, listing = nil, ""
-    if scripts.last then _, listing = scripts.last() end
-    for at, name, count, kind in string.gmatch(listing or "", "(%d+) ([^\n]+) (%d+) (%a)\n") do
-      rows[tonumber(at)] = { name == "-" and "" or name, tonumber(count), kind }
-    end
-  end
-  local row = rows[line]
-  if not row then return "", parameters > 0 and parameters - 1 or 0, "f" end
-  return row[1], row[2], row[3]
-end
-js.signature = signature
-
-local prototypeShape = js.shape("constructor")
-prototypeShape.attr = { constructor = HIDDEN }
-
-function props(f)
-  local p = side[f]
-  if p then return p end
-  p = setmetatable({ [S] = { keys = {}, pos = {}, n = 0, attr = {} } }, metaFor(FunctionProto))
-  side[f] = p
-  local name, count, kind = signature(f)
-  defineOwn(p, "length", CONFIGURABLE, count)
-  defineOwn(p, "name", CONFIGURABLE, name)
-  if kind == "f" then
-    defineOwn(p, "prototype", WRITABLE, setmetatable({ constructor = f, [S] = prototypeShape }, js.O))
-  end
-  return p
-end
-js.props = props
-
 -- The metatables of object and array literals.
 js.O, js.A = metaFor(ObjectProto), newMeta(ArrayProto, true)
 
--- Lengths and deletion.
-
--- Drops elements from the end down to n, or to one that may not go. Gives the length that is left.
-local function dropElements(a, s, n)
-  local marked = s and (s.attr or s.slots)
-  if a.length - n > 100000 and not marked then
-    -- Few elements may stand in a long array: visit those, not the numbers.
-    for k in next, a do if type(k) == "number" and k >= n then rawset(a, k, nil) end end
-    return n
-  end
-  for k = a.length - 1, n, -1 do
-    if marked then
-      if (own(a, k) or CONFIGURABLE) < CONFIGURABLE then return k + 1 end
-      if s.attr then s.attr[k] = nil end
-      if s.slots then s.slots[k] = nil end
-    end
-    rawset(a, k, nil)
-  end
-  return n
-end
-
-function js.setArrayLength(a, v)
-  local wanted, s = js.uint32(v), rawget(a, S)
-  if s and s.fixedLength then typeError("Cannot assign to read only property 'length' of object '[object Array]'") end
-  if wanted ~= js.num(v) then throwError("RangeError", "Invalid array length") end
-  if wanted > a.length then addHoles(a, a.length, wanted) end
-  local n, record = dropElements(a, s, wanted), rawget(a, H)
-  if record and n <= record.lo then
-    rawset(a, H, nil)
-  elseif record and n < record.hi then
-    record.hi = n
-    for k in next, record do if type(k) == "number" and k >= n then record[k] = nil end end
-  end
-  a.length = n
-  if n > wanted then typeError("Cannot delete property '" .. js.str(n - 1) .. "' of [object Array]") end
-end
-
-js["delete"] = function(o, k)
-  if o == nil or o == null or type(o) == "string" then o = js.toObject(o) end
-  k = js.key(k)
-  if not js.isScriptObject(o) then
-    if js.isObject(o) then o[k] = nil end
-    return true
-  end
-  local flags = own(o, k)
-  if not flags then return true end
-  if flags < CONFIGURABLE then
-    typeError("Cannot delete property '" .. js.str(k) .. "' of " .. match(nameOf(o), "'(.*)'$"))
-  end
-  if type(o) == "function" then
-    instances[o] = nil
-    o = props(o)
-  end
-  rawset(o, k, nil)
-  if getmetatable(o).array and isIndex(k) then
-    addHoles(o, k, k + 1)
-    local s = rawget(o, S)
-    if s and s.attr then s.attr[k] = nil end
-    if s and s.slots then s.slots[k] = nil end
-    return true
-  end
-  local s = ownShape(o)
-  local at = s.pos[k]
-  if not at then return js.removeGlobal(k) end
-  s.keys[at], s.pos[k], s.order, s.dead = false, nil, nil, (s.dead or 0) + 1
-  if s.attr then s.attr[k] = nil end
-  if s.slots then s.slots[k] = nil end
-  if s.dead > 16 and s.dead > s.n / 2 then
-    local n = 0
-    for i = 1, s.n do
-      local live = s.keys[i]
-      s.keys[i] = nil
-      if live then n = n + 1 s.keys[n], s.pos[live] = live, n end
-    end
-    s.n, s.dead = n, nil
-  end
-  return true
-end
-
--- Own keys: array indexes ascending, then the others as they came. Kept with the shape until it changes.
-local function ordered(s)
-  if s.order then return s.order end
-  local list, n, numbers = {}, 0, {}
-  for i = 1, s.n do
-    local k = s.keys[i]
-    if k and isIndex(k) then numbers[#numbers + 1] = k end
-  end
-  table.sort(numbers)
-  for i = 1, #numbers do n = n + 1 list[n] = numbers[i] end
-  for i = 1, s.n do
-    local k = s.keys[i]
-    if k and not isIndex(k) then n = n + 1 list[n] = k end
-  end
-  s.order = list
-  return list
-end
-
-local function visible(s, k)
-  local slot = s.slots and s.slots[k]
-  return (slot and slot.flags or s.attr and s.attr[k] or s.default or ALL) % CONFIGURABLE >= ENUMERABLE
-end
-
--- Puts the indexes of an array's elements into list; of a long array with holes only those that may be there.
-local function elementKeys(a, s, all, list)
-  local n, candidates = 0, nil
-  if a.length > 1000000 and rawget(a, H) then
-    candidates = {}
-    for k in next, a do if isIndex(k) then candidates[#candidates + 1] = k end end
-    table.sort(candidates)
-  end
-  for i = 0, (candidates and #candidates or a.length) - 1 do
-    local k = candidates and candidates[i + 1] or i
-    if (rawget(a, k) ~= nil or not isHole(a, k)) and (all or not s or visible(s, k)) then n = n + 1 list[n] = k end
-  end
-  return n
-end
-
--- A list of the own keys (numbers and strings) and their count; hidden ones too when all is set.
-local function ownKeys(o, all)
-  if type(o) == "function" then o = props(o) end
-  local list, n = {}, 0
-  local s, mt = rawget(o, S) or loadStub(o), getmetatable(o)
-  if not (mt and mt.js) then
-    for k in next, o do n = n + 1 list[n] = k end
-    return list, n
-  end
-  if mt.array then
-    n = elementKeys(o, s, all, list)
-    if all then n = n + 1 list[n] = "length" end
-  end
-  local keys = s and (s.order or ordered(s))
-  all = all or s and not (s.attr or s.slots or s.default)
-  for i = 1, s and #keys or 0 do
-    if all or visible(s, keys[i]) then n = n + 1 list[n] = keys[i] end
-  end
-  return list, n
-end
-js.ownKeys = ownKeys
-
-js.load, js.loaded, js.newMeta, js.newShape = load, loaded, newMeta, newShape
-js.append, js.addOther, js.put = append, addOther, put
-js.instances = instances
+js.newMeta, js.newShape, js.append, js.addOther, js.put = newMeta, newShape, append, addOther, put
 
 return js

@@ -12,25 +12,18 @@ end
 
 -- The elements of several iterables as one array.
 function js.gather(...)
-  local all, n = { length = 0 }, 0
+  local all, n = {}, 0
   for i = 1, select("#", ...) do
-    local list, at = js.values((select(i, ...))), 0
-    while at < list.length do all[n], n, at = list[at], n + 1, at + 1 end
+    for _, v in js.each((select(i, ...))) do all[n], n = v, n + 1 end
   end
   all.length = n
   return setmetatable(all, A)
 end
 
--- What js.values gave, from a position on.
-function js.tail(list, from)
-  local all, n = {}, 0
-  while from + n < list.length do all[n], n = list[from + n], n + 1 end
-  all.length = n
-  return setmetatable(all, A)
-end
-
+-- Refuses what destructuring cannot take apart.
 function js.destructible(v)
-  if v == nil or v == null then js.typeError("Cannot destructure '" .. js.str(v) .. "' as it is " .. js.str(v) .. ".") end
+  if v ~= nil and v ~= null then return end
+  js.typeError("Cannot destructure '" .. js.str(v) .. "' as it is " .. js.str(v) .. ".")
 end
 
 -- A function that takes its name from a computed key.
@@ -40,7 +33,7 @@ function js.named(f, k)
 end
 
 -- A property of a literal: whatever the prototypes say, it is the object's own.
-function js.field(o, k, v) js.defineOwn(o, k, 7, v) end
+function js.field(o, k, v) js.defineOwn(o, js.key(k), 7, v) end
 
 -- Adds to an object the own properties of another that can be enumerated, but for some keys.
 local function copy(o, from, skipped)

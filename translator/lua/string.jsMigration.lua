@@ -4,7 +4,8 @@ local js = require("jsMigration.lua")
 local string, ipairs, tonumber = string, ipairs, tonumber
 local null, num, str, units, utf8, encode = js.null, js.num, js.str, js.units, js.utf8, js.encode
 local toInteger, typeError, slice, length = js.toInteger, js.typeError, js.slice, js.length
-local type, rawget, rawset, select = type, rawget, rawset, select
+local join, mend, position = js.join, js.mend, js.position
+local type, rawset, select = type, rawset, select
 local byte, char, sub, find = string.byte, string.char, string.sub, string.find
 local rep, lower, upper = string.rep, string.lower, string.upper
 local gsub, format, concat = string.gsub, string.format, table.concat
@@ -16,11 +17,9 @@ rawset(StringProto, "\0c", "String")
 rawset(StringProto, "\0v", "")
 js.defineOwn(StringProto, "length", 0, 0)
 
-local function construct(...) return js.toObject(select("#", ...) == 0 and "" or str((...))) end
-local String = js.constructor("String", 1, StringProto, function(_, ...)
-  if select("#", ...) == 0 then return "" end
-  return str((...))
-end, construct)
+local function textOf(...) return select("#", ...) == 0 and "" or str((...)) end
+local String = js.constructor("String", 1, StringProto, function(_, ...) return textOf(...) end,
+  function(...) return js.toObject(textOf(...)) end)
 
 local function static(name, count, f) return js.builtin(String, name, count, f) end
 
@@ -35,12 +34,7 @@ local function method(name, count, f)
   end)
 end
 
-local function valueOf(this)
-  if type(this) == "string" then return this end
-  if type(this) == "table" and rawget(this, "\0c") == "String" then return rawget(this, "\0v") end
-  typeError("String.prototype.valueOf requires that 'this' be a String")
-end
-js.builtin(StringProto, "valueOf", 0, valueOf)
+local valueOf = js.builtin(StringProto, "valueOf", 0, js.valueOf("String", "string"))
 js.builtin(StringProto, "toString", 0, function(this) return valueOf(this) end)
 
 local function fromCharCodes(_, values, n)
@@ -64,9 +58,17 @@ static("fromCodePoint", 1, function(_, ...)
     end
     parts[i] = utf8(c)
   end
-  local text = ""
-  for i = 1, #parts do text = js.join(text, parts[i]) end
-  return text
+  return mend(concat(parts))
+end)
+
+static("raw", 1, function(_, template, ...)
+  local strings = js.toObject(js.toObject(template).raw)
+  local parts, n = {}, toInteger(strings.length)
+  for i = 1, n do
+    parts[2 * i - 1] = str(strings[i - 1])
+    parts[2 * i] = i < n and i <= select("#", ...) and str((select(i, ...))) or ""
+  end
+  return mend(concat(parts))
 end)
 
 -- Single units.
@@ -90,10 +92,8 @@ method("at", 1, function(s, i)
 end)
 method("codePointAt", 1, function(s, i)
   i = toInteger(i)
-  local c = unitAt(s, i)
-  local low = c and c >= 0xD800 and c < 0xDC00 and unitAt(s, i + 1)
-  if low and low >= 0xDC00 and low < 0xE000 then return 0x10000 + (c - 0xD800) * 1024 + low - 0xDC00 end
-  return c
+  local _, character = js.isPair(units(s) or {}, i)
+  return character or unitAt(s, i)
 end)
 
 -- Parts.
@@ -103,15 +103,9 @@ local function clamp(x, n, default)
   return min(max(toInteger(x), 0), n)
 end
 
-local function relative(x, n, default)
-  if x == nil then return default end
-  x = toInteger(x)
-  return x < 0 and max(x + n, 0) or min(x, n)
-end
-
 method("slice", 2, function(s, first, last)
   local n = length(s)
-  first, last = relative(first, n, 0), relative(last, n, n)
+  first, last = position(first, n, 0), position(last, n, n)
   return first < last and slice(s, first, last) or ""
 end)
 method("substring", 2, function(s, first, last)
@@ -122,13 +116,14 @@ method("substring", 2, function(s, first, last)
 end)
 method("substr", 2, function(s, first, count)
   local n = length(s)
-  first = relative(first, n, 0)
+  first = position(first, n, 0)
   local last = count == nil and n or min(first + toInteger(count), n)
   return first < last and slice(s, first, last) or ""
 end)
 method("concat", 1, function(s, ...)
-  for i = 1, select("#", ...) do s = js.join(s, str((select(i, ...)))) end
-  return s
+  local parts = { s, ... }
+  for i = 2, select("#", ...) + 1 do parts[i] = str(parts[i]) end
+  return mend(concat(parts))
 end)
 local function checkLength(n)
   if n > 536870888 then js.throwError("RangeError", "Invalid string length") end
@@ -138,7 +133,7 @@ method("repeat", 1, function(s, count)
   local n = toInteger(count)
   if n < 0 or n == 1 / 0 then js.throwError("RangeError", "Invalid count value: " .. str(count)) end
   checkLength(n * #s)
-  return rep(s, n)
+  return mend(rep(s, n))
 end)
 
 local function pad(s, width, filler)
@@ -148,10 +143,10 @@ local function pad(s, width, filler)
   if width <= 0 or filler == "" then return "" end
   checkLength(width)
   local size = length(filler)
-  return rep(filler, floor(width / size)) .. slice(filler, 0, width % size)
+  return mend(rep(filler, floor(width / size)) .. slice(filler, 0, width % size))
 end
-method("padStart", 1, function(s, width, filler) return pad(s, width, filler) .. s end)
-method("padEnd", 1, function(s, width, filler) return s .. pad(s, width, filler) end)
+method("padStart", 1, function(s, width, filler) return join(pad(s, width, filler), s) end)
+method("padEnd", 1, function(s, width, filler) return join(s, pad(s, width, filler)) end)
 
 method("trim", 0, function(s) return js.trimEnd(js.trimStart(s)) end)
 method("trimStart", 0, function(s) return js.trimStart(s) end)
@@ -252,55 +247,33 @@ local function replace(s, what, with, all)
     end
   until not all or start > #s + 1
   parts[#parts + 1] = sub(s, from)
-  return concat(parts)
+  return mend(concat(parts))
 end
 method("replace", 2, function(s, what, with) return replace(s, what, with, false) end)
 method("replaceAll", 2, function(s, what, with) return replace(s, what, with, true) end)
 
--- Case. Beyond ASCII: Latin, Greek, Cyrillic, Armenian; ranges of lower-case units with the distance to their capitals,
--- and ranges where capitals and small letters alternate.
-local distances = { { 0xE0, 0xF6, -32 }, { 0xF8, 0xFE, -32 }, { 0x3B1, 0x3C1, -32 }, { 0x3C3, 0x3CB, -32 }, { 0x3AD, 0x3AF, -37 },
-  { 0x430, 0x44F, -32 }, { 0x450, 0x45F, -80 }, { 0x561, 0x586, -48 }, { 0xFF41, 0xFF5A, -32 }, { 0x24D0, 0x24E9, -26 } }
-local alternating = { { 0x100, 0x12F }, { 0x132, 0x137 }, { 0x14A, 0x177 }, { 0x1DE, 0x1EF }, { 0x1F8, 0x21F }, { 0x222, 0x233 },
-  { 0x370, 0x373 }, { 0x3D8, 0x3EF }, { 0x460, 0x481 }, { 0x48A, 0x4BF }, { 0x4D0, 0x52F }, { 0x1E00, 0x1E95 }, { 0x1EA0, 0x1EFF } }
-local shifted = { { 0x139, 0x148 }, { 0x179, 0x17E }, { 0x4C1, 0x4CE }, { 0x1CD, 0x1DC } } -- here capitals are odd
-local toUpper, toLower
-local function caseTables()
-  toUpper, toLower = { [0xFF] = 0x178, [0xB5] = 0x39C, [0x17F] = 0x53, [0x3C2] = 0x3A3, [0x3AC] = 0x386, [0x3CC] = 0x38C, [0x3CD] = 0x38E,
-    [0x3CE] = 0x38F, [0x131] = 0x49, [0x1E9B] = 0x1E60 }, { [0x178] = 0xFF, [0x386] = 0x3AC, [0x38C] = 0x3CC, [0x38E] = 0x3CD, [0x38F] = 0x3CE }
-  local function pair(small, capital) toUpper[small], toLower[capital] = capital, small end
-  for _, r in ipairs(distances) do for c = r[1], r[2] do pair(c, c + r[3]) end end
-  for _, r in ipairs(alternating) do for c = r[1], r[2], 2 do pair(c + 1, c) end end
-  for _, r in ipairs(shifted) do for c = r[1], r[2], 2 do pair(c + 1, c) end end
-  for c = 97, 122 do pair(c, c - 32) end
-  toUpper[0x1F0] = nil
-end
-
-local function isCased(c) return c and (toUpper[c] or toLower[c] or c == 0xDF or c == 0x130) end
-
-local function changeCase(s, ascii, toward)
-  local list = units(s)
-  if not list then return ascii(s) end
-  if not toUpper then caseTables() end
-  local map, out, n = toward == "upper" and toUpper or toLower, {}, 0
-  for i = 0, list.n - 1 do
-    local c = list[i]
-    if c == 0xDF and toward == "upper" then
-      out[n], out[n + 1], n = 0x53, 0x53, n + 2
-    elseif c == 0x130 and toward == "lower" then
-      out[n], out[n + 1], n = 0x69, 0x307, n + 2
-    elseif c == 0x3A3 and toward == "lower" and isCased(list[i - 1]) and not isCased(list[i + 1]) then
-      out[n], n = 0x3C2, n + 1 -- a sigma that ends a word
-    else
-      out[n], n = map[c] or c, n + 1
-    end
-  end
-  return encode(out, 0, n - 1)
+local function changeCase(s, toUpper)
+  if find(s, "[\128-\255]") then return js.changeCase(s, toUpper) end
+  return toUpper and upper(s) or lower(s)
 end
 for _, infix in ipairs({ "", "Locale" }) do
-  method("to" .. infix .. "UpperCase", 0, function(s) return changeCase(s, upper, "upper") end)
-  method("to" .. infix .. "LowerCase", 0, function(s) return changeCase(s, lower, "lower") end)
+  method("to" .. infix .. "UpperCase", 0, function(s) return changeCase(s, true) end)
+  method("to" .. infix .. "LowerCase", 0, function(s) return changeCase(s, false) end)
 end
+
+-- What other engines have. A script that calls one of these is told why it cannot.
+local function refuse(what) js.throwError("Error", "String.prototype." .. what) end
+for name in string.gmatch("match matchAll search", "%S+") do
+  method(name, 1, function() refuse(name .. " is not supported: there are no regular expressions here") end)
+end
+method("normalize", 0, function(s, form)
+  form = form == nil and "NFC" or str(form)
+  if not find(",NFC,NFD,NFKC,NFKD,", "," .. form .. ",", 1, true) then
+    js.throwError("RangeError", "The normalization form should be one of NFC, NFD, NFKC, NFKD.")
+  end
+  if find(s, "[\128-\255]") then refuse("normalize is not supported beyond ASCII: there are no tables of characters here") end
+  return s
+end)
 
 -- Order of words: letters by alphabet before case, small before capital; signs, then digits, then letters.
 local function weight(c)
@@ -311,7 +284,7 @@ end
 method("localeCompare", 1, function(s, other)
   other = str(other)
   if s == other then return 0 end
-  local a, b = changeCase(s, lower, "lower"), changeCase(other, lower, "lower")
+  local a, b = changeCase(s, false), changeCase(other, false)
   for i = 0, min(length(a), length(b)) - 1 do
     local x, y = weight(unitAt(a, i)), weight(unitAt(b, i))
     if x ~= y then return x < y and -1 or 1 end
@@ -322,24 +295,21 @@ end)
 
 -- URIs.
 
+local function malformed() js.throwError("URIError", "URI malformed") end
+
 local function encoder(name, unescaped)
   local f = function(_, x)
     local s = str(x)
     local list = units(s)
     if list then
       for i = 0, list.n - 1 do
-        local c, low = list[i], list[i + 1] or 0
-        local before = i > 0 and list[i - 1] or 0
-        if c >= 0xD800 and c < 0xDC00 and not (low >= 0xDC00 and low < 0xE000)
-          or c >= 0xDC00 and c < 0xE000 and not (before >= 0xD800 and before < 0xDC00) then
-          js.throwError("URIError", "URI malformed")
-        end
+        local c = list[i]
+        if c >= 0xD800 and c < 0xE000 and not js.isPair(list, i) and not js.isPair(list, i - 1) then malformed() end
       end
     end
     return (gsub(s, "[^%w" .. unescaped .. "]", function(c) return format("%%%02X", byte(c)) end))
   end
-  js.names[f], js.arity[f] = name, 1
-  js.global(name, f)
+  js.globalFunction(name, 1, f)
 end
 encoder("encodeURIComponent", "%-_.!~*'()")
 encoder("encodeURI", "%-_.!~*'();/?:@&=+$,#")
@@ -348,23 +318,23 @@ encoder("encodeURI", "%-_.!~*'();/?:@&=+$,#")
 local function unescape(s, i)
   local function hex(at)
     local digits = string.match(s, "^%%(%x%x)", at)
-    if not digits then js.throwError("URIError", "URI malformed") end
+    if not digits then malformed() end
     return tonumber(digits, 16)
   end
   local c = hex(i)
   if c < 128 then return char(c), i + 3 end
   local more = c >= 0xF0 and c < 0xF5 and 3 or c >= 0xE0 and c < 0xF0 and 2 or c >= 0xC2 and c < 0xE0 and 1
-  if not more then js.throwError("URIError", "URI malformed") end
+  if not more then malformed() end
   local bytes = { char(c) }
   for k = 1, more do
     local d = hex(i + 3 * k)
-    if d < 128 or d > 191 then js.throwError("URIError", "URI malformed") end
+    if d < 128 or d > 191 then malformed() end
     bytes[k + 1] = char(d)
   end
   local text = concat(bytes)
   local list = units(text)
   if more == 2 and (list[0] < 0x800 or list[0] >= 0xD800 and list[0] < 0xE000) or more == 3 and list.n ~= 2 then
-    js.throwError("URIError", "URI malformed")
+    malformed()
   end
   return text, i + 3 * more + 3
 end
@@ -382,8 +352,7 @@ local function decoder(name, reserved)
       from = behind
     end
   end
-  js.names[f], js.arity[f] = name, 1
-  js.global(name, f)
+  js.globalFunction(name, 1, f)
 end
 decoder("decodeURIComponent", "")
 decoder("decodeURI", ";/?:@&=+$,#")

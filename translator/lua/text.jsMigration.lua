@@ -150,12 +150,20 @@ local function utf8(c)
   return char(0xF0 + floor(c / 262144), 0x80 + floor(c / 4096) % 64, 0x80 + floor(c / 64) % 64, 0x80 + c % 64)
 end
 
+-- Whether a surrogate pair stands at i, and the character that it is.
+local function isPair(list, i)
+  local c = list[i]
+  local low = c and c >= 0xD800 and c < 0xDC00 and list[i + 1]
+  if not low or low < 0xDC00 or low >= 0xE000 then return false end
+  return true, 0x10000 + (c - 0xD800) * 1024 + low - 0xDC00
+end
+
 local function encode(list, first, last)
   local out, n, i = {}, 0, first
   while i <= last do
     local c = list[i]
-    local low = c >= 0xD800 and c < 0xDC00 and i < last and list[i + 1]
-    if low and low >= 0xDC00 and low < 0xE000 then c, i = 0x10000 + (c - 0xD800) * 1024 + low - 0xDC00, i + 1 end
+    local pair, character = isPair(list, i)
+    if pair and i < last then c, i = character, i + 1 end
     n, i = n + 1, i + 1
     out[n] = utf8(c)
   end
@@ -184,8 +192,14 @@ local function join(a, b)
   return a .. b
 end
 
+-- The same for all of a text that was put together from parts.
+local function mend(s)
+  if not find(s, "\237", 1, true) then return s end
+  return (gsub(s, "\237[\160-\175].\237[\176-\191].", function(halves) return encode(decode(halves), 0, 1) end))
+end
+
 return {
-  numberToString = numberToString, stringToNumber = stringToNumber, parseDigits = parseDigits,
+  numberToString = numberToString, shortest = shortest, stringToNumber = stringToNumber, parseDigits = parseDigits,
   trimStart = trimStart, trimEnd = trimEnd,
-  units = units, utf8 = utf8, encode = encode, length = length, slice = slice, join = join,
+  units = units, utf8 = utf8, encode = encode, length = length, slice = slice, join = join, mend = mend, isPair = isPair,
 }

@@ -1,0 +1,284 @@
+-- Conversions and operators.
+local js = require("keys.jsMigration.lua")
+local null, numberToString, stringToNumber, join = js.null, js.numberToString, js.stringToNumber, js.join
+local lookup, typeError = js.lookup, js.typeError
+local type, rawget, getmetatable, tonumber, tostring = type, rawget, getmetatable, tonumber, tostring
+local byte, find, gsub = string.byte, string.find, string.gsub
+local floor, ceil, huge, tobit = math.floor, math.ceil, math.huge, bit.tobit
+local max, min = math.max, math.min
+local str, primitive
+local C = "\0c"
+
+local function isObject(x)
+  local t = type(x)
+  return t == "table" and x ~= null or t == "function" or t == "userdata" or t == "cdata"
+end
+js.isObject = isObject
+
+local function isScriptObject(x)
+  if type(x) == "function" then return true end
+  local mt = type(x) == "table" and getmetatable(x)
+  return mt and mt.js or false
+end
+js.isScriptObject = isScriptObject
+
+function js.isArray(x)
+  local mt = type(x) == "table" and getmetatable(x)
+  return mt and mt.array or false
+end
+
+-- What stands for an object where a primitive is wanted; what is none passes. Hint: "string", "number" or nil.
+function primitive(x, hint)
+  if not isObject(x) then return x end
+  if not isScriptObject(x) then return tostring(x) end
+  if not hint and type(x) == "table" and rawget(x, C) == "Date" then hint = "string" end
+  local first, second = "valueOf", "toString"
+  if hint == "string" then first, second = second, first end
+  for _ = 1, 2 do
+    local f = type(x) == "function" and x[first] or lookup(x, first)
+    if type(f) == "function" then
+      local v = f(x)
+      if not isObject(v) then return v end
+    end
+    first = second
+  end
+  typeError("Cannot convert object to primitive value")
+end
+js.primitive = primitive
+
+local function num(x)
+  local t = type(x)
+  if t == "number" then return x end
+  if t == "string" then return stringToNumber(x) end
+  if x == nil then return 0 / 0 end
+  if t == "boolean" then return x and 1 or 0 end
+  if x == null then return 0 end
+  return num(primitive(x, "number"))
+end
+js.num = num
+
+function str(x)
+  local t = type(x)
+  if t == "string" then return x end
+  if t == "number" then return numberToString(x) end
+  if x == nil then return "undefined" end
+  if t == "boolean" then return x and "true" or "false" end
+  if x == null then return "null" end
+  return str(primitive(x, "string"))
+end
+js.str = str
+
+local function truthy(x) return x and x ~= 0 and x ~= "" and x ~= null and x == x or false end
+js.truthy = truthy
+
+-- Never -0, which counts and positions don't know.
+local function toInteger(x)
+  if type(x) ~= "number" then x = num(x) end
+  if x ~= x then return 0 end
+  return (x < 0 and ceil(x) or floor(x)) + 0
+end
+js.toInteger = toInteger
+
+-- A relative position within 0 .. n, as slice() and its like count.
+function js.position(x, n, default)
+  if x == nil then return default end
+  x = toInteger(x)
+  return x < 0 and max(x + n, 0) or min(x, n)
+end
+
+local function int32(x)
+  if type(x) ~= "number" then x = num(x) end
+  local r = tobit(x)
+  if r == x then return r end
+  if x - x ~= 0 then return 0 end
+  return tobit((x < 0 and ceil(x) or floor(x)) % 4294967296)
+end
+
+local function uint32(x)
+  local r = int32(x)
+  return r < 0 and r + 4294967296 or r
+end
+js.int32, js.uint32 = int32, uint32
+
+function js.typeof(x)
+  local t = type(x)
+  if t == "nil" then return "undefined" end
+  if t == "table" or t == "userdata" or t == "cdata" or t == "thread" then return "object" end
+  return t
+end
+
+-- Property keys: a canonical number is a Lua number, everything else a string.
+local function canonical(s)
+  local n = tonumber(s)
+  if n and n - n == 0 and numberToString(n) == s then return n end
+  return s
+end
+
+local function key(k)
+  if type(k) == "number" then
+    if k - k ~= 0 then return numberToString(k) end
+    return k
+  end
+  if type(k) ~= "string" then k = str(k) end
+  local b = byte(k, 1)
+  if b and b < 58 and (b > 47 or b == 45) then return canonical(k) end
+  return k
+end
+js.key, js.canonical = key, canonical
+
+-- A value as a message shows it.
+function js.describe(x)
+  if type(x) ~= "table" or x == null then return str(x) end
+  local mt = getmetatable(x)
+  return mt and mt.array and "[object Array]" or "#<Object>"
+end
+
+-- Makes the valueOf of a class that wraps a primitive type.
+function js.valueOf(class, kind)
+  return function(this)
+    if type(this) == kind then return this end
+    if type(this) == "table" and rawget(this, C) == class then return rawget(this, "\0v") end
+    typeError(class .. ".prototype.valueOf requires that 'this' be a " .. class)
+  end
+end
+
+function js.needFunction(f) if type(f) ~= "function" then typeError(js.describe(f) .. " is not a function") end end
+
+-- Operators.
+
+function js.add(a, b)
+  local ta, tb = type(a), type(b)
+  if ta == "number" and tb == "number" then return a + b end
+  if ta == "string" and tb == "string" then return join(a, b) end
+  a, b = primitive(a), primitive(b)
+  if type(a) == "string" or type(b) == "string" then return join(str(a), str(b)) end
+  return num(a) + num(b)
+end
+
+-- The remainder of whole numbers below 2^53 by Lua's operator; it is exact there, and compiled.
+local fmod = math.fmod
+function js.mod(a, b)
+  if type(a) ~= "number" then a = num(a) end
+  if type(b) ~= "number" then b = num(b) end
+  if b < 0 then b = -b end
+  if a > 0 then
+    if a <= 9007199254740992 and b > 0 and a % 1 == 0 and b % 1 == 0 then return a % b end
+  elseif a < 0 then
+    if a >= -9007199254740992 and b > 0 and a % 1 == 0 and b % 1 == 0 then return -(-a % b) end
+  elseif a == 0 and b > 0 then return a
+  end
+  return fmod(a, b)
+end
+
+function js.pow(a, b)
+  if type(a) ~= "number" then a = num(a) end
+  if type(b) ~= "number" then b = num(b) end
+  if b ~= b or (b == huge or b == -huge) and (a == 1 or a == -1) then return 0 / 0 end
+  return a ^ b
+end
+
+local band, bor, bxor, bnot = bit.band, bit.bor, bit.bxor, bit.bnot
+local lshift, rshift, arshift = bit.lshift, bit.rshift, bit.arshift
+function js.band(a, b) return band(int32(a), int32(b)) end
+function js.bor(a, b) return bor(int32(a), int32(b)) end
+function js.bxor(a, b) return bxor(int32(a), int32(b)) end
+function js.bnot(a) return bnot(int32(a)) end
+function js.shl(a, b) return lshift(int32(a), int32(b)) end
+function js.shr(a, b) return arshift(int32(a), int32(b)) end
+function js.ushr(a, b)
+  local r = rshift(int32(a), int32(b))
+  return r < 0 and r + 4294967296 or r
+end
+
+-- a < b and a <= b after conversion; the operands arrive in the order in which JavaScript converts them.
+local function operands(a, b)
+  if type(a) == "string" and type(b) == "string" then return a, b end
+  a = primitive(a, "number")
+  b = primitive(b, "number")
+  if type(a) == "string" and type(b) == "string" then return a, b end
+  a = num(a)
+  return a, num(b)
+end
+
+-- A text that Lua compares as units compare. Bytes put what lies above U+FFFF (from 0xF0 on) behind what lies from U+E000
+-- on (0xEE and 0xEF), units before it. The searches are compiled, a pattern is not.
+local function sortable(s)
+  if not (find(s, "\239", 1, true) or find(s, "\238", 1, true)) then return s end
+  return (gsub(s, "[\238\239]", "\255%0"))
+end
+js.sortable = sortable
+
+local function less(a, b)
+  if type(a) == "string" then return sortable(a) < sortable(b) end
+  return a < b
+end
+-- Not the contrary of b < a, as every comparison with NaN fails.
+local function lessOrEqual(a, b)
+  if type(a) == "string" then return sortable(a) <= sortable(b) end
+  return a <= b
+end
+
+function js.lt(a, b)
+  if type(a) == "number" and type(b) == "number" then return a < b end
+  return less(operands(a, b))
+end
+function js.le(a, b)
+  if type(a) == "number" and type(b) == "number" then return a <= b end
+  return lessOrEqual(operands(a, b))
+end
+function js.gt(a, b)
+  if type(a) == "number" and type(b) == "number" then return a > b end
+  a, b = operands(a, b)
+  return less(b, a)
+end
+function js.ge(a, b)
+  if type(a) == "number" and type(b) == "number" then return a >= b end
+  a, b = operands(a, b)
+  return lessOrEqual(b, a)
+end
+
+-- Math on operands known to be numbers.
+
+for name in string.gmatch("floor sqrt abs sin cos tan asin acos atan atan2 exp log", "%S+") do js[name] = math[name] end
+
+-- Lua's own gives 0 for what is just below it, where -0 is right.
+function js.ceil(x) return -floor(-x) end
+
+function js.max2(a, b)
+  if a ~= a or b ~= b then return 0 / 0 end
+  if a == 0 and b == 0 then return a + b end
+  return max(a, b)
+end
+
+function js.min2(a, b)
+  if a ~= a or b ~= b then return 0 / 0 end
+  if a == 0 and b == 0 then return -(-a - b) end
+  return min(a, b)
+end
+
+function js.round(x)
+  local r = floor(x)
+  if x - r >= 0.5 then r = r + 1 end
+  if r == 0 and x < 0 then return -0 * 1 end
+  return r
+end
+
+local function eq(a, b)
+  if a == b then return true end
+  if a == nil or a == null then return b == nil or b == null end
+  if b == nil or b == null then return false end
+  local ta, tb = type(a), type(b)
+  if ta == tb and (ta ~= "table" and ta ~= "userdata" and ta ~= "cdata") then return false end
+  if ta == "boolean" then return eq(a and 1 or 0, b) end
+  if tb == "boolean" then return eq(a, b and 1 or 0) end
+  if isObject(a) then
+    if isObject(b) then return false end
+    return eq(primitive(a), b)
+  elseif isObject(b) then
+    return eq(a, primitive(b))
+  end
+  return num(a) == num(b)
+end
+js.eq = eq
+
+return js
