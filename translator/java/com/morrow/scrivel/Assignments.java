@@ -14,172 +14,85 @@ final class Assignments {
         this.g = g;
     }
 
-    // -- places
-
-    /** Evaluates object and key of a member access into the operands. To be used more than once, they are kept. */
-    Place place(AstNode node, Operands operands, boolean several) {
-        boolean property = node.getType() == Token.GETPROP;
-        AstNode target = property ? ((PropertyGet) node).getTarget() : ((ElementGet) node).getTarget();
-        int object = operands.add(target).count() - 1;
-        if (several) operands.keep();
-        if (property) {
-            Name name = ((PropertyGet) node).getProperty();
-            return new Place(g, operands, object, 0, name.getIdentifier(), g.line(name));
-        }
-        AstNode key = Expressions.bare(((ElementGet) node).getElement());
-        int line = g.line(key);
-        if (key.getType() == Token.STRING) {
-            String text = ((StringLiteral) key).getValue();
-            double number = Lua.canonicalNumber(text);
-            if (number != number) return new Place(g, operands, object, 0, text, line);
-            Code code = Code.atom(Lua.number(number), Types.NUMBER);
-            int index = operands.put(g.out.mark(), code).count() - 1;
-            return new Place(g, operands, object, index, null, line);
-        }
-        int index = operands.add(key).count() - 1;
-        if (several) operands.keep();
-        return new Place(g, operands, object, index, null, line);
-    }
-
-    /** A place that is assigned to; no Lua statement may begin with its object's parenthesis. */
-    private Place target(AstNode node, Operands operands, boolean several) {
-        Place place = place(node, operands, several);
-        Code object = place.object();
-        if (object.rank == Code.PREFIX && !object.parenthesis) return place;
-        operands.keepAll();
-        return place;
-    }
-
-    // -- variables
-
     /** Writes a variable; the first value of a declaration may go to a constant. */
     void write(Name name, Code value, boolean declaring) {
         Variable.Use use = Names.use(name);
         Variable variable = use.variable;
-        int line = g.line(name);
-        if (variable == null) {
-            g.out.add(new Code().line(g.line).add(g.js("G") + Expressions.field(name.getIdentifier()) + " = ").add(value));
-            return;
-        }
-        if (!declaring && (use.early || variable.isCheckedAt(use))) {
+        boolean guarded = variable != null && !declaring;
+        if (guarded && (use.early || variable.isCheckedAt(use))) {
             value = g.save(value);
             g.out.add(g.expressions.check(name, use.early ? g.js("unset") : variable.access()));
         }
-        if (!declaring && (variable.kind == Variable.Kind.CONST || variable.kind == Variable.Kind.SELF)) {
+        if (guarded && (variable.kind == Variable.Kind.CONST || variable.kind == Variable.Kind.SELF)) {
             if (!value.pure) g.save(value);
             Code error = Code.of(g.js("G") + ".TypeError, \"Assignment to constant variable.\"");
-            g.out.add(new Code().line(line).add(g.operators.library("throw", g.operators.library("new", error))));
+            g.out.add(g.line(name), g.operators.library("throw", g.operators.library("new", error)));
             return;
         }
-        g.out.add(new Code().line(g.line).add(variable.access() + " = ").add(value));
+        g.out.add(g.line, (variable == null ? g.js("G") + Lua.member(name.getIdentifier()) : variable.access()) + " = ", value);
     }
 
     // -- forms of assignment
 
-    /** Carries out an assignment; gives its value when it is wanted, else null. */
+    /** Carries out an assignment; what it gives is its value when that is wanted. */
     Code assign(Assignment node, boolean wanted) {
         AstNode left = Expressions.bare(node.getLeft());
-        if (node.getType() != Token.ASSIGN) return compound(node, left, wanted);
-        switch (left.getType()) {
-            case Token.NAME: {
-                Code value = named(node.getRight(), left == node.getLeft() ? ((Name) left).getIdentifier() : "");
-                boolean simple = Names.variable(left) != null && Names.variable(left).kind != Variable.Kind.CONST;
-                if (wanted && !value.stable && !simple) value = g.save(value);
-                write((Name) left, value, false);
-                if (!wanted || value.stable) return value;
-                Code result = g.expressions.name((Name) left);
-                result.type = value.type;
-                return result;
-            }
-            case Token.ARRAYLIT: case Token.OBJECTLIT: {
-                Code value = g.value(node.getRight());
-                if (!value.stable) value = g.save(value);
-                give(left, value, false);
-                return value;
-            }
-            default: {
-                Operands operands = new Operands(g, true);
-                Place place = target(left, operands, false);
-                Block.Link mark = g.out.mark();
-                operands.put(mark, named(node.getRight(), ""));
-                Code value = wanted ? operands.keep() : operands.get(operands.count() - 1);
-                place.write(value);
-                return value;
-            }
+        boolean plain = node.getType() == Token.ASSIGN;
+        if (!plain && Names.operator(node) != null) return logical(node, left);
+        if (!plain) return compound(node, left, wanted);
+        if (left.getType() == Token.ARRAYLIT || left.getType() == Token.OBJECTLIT) {
+            Code value = g.keep(g.value(node.getRight()));
+            give(left, value, false);
+            return value;
         }
+        Operands operands = new Operands(g, true);
+        Place place = Place.target(g, left, operands, false);
+        operands.put(g.out.mark(), named(node.getRight(), node.getLeft()));
+        Variable variable = left instanceof Name ? Names.variable(left) : null;
+        if (wanted && (variable == null || variable.kind == Variable.Kind.CONST)) operands.keep();
+        return place.write(operands.last(), wanted);
     }
 
-    /** A value that is given to a name, which a function takes for its own. */
+    /** A value that is given to a target: a function takes the name of a variable for its own. */
+    Code named(AstNode value, AstNode target) {
+        return named(value, target instanceof Name name ? name.getIdentifier() : "");
+    }
+
     Code named(AstNode value, String name) {
         value = Expressions.bare(value);
-        if (value.getType() != Token.FUNCTION) return g.value(value);
-        return g.functions.expression((FunctionNode) value, name);
+        return value instanceof FunctionNode function ? g.functions.expression(function, name) : g.value(value);
     }
 
     /** {@code a ??= b} and its kin. */
-    private Code logical(Assignment node, AstNode left, String operator) {
-        Operands operands = new Operands(g, true);
-        Place place = left.getType() == Token.NAME ? null : target(left, operands, true);
-        Code result = g.save(place == null ? g.expressions.name((Name) left) : place.read());
+    private Code logical(Assignment node, AstNode left) {
+        Place place = Place.target(g, left, new Operands(g, true), true);
+        Code result = g.save(place.read());
         int before = g.temporaries;
-        g.out.add(new Code().line(g.line(node)).add("if ").add(g.expressions.goesOn(operator, result)).add(" then"));
-        Code value = named(node.getRight(), place == null ? ((Name) left).getIdentifier() : "");
-        g.out.add(new Code().line(g.line).add(result).add(" = ").add(value));
-        result.type = Types.UNKNOWN;
-        if (place == null) write((Name) left, result, false);
-        else place.write(result);
+        g.out.add(g.line(node), "if ", g.expressions.goesOn(Names.operator(node), result), " then");
+        g.out.add(g.line, result, " = ", named(node.getRight(), left));
+        place.write(result.typed(Types.UNKNOWN));
         g.out.add("end");
         g.temporaries = before;
         return result;
     }
 
     private Code compound(Assignment node, AstNode left, boolean wanted) {
-        if (Names.operator(node) != null) return logical(node, left, Names.operator(node));
-        int operator = Types.operator(node.getType());
-        int line = g.source.line(node.getPosition() + node.getOperatorPosition());
         Operands operands = new Operands(g, true);
-        if (left.getType() == Token.NAME) {
-            operands.add(left).add(node.getRight());
-            Code value = g.operators.combine(operator, operands.get(0), operands.get(1), line);
-            return written((Name) left, value, wanted);
-        }
-        Place place = target(left, operands, true);
-        Block.Link mark = g.out.mark();
-        int old = operands.put(mark, place.read()).count() - 1;
+        Place place = Place.target(g, left, operands, true);
+        int old = operands.put(g.out.mark(), place.read()).count() - 1;
         operands.add(node.getRight());
-        Code value = g.operators.combine(operator, operands.get(old), operands.get(old + 1), line);
-        if (wanted) value = g.save(value);
-        place.write(value);
-        return value;
+        int operator = Types.operator(node.getType());
+        return place.write(g.operators.combine(operator, operands.get(old), operands.last(), g.operatorLine(node)), wanted);
     }
 
-    private Code written(Name name, Code value, boolean wanted) {
-        if (wanted && Names.variable(name) == null) value = g.save(value);
-        write(name, value, false);
-        if (!wanted || value.stable) return value;
-        Code result = g.expressions.name(name);
-        result.type = value.type;
-        return result;
-    }
-
-    /** Increments or decrements; gives the old or the new value when it is wanted. */
+    /** Increments or decrements; what it gives is the old or the new value when that is wanted. */
     Code update(UpdateExpression node, boolean wanted) {
-        int operator = node.getType() == Token.INC ? Token.ADD : Token.SUB;
-        AstNode left = Expressions.bare(node.getOperand());
-        boolean oldWanted = wanted && node.isPostfix();
-        if (left.getType() == Token.NAME) {
-            Code old = g.operators.toNumber(g.expressions.name((Name) left));
-            if (oldWanted) old = g.save(old);
-            Code value = written((Name) left, g.operators.combine(operator, old, ONE, g.line(node)), wanted && !oldWanted);
-            return oldWanted ? old : value;
-        }
-        Operands operands = new Operands(g, true);
-        Place place = target(left, operands, true);
+        Place place = Place.target(g, Expressions.bare(node.getOperand()), new Operands(g, true), true);
         Code old = g.operators.toNumber(place.read());
+        boolean oldWanted = wanted && node.isPostfix();
         if (oldWanted) old = g.save(old);
-        Code value = g.operators.combine(operator, old, ONE, g.line(node));
-        if (wanted && !oldWanted) value = g.save(value);
-        place.write(value);
+        int operator = node.getType() == Token.INC ? Token.ADD : Token.SUB;
+        Code value = place.write(g.operators.combine(operator, old, ONE, g.line(node)), wanted && !oldWanted);
         return oldWanted ? old : value;
     }
 
@@ -189,21 +102,13 @@ final class Assignments {
     void give(AstNode target, Code value, boolean declaring) {
         target = Expressions.bare(target);
         switch (target.getType()) {
-            case Token.NAME:
-                write((Name) target, value, declaring);
-                return;
-            case Token.ARRAYLIT:
-                arrayPattern((ArrayLiteral) target, value, declaring);
-                return;
-            case Token.OBJECTLIT:
-                objectPattern((ObjectLiteral) target, value.stable ? value : g.save(value), declaring);
-                return;
-            case Token.ASSIGN:
-                giveOr((Assignment) target, value, declaring);
-                return;
-            default: {
-                Code kept = value.stable ? value : g.save(value);
-                target(target, new Operands(g, true), false).write(kept);
+            case Token.NAME -> write((Name) target, value, declaring);
+            case Token.ARRAYLIT -> arrayPattern((ArrayLiteral) target, value, declaring);
+            case Token.OBJECTLIT -> objectPattern((ObjectLiteral) target, g.keep(value), declaring);
+            case Token.ASSIGN -> giveOr((Assignment) target, value, declaring);
+            default -> {
+                value = g.keep(value);
+                Place.target(g, target, new Operands(g, true), false).write(value);
             }
         }
     }
@@ -211,49 +116,54 @@ final class Assignments {
     /** Gives a value, or another where it is undefined. */
     private void giveOr(Assignment target, Code value, boolean declaring) {
         Code result = g.save(value);
-        AstNode left = target.getLeft();
+        fallback(target, result, g.line(target.getRight()));
+        give(target.getLeft(), result.typed(Types.UNKNOWN), declaring);
+    }
+
+    /** Gives a variable the value on the right if it is undefined. */
+    void fallback(Assignment node, Code variable, int line) {
         int before = g.temporaries;
-        g.out.add(new Code().line(g.line(target)).add("if ").add(result).add(" == nil then"));
-        Code other = named(target.getRight(), left.getType() == Token.NAME ? ((Name) left).getIdentifier() : "");
-        g.out.add(new Code().line(g.line(target.getRight())).add(result).add(" = ").add(other));
+        g.out.add(g.line(node), "if ", variable, " == nil then");
+        g.out.add(line, variable, " = ", named(node.getRight(), node.getLeft()));
         g.out.add("end");
         g.temporaries = before;
-        result.type = Types.UNKNOWN;
-        give(left, result, declaring);
     }
 
     private void arrayPattern(ArrayLiteral pattern, Code value, boolean declaring) {
-        Code list = g.save(new Code().line(g.line(pattern)).add(g.operators.library("values", value)));
+        Code list = g.save(g.operators.library(g.line(pattern), "values", value));
         int index = 0;
         for (AstNode element : pattern.getElements()) {
-            Code code = new Code().line(g.line(element));
+            int line = g.line(element);
             if (Patterns.isSpread(element)) {
-                give(Patterns.spread(element), code.add(g.operators.library("tail", list, Code.atom("" + index, Types.INTEGER))), declaring);
-            } else if (element.getType() != Token.EMPTY) give(element, code.add(list).add("[" + index + "]"), declaring);
+                Code from = Code.atom("" + index, Types.INTEGER);
+                give(Patterns.spread(element), g.operators.library(line, "tail", list, from), declaring);
+            } else if (element.getType() != Token.EMPTY) give(element, Code.of(line, list, "[" + index + "]"), declaring);
             index++;
         }
     }
 
     private void objectPattern(ObjectLiteral pattern, Code value, boolean declaring) {
         boolean empty = pattern.getElements().isEmpty() || Patterns.isSpread(pattern.getElements().get(0));
-        if (empty) g.out.add(new Code().line(g.line(pattern)).add(g.operators.library("destructible", value)));
+        if (empty) g.out.add(g.operators.library(g.line(pattern), "destructible", value));
         ArrayList<Code> keys = new ArrayList<>();
         keys.add(value);
         Code computed = null;
         for (ObjectProperty property : pattern.getElements()) {
-            Code line = new Code().line(g.line(property.getLeft()));
-            if (Patterns.isSpread(property)) {
-                give(property.getRight(), line.add(g.operators.library("without", keys.toArray(new Code[0]))), declaring);
-            } else if (Patterns.isKey(property)) {
+            AstNode key = property.getLeft();
+            if (Patterns.isKey(property)) {
                 computed = g.save(g.operators.library("key", g.value(Patterns.key(property))));
                 keys.add(computed);
-            } else if (computed != null) {
-                give(property.getRight(), line.add(g.operators.library("get", value, computed)), declaring);
-                computed = null;
-            } else {
-                keys.add(g.literals.key(property.getLeft()));
-                give(property.getRight(), new Code().operand(value, Code.PREFIX).line(g.line(property.getLeft())).add(g.literals.keyAccess(property.getLeft())), declaring);
+                continue;
             }
+            Code part;
+            if (Patterns.isSpread(property)) part = g.operators.library(g.line(key), "without", keys.toArray(new Code[0]));
+            else if (computed != null) part = g.operators.library(g.line(key), "get", value, computed);
+            else {
+                keys.add(Literals.keyValue(Literals.key(key)));
+                part = Code.of(value.within(Code.PREFIX), g.line(key), Lua.member(Literals.key(key)));
+            }
+            computed = null;
+            give(property.getRight(), part, declaring);
         }
     }
 }

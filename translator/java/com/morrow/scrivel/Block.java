@@ -6,44 +6,36 @@ final class Block {
         final Object code;
         Link next;
 
-        Link(Object code) {
+        Link(Object code, Link next) {
             this.code = code;
+            this.next = next;
         }
     }
 
-    final Link head = new Link(null);
+    final Link head = new Link(null, null);
     private Link last = head;
 
     Link mark() {
         return last;
     }
 
-    boolean grownSince(Link mark) {
-        return last != mark;
-    }
-
     boolean isEmpty() {
         return last == head;
     }
 
-    void add(Code code) {
-        insert(last, code);
-    }
-
-    void add(String text) {
-        insert(last, Code.of(text));
+    /** Adds a statement of {@link Code#add parts}. */
+    void add(Object... parts) {
+        insert(last, Code.of(parts));
     }
 
     void add(Block block) {
         if (!block.isEmpty()) insert(last, block);
     }
 
-    /** Puts a statement after a mark; gives the mark after it. */
-    Link insert(Link mark, Object code) {
-        Link link = new Link(code);
-        link.next = mark.next;
+    /** Puts a statement after a mark. */
+    void insert(Link mark, Object code) {
+        Link link = new Link(code, mark.next);
         mark.next = link;
         if (last == mark) last = link;
-        return link;
     }
 }

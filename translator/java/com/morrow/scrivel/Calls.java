@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import com.morrow.scrivel.Generator.Refusal;
 import java.util.List;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
@@ -19,32 +20,25 @@ final class Calls {
     Code call(FunctionCall node) {
         AstNode target = Expressions.bare(node.getTarget());
         List<AstNode> arguments = node.getArguments();
-        if (arguments.size() > MOST_ARGUMENTS) throw new Generator.Refusal(node, "A call with more than 100 arguments is not supported");
+        if (arguments.size() > MOST_ARGUMENTS) throw new Refusal(node, "A call with more than 100 arguments is not supported");
         if (Names.isChain(target) && target != node.getTarget()) {
-            throw new Generator.Refusal(target, "Calling an optional chain in parentheses is not supported");
+            throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
-        switch (target.getType()) {
-            case Token.GETPROP:
-                if (Patterns.isLink(target)) return optional(Expressions.bare(Patterns.target(target)), arguments);
-                Code known = math(target, arguments);
-                return known != null ? known : method((PropertyGet) target, arguments);
-            case Token.GETELEM:
-                return computedMethod((ElementGet) target, arguments);
-            default:
-                return function(target, arguments);
-        }
+        if (Patterns.isLink(target)) return optional(Expressions.bare(Patterns.target(target)), arguments);
+        if (target instanceof ElementGet member) return computedMethod(member, arguments);
+        if (!(target instanceof PropertyGet member)) return function(target, arguments);
+        Code known = math(member, arguments);
+        return known != null ? known : method(member, arguments);
     }
 
     private Operands arguments(Operands operands, List<AstNode> arguments) {
         int last = arguments.size() - 1;
-        if (!Patterns.anySpread(arguments)) {
-            for (AstNode argument : arguments) operands.add(argument);
-            return operands;
-        }
-        boolean simple = !Patterns.anySpread(arguments.subList(0, last));
-        if (simple) for (AstNode argument : arguments.subList(0, last)) operands.add(argument);
+        boolean spread = Patterns.anySpread(arguments);
+        boolean several = spread && Patterns.anySpread(arguments.subList(0, last));
+        if (!several) for (AstNode argument : spread ? arguments.subList(0, last) : arguments) operands.add(argument);
+        if (!spread) return operands;
         Block.Link mark = g.out.mark();
-        Code all = g.operators.library("spread", simple ? g.value(Patterns.spread(arguments.get(last))) : gathered(arguments));
+        Code all = g.operators.library("spread", several ? gathered(arguments) : g.value(Patterns.spread(arguments.get(last))));
         all.calls = true;
         return operands.put(mark, all);
     }
@@ -57,156 +51,117 @@ final class Calls {
                 lists.add(Patterns.spread(elements.get(i)));
                 continue;
             }
+            int end = i;
+            while (end < elements.size() && !Patterns.isSpread(elements.get(end))) end++;
             Operands run = new Operands(g, false);
             Block.Link mark = g.out.mark();
-            for (; i < elements.size() && !Patterns.isSpread(elements.get(i)); i++) {
-                if (elements.get(i).getType() == Token.EMPTY) throw new Generator.Refusal(elements.get(i), "An array literal with holes and spread elements is not supported");
-                run.add(elements.get(i));
+            for (AstNode element : elements.subList(i, end)) {
+                boolean hole = element.getType() == Token.EMPTY;
+                if (hole) throw new Refusal(element, "An array literal with holes and spread elements is not supported");
+                run.add(element);
             }
-            i--;
-            lists.put(mark, close(new Code().add(g.js("rest")), "", run, 0));
+            lists.put(mark, close(Code.of(g.js("rest")), "", run.from(0)));
+            i = end - 1;
         }
-        return close(new Code().line(g.line).add(g.js("gather")), "", lists, 0);
+        return close(Code.of(g.line, g.js("gather")), "", lists.from(0));
     }
 
-    /** Closes a call whose text ends before its parenthesis; `fixed` come before the operands from `first` on. */
-    private Code close(Code code, String fixed, Operands operands, int first) {
-        code.add("(").add(fixed);
-        int weight = Math.max(code.weight, 3);
-        for (int i = first; i < operands.count(); i++) {
-            if (i > first || !fixed.isEmpty()) code.add(", ");
-            code.argument(operands.get(i), i == operands.count() - 1);
-            weight = Math.max(weight, operands.get(i).weight + 4 + i - first);
-        }
-        code.add(")");
-        code.weight = weight;
-        code.isCall = true;
-        code.calls = true;
-        code.spreads = true;
-        return code;
+    /** A call of what the code says, with some text before the arguments. */
+    private static Code close(Code callee, String fixed, List<Code> arguments) {
+        int weight = Math.max(callee.weight, 3);
+        return running(callee.add("(", fixed).arguments(arguments, fixed.isEmpty(), weight, 4));
+    }
+
+    private Code library(int line, String name, List<Code> arguments, Object... before) {
+        Code code = Code.of(line, g.js(name), "(").add(before);
+        return running(code.arguments(arguments, false, Math.max(code.weight + 2, 5), 5));
+    }
+
+    private static Code running(Code call) {
+        call.calls = true;
+        call.spreads = true;
+        return call;
     }
 
     private Code function(AstNode target, List<AstNode> arguments) {
-        Operands operands = new Operands(g, false);
-        boolean literal = target.getType() == Token.FUNCTION;
-        Code callee = operands.add(target).get(0);
+        Operands operands = new Operands(g, false).add(target);
+        Code value = operands.get(0);
         arguments(operands, arguments);
-        boolean same = operands.get(0) == callee;
-        boolean name = target.getType() == Token.NAME && callee.rank == Code.PREFIX;
-        if (same && (literal || name)) {
-            Code code = close(new Code().line(g.line(target)).operand(callee, Code.PREFIX), "nil", operands, 1);
-            Variable variable = name ? Names.variable(target) : null;
-            if (variable != null && variable.declaration != null && variable.writes == 0) code.type = variable.declaration.returnType;
-            return code;
+        Code callee = operands.get(0);
+        boolean name = target.getType() == Token.NAME && value.rank == Code.PREFIX;
+        if (callee != value || !name && target.getType() != Token.FUNCTION) {
+            return library(g.line(target), "call", operands.from(1), callee, ", " + name(target) + ", nil");
         }
-        Code code = new Code().line(g.line(target)).add(g.js("call") + "(").add(operands.get(0)).add(", " + Lua.quote(text(target)));
-        return spliced(code, ", nil", operands, 1);
-    }
-
-    /** The rest of a library call that already has its first arguments. */
-    private Code spliced(Code code, String fixed, Operands operands, int first) {
-        code.add(fixed);
-        int weight = Math.max(code.weight + 2, 5);
-        for (int i = first; i < operands.count(); i++) {
-            code.add(", ").argument(operands.get(i), i == operands.count() - 1);
-            weight = Math.max(weight, operands.get(i).weight + 5 + i - first);
-        }
-        code.add(")");
-        code.weight = weight;
-        code.isCall = true;
-        code.calls = true;
-        code.spreads = true;
-        return code;
+        Code code = close(Code.of(g.line(target), callee.within(Code.PREFIX)), "nil", operands.from(1));
+        Variable variable = name ? Names.variable(target) : null;
+        boolean known = variable != null && variable.declaration != null && variable.writes == 0;
+        return known ? code.typed(variable.declaration.returnType) : code;
     }
 
     private Code method(PropertyGet target, List<AstNode> arguments) {
         String name = target.getProperty().getIdentifier();
         int line = g.line(target.getProperty());
-        Operands operands = new Operands(g, false).add(target.getTarget());
+        Operands operands = arguments(new Operands(g, false).add(target.getTarget()), arguments);
+        if (!Lua.isName(name)) return library(line, "method", operands.from(1), operands.get(0), ", " + Lua.quote(name));
+        return close(Code.of(operands.get(0).within(Code.PREFIX), line, ":" + name), "", operands.from(1));
+    }
+
+    private Code computedMethod(ElementGet target, List<AstNode> arguments) {
+        Operands operands = new Operands(g, false);
+        Place place = Place.of(g, target, operands, false);
+        int first = operands.count();
         arguments(operands, arguments);
-        if (!Lua.isName(name)) {
-            Code code = new Code().line(line).add(g.js("method") + "(").add(operands.get(0)).add(", " + Lua.quote(name));
-            return spliced(code, "", operands, 1);
-        }
-        return close(new Code().operand(operands.get(0), Code.PREFIX).line(line).add(":" + name), "", operands, 1);
+        return library(place.line(), "method", operands.from(first), place.object(), ", ", place.keyValue());
     }
 
     /** {@code f?.(...)}: the method of an object when f is a member, else a function. */
     private Code optional(AstNode target, List<AstNode> arguments) {
         Operands operands = new Operands(g, false);
-        String name = Lua.quote(text(target));
-        Code function, object = null;
-        if ((target.getType() == Token.GETPROP || target.getType() == Token.GETELEM) && !Patterns.isLink(target)) {
-            Operands member = new Operands(g, false);
-            Place place = g.assignments.place(target, member, true);
-            object = place.object();
-            function = g.expressions.link(place.read());
-        } else function = g.expressions.link(g.value(target));
-        operands.put(g.out.mark(), function);
-        if (object != null) operands.put(g.out.mark(), object);
+        boolean member = (target.getType() == Token.GETPROP || target.getType() == Token.GETELEM) && !Patterns.isLink(target);
+        if (member) {
+            Place place = Place.of(g, target, new Operands(g, false), true);
+            operands.put(g.out.mark(), g.expressions.link(place.read())).put(g.out.mark(), place.object());
+        } else operands.put(g.out.mark(), g.expressions.link(g.value(target)));
         arguments(operands, arguments);
-        Code code = new Code().line(g.line(target)).add(g.js("call") + "(").add(operands.get(0)).add(", " + name);
-        return spliced(code, object == null ? ", nil" : "", operands, 1);
-    }
-
-    private Code computedMethod(ElementGet target, List<AstNode> arguments) {
-        Operands operands = new Operands(g, false);
-        Place place = g.assignments.place(target, operands, false);
-        int first = operands.count();
-        arguments(operands, arguments);
-        Code code = new Code().line(place.line).add(g.js("method") + "(").add(place.object()).add(", ").add(place.keyValue());
-        return spliced(code, "", operands, first);
+        return library(g.line(target), "call", operands.from(1), operands.get(0), ", " + name(target) + (member ? "" : ", nil"));
     }
 
     Code construct(NewExpression node) {
         AstNode target = Expressions.bare(node.getTarget());
-        Operands operands = new Operands(g, false).add(target);
-        arguments(operands, node.getArguments());
-        Code code = new Code().line(g.line(target)).add(g.js("new") + "(").add(operands.get(0));
-        code = spliced(code, "", operands, 1);
-        code.type = Types.OBJECT;
-        return code;
+        Operands operands = arguments(new Operands(g, false).add(target), node.getArguments());
+        return library(g.line(target), "new", operands.from(1), operands.get(0)).typed(Types.OBJECT);
     }
 
-    /** A callee as a message names it. */
-    private static String text(AstNode node) {
-        return text(node, MOST_NAMED);
+    /** A callee as a message names it, quoted. */
+    private static String name(AstNode target) {
+        return Lua.quote(text(target, MOST_NAMED));
     }
 
     private static String text(AstNode node, int depth) {
         node = Expressions.bare(node);
-        if (depth == 0) return "(intermediate value)";
-        switch (node.getType()) {
-            case Token.NAME:
-                return ((Name) node).getIdentifier();
-            case Token.THIS:
-                return "this";
-            case Token.GETPROP:
-                return text(((PropertyGet) node).getTarget(), depth - 1) + "." + ((PropertyGet) node).getProperty().getIdentifier();
-            case Token.GETELEM:
-                return text(((ElementGet) node).getTarget(), depth - 1) + "[...]";
-            case Token.CALL:
-                return text(((FunctionCall) node).getTarget(), depth - 1) + "(...)";
-            default:
-                return "(intermediate value)";
-        }
+        return switch (depth == 0 ? Token.EMPTY : node.getType()) {
+            case Token.NAME -> ((Name) node).getIdentifier();
+            case Token.THIS -> "this";
+            case Token.GETPROP -> text(Patterns.target(node), depth - 1) + "." + text(((PropertyGet) node).getProperty(), 1);
+            case Token.GETELEM -> text(Patterns.target(node), depth - 1) + "[...]";
+            case Token.CALL -> text(Patterns.target(node), depth - 1) + "(...)";
+            default -> "(intermediate value)";
+        };
     }
 
     // -- Math
 
     /** The library's direct function for a call of Math, or null. It is right for arguments that are numbers. */
     static String mathFunction(AstNode target) {
-        if (target.getType() != Token.GETPROP || !Expressions.isGlobal(((PropertyGet) target).getTarget(), "Math")) return null;
-        String name = ((PropertyGet) target).getProperty().getIdentifier();
-        switch (name) {
-            case "floor": case "ceil": case "sqrt": case "abs": case "sin": case "cos": case "tan": case "exp": case "log":
-            case "atan": case "round":
-                return name;
-            case "max": return "max2";
-            case "min": return "min2";
-            case "pow": return "pow";
-            default: return null;
-        }
+        if (!(target instanceof PropertyGet member) || !(member.getTarget() instanceof Name object)) return null;
+        if (!object.getIdentifier().equals("Math") || Names.variable(object) != null) return null;
+        String name = member.getProperty().getIdentifier();
+        return switch (name) {
+            case "floor", "ceil", "sqrt", "abs", "sin", "cos", "tan", "exp", "log", "atan", "round", "pow" -> name;
+            case "max" -> "max2";
+            case "min" -> "min2";
+            default -> null;
+        };
     }
 
     private static boolean isPlain(AstNode node) {
@@ -214,7 +169,7 @@ final class Calls {
         return type == Token.NAME || type == Token.NUMBER || type == Token.STRING;
     }
 
-    private Code math(AstNode target, List<AstNode> arguments) {
+    private Code math(PropertyGet target, List<AstNode> arguments) {
         String name = g.types.mathIsPlain ? mathFunction(target) : null;
         if (name == null) return null;
         boolean two = name.equals("max2") || name.equals("min2") || name.equals("pow");
@@ -222,15 +177,10 @@ final class Calls {
         // Arguments turn into numbers one after the other when all have been evaluated: with two, only if no one can tell.
         if (two && !Types.isNumber(g.types.of(arguments.get(0))) && !isPlain(arguments.get(1))) return null;
         Operands operands = new Operands(g, false);
-        for (AstNode argument : arguments) {
-            Block.Link mark = g.out.mark();
-            operands.put(mark, g.operators.toNumber(g.value(argument)));
-        }
-        int line = g.line(((PropertyGet) target).getProperty());
-        Code code = close(new Code().line(line).add(g.js(name)), "", operands, 0);
+        for (AstNode argument : arguments) operands.put(g.out.mark(), g.operators.toNumber(g.value(argument)));
+        Code code = close(Code.of(g.line(target.getProperty()), g.js(name)), "", operands.from(0)).typed(Types.NUMBER);
         code.calls = false;
         code.spreads = false;
-        code.type = Types.NUMBER;
         return code;
     }
 }

@@ -1,5 +1,8 @@
 package com.morrow.scrivel;
 
+import java.util.ArrayList;
+import java.util.List;
+
 /**
  * A piece of Lua text in the making: strings, other pieces, and marks that say from which JavaScript line what follows
  * comes. Pieces nest without being copied, so that the cost of a translation stays in proportion to its size.
@@ -13,8 +16,7 @@ final class Code {
     // How tightly an expression binds, as Lua ranks it.
     static final int OR = 1, AND = 2, COMPARE = 3, CONCAT = 4, SUM = 5, PRODUCT = 6, UNARY = 7, ATOM = 9, PREFIX = 10;
 
-    Object[] items = new Object[6];
-    int size;
+    final ArrayList<Object> items = new ArrayList<>(6);
     private boolean begun;
 
     int rank = PREFIX;
@@ -40,93 +42,75 @@ final class Code {
     /** The JavaScript line of its last mark, or 0. */
     int lastLine;
 
-    static Code of(String text) {
-        return new Code().add(text);
+    /** A piece made of {@link #add parts}. */
+    static Code of(Object... parts) {
+        return new Code().add(parts);
     }
 
+    /** A literal. */
     static Code atom(String text, int type) {
-        Code code = of(text);
+        Code code = read(text, type);
         code.rank = ATOM;
-        code.type = type;
+        return code;
+    }
+
+    /** The value of a name that nothing assigns before it is used. */
+    static Code read(String name, int type) {
+        Code code = of(name).typed(type);
         code.stable = true;
         code.pure = true;
         return code;
     }
 
-    private void append(Object item) {
-        if (size == items.length) items = java.util.Arrays.copyOf(items, 2 * size);
-        items[size++] = item;
-    }
-
-    Code add(String text) {
-        begun = true;
-        append(text);
+    /** Adds strings, pieces, blocks and marks; an int is the JavaScript line from which what follows comes. */
+    Code add(Object... parts) {
+        for (Object part : parts) {
+            items.add(part);
+            if (part instanceof Code code) include(code);
+            else if (part instanceof Integer line) lastLine = line;
+            else if (part instanceof String) begun = true;
+        }
         return this;
     }
 
-    Code add(Code code) {
+    private void include(Code code) {
         if (!begun) parenthesis = code.parenthesis;
         begun = true;
-        append(code);
         calls |= code.calls;
-        if (code.weight > weight) weight = code.weight;
+        weight = Math.max(weight, code.weight);
         if (code.lastLine != 0) lastLine = code.lastLine;
-        return this;
     }
 
-    Code add(Block block) {
-        append(block);
-        return this;
+    /** This as an operand, in parentheses when it binds less tightly than asked. */
+    Code within(int least) {
+        if (rank >= least) return this;
+        Code code = of("(", this, ")");
+        code.parenthesis = true;
+        code.weight = weight + 1;
+        return code;
     }
 
-    Code add(FunctionRow row) {
-        append(row);
-        return this;
-    }
-
-    Code add(Span span) {
-        append(span);
-        return this;
-    }
-
-    Code line(int line) {
-        append(line);
-        lastLine = line;
-        return this;
-    }
-
-    Code end() {
-        append(END);
-        return add("end");
-    }
-
-    Code newline() {
-        append(NEWLINE);
-        return this;
-    }
-
-    /** Adds an argument of a call. */
-    Code argument(Code code, boolean last) {
-        return last && code.spreads ? add("(").add(code).add(")") : add(code);
-    }
-
-    /** Adds an operand, in parentheses when it binds less tightly than asked. */
-    Code operand(Code code, int least) {
-        if (code.rank >= least) return add(code);
-        if (!begun) parenthesis = true;
-        return add("(").addInner(code).add(")");
-    }
-
-    private Code addInner(Code code) {
-        boolean kept = parenthesis;
-        add(code);
-        parenthesis = kept;
-        if (code.weight + 1 > weight) weight = code.weight + 1;
+    /** Ends a call with arguments; `before` registers are taken by what stands before them, `least` is its weight without. */
+    Code arguments(List<Code> codes, boolean first, int least, int before) {
+        for (int i = 0; i < codes.size(); i++) {
+            Code code = codes.get(i);
+            boolean cut = i == codes.size() - 1 && code.spreads;
+            if (!first || i > 0) add(", ");
+            add(cut ? of("(", code, ")") : code);
+            least = Math.max(least, code.weight + before + i);
+        }
+        add(")");
+        weight = least;
+        isCall = true;
         return this;
     }
 
     Code ranked(int rank, int type) {
         this.rank = rank;
+        return typed(type);
+    }
+
+    Code typed(int type) {
         this.type = type;
         return this;
     }

@@ -1,7 +1,5 @@
 package com.morrow.scrivel;
 
-import java.util.List;
-import org.mozilla.javascript.Node;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
@@ -11,29 +9,24 @@ import org.mozilla.javascript.ast.*;
  * is compared with each turn.
  */
 final class Counting {
-    private static final int MOST_NESTED = 10;
-
     private final Generator g;
-    private int nested;
-
-    // The loop in question.
-    private ForLoop loop;
+    private final ForLoop loop;
     private Variable counter;
     private AstNode start;
     private AstNode bound;
     private int comparison;
+    /** The counter goes up, and the bound itself is not reached. */
+    private boolean up, open;
     private double step;
 
-    Counting(Generator g) {
+    Counting(Generator g, ForLoop loop) {
         this.g = g;
+        this.loop = loop;
     }
 
-    /** Writes the loop if it counts; false leaves everything untouched. */
-    boolean translate(ForLoop node, Loops loops) {
-        loop = node;
-        if (nested >= MOST_NESTED || !hasForm() || !keepsCounter() || !isInvariant(bound) || !startsRight()) return false;
-        write(node, loops);
-        return true;
+    /** Whether the loop counts. To be asked before it is written. */
+    boolean applies() {
+        return hasForm() && keepsCounter() && isInvariant(bound) && startsRight();
     }
 
     // -- recognition
@@ -41,14 +34,16 @@ final class Counting {
     private boolean hasForm() {
         AstNode condition = Expressions.bare(loop.getCondition());
         comparison = condition.getType();
-        if (comparison != Token.LT && comparison != Token.LE && comparison != Token.GT && comparison != Token.GE) return false;
+        up = comparison == Token.LT || comparison == Token.LE;
+        open = comparison == Token.LT || comparison == Token.GT;
+        if (!up && comparison != Token.GT && comparison != Token.GE) return false;
         AstNode left = ((InfixExpression) condition).getLeft();
         bound = Expressions.bare(((InfixExpression) condition).getRight());
         counter = left.getType() == Token.NAME ? Names.variable(left) : null;
         if (counter == null || counter.spilledIn != null || counter.checked) return false;
         step = step(Expressions.bare(loop.getIncrement()));
-        boolean up = comparison == Token.LT || comparison == Token.LE;
-        return (up ? step > 0 : step < 0) && findStart(loop.getInitializer());
+        start = start(loop.getInitializer());
+        return (up ? step > 0 : step < 0) && start != null && isQuiet(start) && settlesOthers(loop.getInitializer());
     }
 
     private boolean isCounter(AstNode node) {
@@ -57,47 +52,54 @@ final class Counting {
 
     /** By how much the increment changes the counter, or 0 when it does anything else. */
     private double step(AstNode node) {
-        switch (node.getType()) {
-            case Token.INC: case Token.DEC:
-                if (!isCounter(((UpdateExpression) node).getOperand())) return 0;
-                return node.getType() == Token.INC ? 1 : -1;
-            case Token.ASSIGN_ADD: case Token.ASSIGN_SUB: {
-                InfixExpression change = (InfixExpression) node;
-                if (!isCounter(change.getLeft()) || change.getRight().getType() != Token.NUMBER) return 0;
-                double by = ((NumberLiteral) change.getRight()).getNumber();
-                return node.getType() == Token.ASSIGN_ADD ? by : -by;
-            }
-            default:
-                return 0;
+        boolean down = node.getType() == Token.DEC || node.getType() == Token.ASSIGN_SUB;
+        double by = 0;
+        if (node instanceof UpdateExpression change && isCounter(change.getOperand())) by = 1;
+        else if (down || node.getType() == Token.ASSIGN_ADD) {
+            Assignment change = (Assignment) node;
+            if (isCounter(change.getLeft()) && change.getRight() instanceof NumberLiteral number) by = number.getNumber();
         }
+        return down ? -by : by;
     }
 
-    private boolean findStart(AstNode node) {
-        start = null;
-        if (node instanceof VariableDeclaration) {
-            for (VariableInitializer part : ((VariableDeclaration) node).getVariables()) {
-                if (isCounter(part.getTarget())) start = part.getInitializer();
-                else if (part.getTarget().getType() != Token.NAME || !Names.variable(part.getTarget()).isSettled()) return false;
+    /** What the head of a for loop gives to the counter first, or null. */
+    private AstNode start(AstNode head) {
+        AstNode found = null;
+        if (head instanceof VariableDeclaration declaration) {
+            for (VariableInitializer part : declaration.getVariables()) {
+                if (isCounter(part.getTarget())) found = part.getInitializer();
             }
-        } else if (node.getType() == Token.ASSIGN && isCounter(((InfixExpression) node).getLeft())) {
-            start = ((InfixExpression) node).getRight();
+        } else if (head instanceof Assignment first && head.getType() == Token.ASSIGN && isCounter(first.getLeft())) {
+            found = first.getRight();
         }
-        return start != null && isQuiet(start);
+        return found;
+    }
+
+    private boolean settlesOthers(AstNode head) {
+        if (!(head instanceof VariableDeclaration declaration)) return true;
+        for (VariableInitializer part : declaration.getVariables()) {
+            if (part.getTarget().getType() != Token.NAME) return false;
+            if (!isCounter(part.getTarget()) && !Names.variable(part.getTarget()).isSettled()) return false;
+        }
+        return true;
+    }
+
+    private boolean isInLoop(Variable.Use use) {
+        return use.position >= loop.getPosition() && use.position < Names.end(loop);
     }
 
     /** The counter is written by the loop's head alone and read in the loop alone. */
     private boolean keepsCounter() {
         if (counter.kind == Variable.Kind.CONST) return false;
         for (Variable.Use use : counter.uses) {
-            boolean inHead = use.position >= loop.getPosition() && use.position < loop.getCondition().getPosition();
+            boolean inHead = isInLoop(use) && use.position < loop.getCondition().getPosition();
             if (inHead && use.closure() != null) return false;
         }
         if (counter.isLexical() && counter.scope == Names.scope(loop)) return counter.writes == 2;
         if (counter.captured) return false;
-        int from = loop.getPosition(), to = from + loop.getLength();
         int writes = 0;
         for (Variable.Use use : counter.uses) {
-            if (use.write && use.position >= from && use.position < to) writes++;
+            if (use.write && isInLoop(use)) writes++;
             if (heads(use.name) != 1) return false;
         }
         return writes == 2;
@@ -108,9 +110,8 @@ final class Counting {
         int count = 0;
         AstNode child = use;
         for (AstNode node = use.getParent(); node != null && !(node instanceof FunctionNode); node = node.getParent()) {
-            if (node instanceof ForLoop && starts(((ForLoop) node).getInitializer())) {
-                boolean inStart = child == ((ForLoop) node).getInitializer();
-                if (inStart && Names.use(use) != null && !Names.use(use).write) return 0;
+            if (node instanceof ForLoop outer && start(outer.getInitializer()) != null) {
+                if (child == outer.getInitializer() && !Names.use(use).write) return 0;
                 count++;
             }
             child = node;
@@ -118,55 +119,40 @@ final class Counting {
         return count;
     }
 
-    private boolean starts(AstNode node) {
-        if (node.getType() == Token.ASSIGN) return isCounter(((InfixExpression) node).getLeft());
-        if (!(node instanceof VariableDeclaration)) return false;
-        for (VariableInitializer part : ((VariableDeclaration) node).getVariables()) {
-            if (isCounter(part.getTarget()) && part.getInitializer() != null) return true;
-        }
-        return false;
-    }
-
+    /** The counter begins as a number; an open bound is turned into a closed one, which is exact for whole numbers. */
     private boolean startsRight() {
         int type = g.types.of(start);
-        if (!Types.isNumber(type)) return false;
-        boolean known = Types.isNumber(g.types.of(bound));
-        boolean open = comparison == Token.LT || comparison == Token.GT;
-        // An open bound is turned into a closed one, which is exact for whole numbers.
-        if (open && (type != Types.INTEGER || step != Math.rint(step))) return false;
-        return known || step > 0;
+        boolean whole = type == Types.INTEGER && step == Math.rint(step);
+        return Types.isNumber(type) && (whole || !open) && (up || Types.isNumber(g.types.of(bound)));
     }
 
     private boolean isInvariant(AstNode node) {
         node = Expressions.bare(node);
-        switch (node.getType()) {
-            case Token.NUMBER:
-                return true;
-            case Token.NAME: {
-                Variable.Use use = Names.use(node);
-                Variable variable = use.variable;
-                if (variable == null || variable == counter || use.early || variable.checked) return false;
-                if (variable.isSettled()) return true;
-                if (variable.writtenInClosure) return false;
-                int from = loop.getPosition(), to = from + loop.getLength();
-                for (Variable.Use other : variable.uses) {
-                    if (other.write && other.position >= from && other.position < to) return false;
-                }
-                return use.closure() == null;
+        return switch (node.getType()) {
+            case Token.NUMBER -> true;
+            case Token.NAME -> isInvariant(Names.use(node));
+            case Token.ADD, Token.SUB, Token.MUL, Token.DIV ->
+                isInvariant(((InfixExpression) node).getLeft()) && isInvariant(((InfixExpression) node).getRight());
+            case Token.GETPROP -> {
+                PropertyGet get = (PropertyGet) node;
+                yield get.getProperty().getIdentifier().equals("length") && get.getTarget().getType() == Token.NAME
+                    && isInvariant(get.getTarget()) && isQuiet(loop.getBody()) && isQuiet(start);
             }
-            case Token.ADD: case Token.SUB: case Token.MUL: case Token.DIV:
-                return isInvariant(((InfixExpression) node).getLeft()) && isInvariant(((InfixExpression) node).getRight());
-            case Token.GETPROP:
-                return ((PropertyGet) node).getProperty().getIdentifier().equals("length")
-                    && ((PropertyGet) node).getTarget().getType() == Token.NAME && isInvariant(((PropertyGet) node).getTarget())
-                    && isQuiet(loop.getBody()) && isQuiet(start);
-            default:
-                return false;
-        }
+            default -> false;
+        };
+    }
+
+    private boolean isInvariant(Variable.Use use) {
+        Variable variable = use.variable;
+        if (variable == null || variable == counter || use.early || variable.checked) return false;
+        if (variable.isSettled()) return true;
+        if (variable.writtenInClosure) return false;
+        for (Variable.Use other : variable.uses) if (other.write && isInLoop(other)) return false;
+        return use.closure() == null;
     }
 
     /** Changes no object and runs no other function. */
-    boolean isQuiet(AstNode node) {
+    static boolean isQuiet(AstNode node) {
         QuietTest test = new QuietTest();
         node.visit(test);
         return test.quiet;
@@ -177,24 +163,24 @@ final class Counting {
 
         @Override
         public boolean visit(AstNode node) {
-            int type = node.getType();
-            AstNode target = node instanceof Assignment ? ((Assignment) node).getLeft()
-                : node instanceof UpdateExpression ? ((UpdateExpression) node).getOperand() : null;
-            if (target != null && Expressions.bare(target).getType() != Token.NAME) quiet = false;
-            if (type == Token.CALL && Calls.mathFunction(((FunctionCall) node).getTarget()) == null) quiet = false;
-            if (type == Token.NEW || type == Token.DELPROP || node instanceof ForInLoop) quiet = false;
-            return quiet && type != Token.FUNCTION;
+            if (node instanceof Assignment change) quiet &= isName(change.getLeft());
+            else if (node instanceof UpdateExpression change) quiet &= isName(change.getOperand());
+            else if (node.getType() == Token.CALL) quiet &= Calls.mathFunction(((FunctionCall) node).getTarget()) != null;
+            else quiet &= node.getType() != Token.NEW && node.getType() != Token.DELPROP && !(node instanceof ForInLoop);
+            return quiet && node.getType() != Token.FUNCTION;
+        }
+
+        private static boolean isName(AstNode target) {
+            return Expressions.bare(target).getType() == Token.NAME;
         }
     }
 
     // -- writing
 
-    private void write(ForLoop node, Loops loops) {
-        Variable variable = counter;
-        Scope scope = Names.scope(node);
+    void write(Loops loops) {
         int line = g.line;
-        loops.own(scope);
-        enter(node, scope);
+        loops.own(Names.scope(loop));
+        declareOthers();
         g.line = line;
         Operands operands = new Operands(g, false).add(start);
         String slow = null;
@@ -204,35 +190,31 @@ final class Counting {
             String fast = g.fresh();
             slow = g.fresh();
             g.temporaries += 2;
-            Code asked = g.operators.library("limit", g.value(bound));
-            g.out.add(new Code().line(line).add("local " + fast + ", " + slow + " = ").add(asked));
-            limit = closed(Generator.read(fast, Types.NUMBER));
+            g.out.add(line, "local " + fast + ", " + slow + " = ", g.operators.library("limit", g.value(bound)));
+            limit = closed(Code.read(fast, Types.NUMBER));
         }
-        Code head = new Code().line(line).add("for " + variable.lua + " = ").add(operands.get(0)).add(", ").add(limit);
-        if (step != 1) head.add(", " + Lua.number(step));
-        g.out.add(head.add(" do"));
+        String by = step == 1 ? "" : ", " + Lua.number(step);
+        g.out.add(line, "for " + counter.lua + " = ", operands.get(0), ", ", limit, by + " do");
         if (slow != null) {
-            Code test = g.operators.combine(comparison, Generator.read(variable.lua, Types.NUMBER), Generator.read(slow, Types.UNKNOWN), line);
-            g.out.add(new Code().line(line).add("if " + slow + " and ").add(g.operators.not(test)).add(" then break end"));
+            Code value = Code.read(counter.lua, Types.NUMBER);
+            Code test = g.operators.combine(comparison, value, Code.read(slow, Types.UNKNOWN), line);
+            g.out.add(line, "if " + slow + " and ", g.operators.not(test), " then break end");
         }
-        boolean counted = variable.counts;
-        variable.counts = true;
-        nested++;
-        loops.body(node.getBody(), false);
-        nested--;
-        variable.counts = counted;
-        g.out.add(g.statement(line).add("end"));
+        boolean counted = counter.counts;
+        counter.counts = true;
+        loops.body(loop.getBody(), false);
+        counter.counts = counted;
+        g.out.add(line, "end");
     }
 
-    /** Declares the head's other variables. */
-    private void enter(ForLoop node, Scope scope) {
+    /** Declares the names of the head but the counter, which the Lua loop declares. */
+    private void declareOthers() {
         boolean declared = counter.inPlace;
         counter.inPlace = true;
-        g.functions.enter(scope);
+        g.functions.enter(Names.scope(loop));
         counter.inPlace = declared;
-        if (!(node.getInitializer() instanceof VariableDeclaration)) return;
-        List<VariableInitializer> parts = ((VariableDeclaration) node.getInitializer()).getVariables();
-        for (VariableInitializer part : parts) {
+        if (!(loop.getInitializer() instanceof VariableDeclaration declaration)) return;
+        for (VariableInitializer part : declaration.getVariables()) {
             if (isCounter(part.getTarget())) continue;
             g.temporaries++;
             g.line = g.line(part);
@@ -242,13 +224,12 @@ final class Counting {
 
     /** The last value that a counter may have. */
     private Code closed(Code code) {
-        if (comparison == Token.LE || comparison == Token.GE) return code;
-        boolean up = comparison == Token.LT;
-        if (bound.getType() == Token.NUMBER) {
-            double value = ((NumberLiteral) bound).getNumber();
+        if (!open) return code;
+        if (bound instanceof NumberLiteral number) {
+            double value = number.getNumber();
             return Code.atom(Lua.number(up ? Math.ceil(value) - 1 : Math.floor(value) + 1), Types.INTEGER);
         }
         Code whole = code.type == Types.INTEGER ? code : g.operators.library(up ? "ceil" : "floor", code);
-        return new Code().operand(whole, Code.SUM).add(up ? " - 1" : " + 1").ranked(Code.SUM, Types.INTEGER);
+        return Code.of(whole.within(Code.SUM), up ? " - 1" : " + 1").ranked(Code.SUM, Types.INTEGER);
     }
 }

@@ -9,13 +9,18 @@ import org.mozilla.javascript.ast.IdeErrorReporter;
 final class Diagnostics implements IdeErrorReporter {
     private static final int MOST = 100;
 
-    private static final class Fault {
-        int line;
-        int column;
-        String message;
-        boolean fromParser;
+    private record Fault(int line, int column, String message, boolean fromParser) {
+        boolean isAfter(Fault other) {
+            return line > other.line || line == other.line && column > other.column;
+        }
+
+        /** A parser that went astray on a line reports it several times over: the first report is the useful one. */
+        boolean repeats(Fault other) {
+            return line == other.line && (fromParser && other.fromParser || message.equals(other.message));
+        }
     }
 
+    /** Null until it has been read; faults then have no place. */
     Source source;
     private final ArrayList<Fault> faults = new ArrayList<>();
 
@@ -23,10 +28,12 @@ final class Diagnostics implements IdeErrorReporter {
         return !faults.isEmpty();
     }
 
+    /** Reports a node, or the script as a whole for null. */
     void report(AstNode node, String message) {
-        report(node.getPosition(), message);
+        report(node == null ? 0 : node.getPosition(), message);
     }
 
+    /** Reports a place in the parser's text. */
     void report(int offset, String message) {
         report(original(offset), message, false);
     }
@@ -37,28 +44,17 @@ final class Diagnostics implements IdeErrorReporter {
     }
 
     private int original(int offset) {
-        return source == null ? 0 : source.original(Math.max(0, Math.min(offset, source.text.length())));
+        return source == null ? 0 : source.original(offset);
     }
 
     private void report(int offset, String message, boolean fromParser) {
-        Fault fault = new Fault();
-        int line = source == null ? 1 : source.givenLine(offset);
-        fault.line = source == null ? 1 : Math.min(line, source.lastLine());
-        fault.column = fault.line < line ? 1 : source == null ? 1 : source.givenColumn(offset);
-        fault.message = message;
-        fault.fromParser = fromParser;
+        int line = source == null ? 1 : source.givenLine(offset), last = source == null ? 1 : source.lastLine();
+        int column = source == null || line > last ? 1 : source.givenColumn(offset);
+        Fault fault = new Fault(Math.min(line, last), column, message, fromParser);
         int place = faults.size();
-        while (place > 0 && after(faults.get(place - 1), fault)) place--;
-        if (place > 0) {
-            Fault previous = faults.get(place - 1);
-            // A parser that went astray on a line reports it several times over: the first report is the useful one.
-            if (previous.line == fault.line && (fromParser && previous.fromParser || message.equals(previous.message))) return;
-        }
-        if (faults.size() < MOST) faults.add(place, fault);
-    }
-
-    private static boolean after(Fault one, Fault other) {
-        return one.line > other.line || one.line == other.line && one.column > other.column;
+        while (place > 0 && faults.get(place - 1).isAfter(fault)) place--;
+        boolean repeated = place > 0 && fault.repeats(faults.get(place - 1));
+        if (!repeated && faults.size() < MOST) faults.add(place, fault);
     }
 
     String text() {
@@ -73,7 +69,7 @@ final class Diagnostics implements IdeErrorReporter {
     @Override
     public void error(String message, String name, int offset, int length) {
         String explained = Syntax.explain(source.given, original(offset), length, message);
-        if (explained != null) report(original(offset), explained, true);
+        if (explained != null) reportToken(original(offset), explained);
     }
 
     @Override

@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import java.util.ArrayList;
 import java.util.List;
 import org.mozilla.javascript.Node;
 import org.mozilla.javascript.Token;
@@ -19,7 +20,7 @@ final class Flow {
     String breakLabel;
     String continueLabel;
     /** For a part of a try statement: the jumps that leave it, in the order of their codes from 2 on. */
-    java.util.ArrayList<Jump> jumps;
+    ArrayList<Jump> jumps;
     boolean returns;
 
     /** A jump that leaves a part of a try statement. */
@@ -44,17 +45,16 @@ final class Flow {
         return jumps != null;
     }
 
+    /** What a break or continue leads to, with a label or with null; null when there is no such statement. */
     Flow find(String label, boolean isContinue) {
-        for (Flow flow = this; flow != null; flow = flow.outer) {
-            if (flow.isPart()) continue;
-            if (label == null ? flow.isLoop || flow.isSwitch && !isContinue : flow.named(label)) return flow;
-        }
-        return null;
+        Flow flow = this;
+        while (flow != null && (flow.isPart() || !flow.takes(label, isContinue))) flow = flow.outer;
+        return flow;
     }
 
-    private boolean named(String name) {
-        if (labels == null) return false;
-        for (Label label : labels) if (label.getName().equals(name)) return true;
+    private boolean takes(String label, boolean isContinue) {
+        if (label == null) return isLoop || isSwitch && !isContinue;
+        if (labels != null) for (Label own : labels) if (own.getName().equals(label)) return true;
         return false;
     }
 
@@ -63,24 +63,18 @@ final class Flow {
         if (node == null) return false;
         int known = node.getIntProp(ENDS, -1);
         if (known >= 0) return known == 1;
-        boolean ends = findEnd(node);
+        boolean ends = switch (node.getType()) {
+            case Token.RETURN, Token.THROW, Token.BREAK, Token.CONTINUE -> true;
+            case Token.BLOCK -> anyEnds(node);
+            case Token.IF -> ends(((IfStatement) node).getThenPart()) && ends(((IfStatement) node).getElsePart());
+            default -> false;
+        };
         if (node.getType() == Token.BLOCK || node.getType() == Token.IF) node.putIntProp(ENDS, ends ? 1 : 0);
         return ends;
     }
 
-    private static boolean findEnd(AstNode node) {
-        switch (node.getType()) {
-            case Token.RETURN: case Token.THROW: case Token.BREAK: case Token.CONTINUE:
-                return true;
-            case Token.BLOCK:
-                for (Node child = node.getFirstChild(); child != null; child = child.getNext()) {
-                    if (ends((AstNode) child)) return true;
-                }
-                return false;
-            case Token.IF:
-                return ends(((IfStatement) node).getThenPart()) && ends(((IfStatement) node).getElsePart());
-            default:
-                return false;
-        }
+    private static boolean anyEnds(AstNode block) {
+        for (Node child = block.getFirstChild(); child != null; child = child.getNext()) if (ends((AstNode) child)) return true;
+        return false;
     }
 }

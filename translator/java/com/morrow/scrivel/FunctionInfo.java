@@ -1,7 +1,8 @@
 package com.morrow.scrivel;
 
-import java.util.Arrays;
+import java.util.ArrayList;
 import java.util.LinkedHashSet;
+import java.util.TreeSet;
 import org.mozilla.javascript.ast.FunctionNode;
 
 /** What is known of a function, of the script itself, or of a part of a try statement, which becomes a Lua function too. */
@@ -13,26 +14,29 @@ final class FunctionInfo {
     Scope scope;
     boolean usesThis;
     boolean usesArguments;
-    boolean arrow;
+    final boolean arrow;
     boolean hasRest;
     /** The variable of a declaration, or of a function expression that refers to itself. */
     Variable variable;
     /** Hoisted as a declaration of this scope. */
     Scope hoistedIn;
-    int start;
+    final int start;
     /** From which position on it can be called: where a name that leads to it is first used. */
     int reachedAt = Integer.MAX_VALUE;
     final LinkedHashSet<Variable> outer = new LinkedHashSet<>();
     final LinkedHashSet<String> runtime = new LinkedHashSet<>();
     int returnType = Types.NONE;
 
-    private int[] calls = new int[4];
-    private int callCount;
+    /** The hoisted functions that its code leads to, where it is hoisted beside them. */
+    final ArrayList<FunctionInfo> leads = new ArrayList<>(0);
+    /** Where the calls end that its own code makes. */
+    private final TreeSet<Integer> calls = new TreeSet<>();
 
-    FunctionInfo(FunctionInfo parent, FunctionNode node, boolean part) {
+    FunctionInfo(FunctionInfo parent, FunctionNode node) {
         this.parent = parent;
         this.node = node;
-        this.part = part;
+        part = parent != null && node == null;
+        start = node == null ? 0 : node.getPosition();
         arrow = node != null && node.getFunctionType() == FunctionNode.ARROW_FUNCTION;
     }
 
@@ -50,19 +54,19 @@ final class FunctionInfo {
     }
 
     void callAt(int position) {
-        FunctionInfo function = real();
-        if (function.callCount == function.calls.length) function.calls = Arrays.copyOf(function.calls, 2 * function.callCount);
-        function.calls[function.callCount++] = position;
-    }
-
-    void sortCalls() {
-        Arrays.sort(calls, 0, callCount);
+        real().calls.add(position);
     }
 
     /** Whether its own code makes a call that ends between two positions. */
     boolean callsBetween(int from, int to) {
-        int at = Arrays.binarySearch(calls, 0, callCount, from);
-        if (at < 0) at = -at - 1;
-        return at < callCount && calls[at] <= to;
+        Integer call = calls.ceiling(from);
+        return call != null && call <= to;
+    }
+
+    /** It can be called from a position on; true when that is earlier than was known. */
+    boolean reached(int position) {
+        if (position >= reachedAt) return false;
+        reachedAt = position;
+        return true;
     }
 }

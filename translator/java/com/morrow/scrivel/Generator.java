@@ -3,7 +3,7 @@ package com.morrow.scrivel;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.AstRoot;
-import org.mozilla.javascript.ast.NumberLiteral;
+import org.mozilla.javascript.ast.InfixExpression;
 
 /** What the parts of the translation share: where statements go, temporaries, and access to variables. */
 final class Generator {
@@ -16,6 +16,12 @@ final class Generator {
             this.node = node;
         }
     }
+
+    /** A value and the statements that it needs before. */
+    record Prepared(Block before, Code code) {}
+
+    /** What {@link #enter} replaces. */
+    record Outer(FunctionInfo function, Flow flow, Block out, int temporaries, String spare, int depth) {}
 
     /** An expression that needs more registers or nesting than this is cut with a temporary. */
     static final int MOST_WEIGHT = 36;
@@ -43,7 +49,7 @@ final class Generator {
     int line = 1;
     int depth;
     /** The current Lua function's table for temporaries beyond the limit, if it needed one. */
-    String spare;
+    private String spare;
     /** Where the next statement goes. */
     Block out = new Block();
     FunctionInfo function;
@@ -66,6 +72,19 @@ final class Generator {
         temporaryPrefix = prefix;
     }
 
+    /** Translates a script whose names and types are known. */
+    void translate(AstRoot root, FunctionInfo main) {
+        for (Scope scope : names.scopes) {
+            for (Variable variable : scope.variables) {
+                if (!variable.isLexical() || !variable.isSettled() || variable.initial == null) continue;
+                int type = variable.initial.getType();
+                boolean literal = type == Token.NUMBER || type == Token.TRUE || type == Token.FALSE;
+                if (literal) variable.constant = value(variable.initial);
+            }
+        }
+        functions.chunk(root, main);
+    }
+
     int line(AstNode node) {
         return source.line(node.getPosition());
     }
@@ -74,36 +93,82 @@ final class Generator {
         return source.line(Math.max(node.getPosition(), node.getPosition() + node.getLength() - 1));
     }
 
+    int operatorLine(InfixExpression node) {
+        return source.line(node.getPosition() + node.getOperatorPosition());
+    }
+
     /** The library's function of that name, as this place reaches it. */
     String js(String name) {
         return runtime.name(name, function);
-    }
-
-    /** Begins a statement of a JavaScript line. */
-    Code statement(int line) {
-        return new Code().line(line);
     }
 
     Code value(AstNode node) {
         return expressions.value(node);
     }
 
+    /** Statements go to a block of their own from now on, until {@link #collected} is given the result. */
+    Block collect() {
+        Block outer = out;
+        out = new Block();
+        return outer;
+    }
+
+    /** The statements since {@link #collect}; the next ones go to the outer block again. */
+    Block collected(Block outer) {
+        Block inner = out;
+        out = outer;
+        return inner;
+    }
+
+    /** Adds collected statements, in a Lua block of their own if they made temporaries since there were `before`. */
+    void enclose(int line, Block inner, int before) {
+        boolean own = temporaries > before;
+        if (own) out.add(line, "do");
+        out.add(inner);
+        if (own) out.add("end");
+        temporaries = before;
+    }
+
+    /** Translates an expression, to be judged or for its value, without evaluating it here. */
+    Prepared prepare(AstNode node, boolean judged) {
+        Block outer = collect();
+        Code value = judged ? expressions.condition(node) : value(node);
+        return new Prepared(collected(outer), value);
+    }
+
+    /** Begins a Lua function within the current one. */
+    Outer enter(FunctionInfo inner, Flow innerFlow, AstNode node, int levels) {
+        Outer outer = new Outer(function, flow, out, temporaries, spare, depth);
+        function = inner;
+        flow = innerFlow;
+        out = new Block();
+        temporaries = 0;
+        spare = null;
+        deeper(node, levels);
+        return outer;
+    }
+
+    /** Ends the Lua function; gives its statements, first the table for temporaries if they ask for one. */
+    Block leave(Outer outer) {
+        Block body = new Block();
+        if (spare != null) body.add("local " + spare + " = {}");
+        body.add(out);
+        function = outer.function;
+        flow = outer.flow;
+        out = outer.out;
+        temporaries = outer.temporaries;
+        spare = outer.spare;
+        depth = outer.depth;
+        return body;
+    }
+
     /** A name that nothing else has. */
     String fresh() {
-        return temporaryPrefix + ++made;
+        return temporaryPrefix + number();
     }
 
     int number() {
         return ++made;
-    }
-
-    /** Declares a temporary at a mark, with a value or without. */
-    private Block.Link declare(Block.Link at, String name, Code value) {
-        boolean local = name.indexOf('.') < 0;
-        if (!local && value == null) return at;
-        Code code = new Code().line(line).add(local ? "local " + name : name);
-        if (value != null) code.add(" = ").add(value);
-        return out.insert(at, code);
     }
 
     /** A name for a temporary. Where Lua has no room for another local, it is a field of the function's spare table. */
@@ -115,67 +180,37 @@ final class Generator {
 
     /** Declares a temporary here without a value. */
     Code declareTemporary() {
-        String name = temporary();
-        declare(out.mark(), name, null);
-        return read(name, Types.UNKNOWN);
+        return save(null);
     }
 
     /** Evaluates a value here and now. */
     Code save(Code value) {
+        return save(value, out.mark());
+    }
+
+    /** Evaluates a value at a mark. */
+    Code save(Code value, Block.Link mark) {
         String name = temporary();
-        declare(out.mark(), name, value);
-        return read(name, value.type);
+        boolean local = name.indexOf('.') < 0;
+        Code code = Code.of(line, local ? "local " + name : name);
+        if (value != null) code.add(" = ", value);
+        if (local || value != null) out.insert(mark, code);
+        return Code.read(name, value == null ? Types.UNKNOWN : value.type);
     }
 
-    /** Evaluates operands at a mark, those that could change; gives them as they are read afterwards. */
-    void saveAt(Block.Link mark, Code[] codes, int from, int to) {
-        for (int i = from; i < to; i++) {
-            if (codes[i].stable) continue;
-            String name = temporary();
-            mark = declare(mark, name, codes[i]);
-            codes[i] = read(name, codes[i].type);
-        }
+    /** A value that can be read several times, whatever runs between. */
+    Code keep(Code value) {
+        return value.stable ? value : save(value);
     }
 
-    static Code read(String name, int type) {
-        Code code = Code.of(name);
-        code.type = type;
-        code.pure = true;
-        code.stable = true;
-        return code;
+    /** Evaluates now what has grown too large for one Lua expression. */
+    Code cut(Code value) {
+        return value.weight > MOST_WEIGHT ? save(value) : value;
     }
 
     /** Nothing in the script nests deeper than Lua's parser can follow. */
     void deeper(AstNode node, int levels) {
         depth += levels;
         if (depth > MOST_DEPTH) throw new Refusal(node, "The code is nested too deeply");
-    }
-
-    private void findConstants() {
-        for (Scope scope : names.scopes) {
-            for (Variable variable : scope.variables) {
-                if (variable.isLexical() && variable.isSettled() && variable.initial != null) {
-                    variable.constant = constant(variable.initial);
-                }
-            }
-        }
-    }
-
-    private static Code constant(AstNode value) {
-        switch (value.getType()) {
-            case Token.NUMBER: {
-                double number = ((NumberLiteral) value).getNumber();
-                return Code.atom(Lua.number(number), Types.isNumeric(number) ? Types.INTEGER : Types.NUMBER);
-            }
-            case Token.TRUE: return Code.atom("true", Types.BOOLEAN);
-            case Token.FALSE: return Code.atom("false", Types.BOOLEAN);
-            default: return null;
-        }
-    }
-
-    /** Translates a script whose names and types are known. */
-    void translate(AstRoot root, FunctionInfo main) {
-        findConstants();
-        functions.chunk(root, main);
     }
 }

@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import com.morrow.scrivel.Generator.Refusal;
 import java.util.ArrayList;
 import java.util.List;
 import org.mozilla.javascript.Token;
@@ -15,29 +16,30 @@ final class Jumps {
         this.g = g;
     }
 
+    /** The innermost part of a try statement around here, or null. */
     private Flow part() {
         Flow flow = g.flow;
         while (flow != null && !flow.isPart()) flow = flow.outer;
         return flow;
     }
 
-    private void leave(String statement, Code value, boolean last) {
-        Code code = new Code().line(g.line).add(last ? statement : "do " + statement);
-        if (value != null) code.add(value.isCall ? " (" : " ").add(value).add(value.isCall ? ")" : "");
-        g.out.add(last ? code : code.add(" end"));
-    }
-
     /** The value's parentheses keep the frame: Lua's tail call would drop it from every traceback. */
     void returning(AstNode node, boolean last) {
+        Code code = Code.of(g.line, "return");
         Code value = node == null ? null : g.value(node);
         Flow part = part();
-        if (part != null) part.returns = true;
-        leave(part == null ? "return" : value == null ? "return " + RETURN : "return " + RETURN + ",", value, last);
+        if (part != null) {
+            part.returns = true;
+            code.add(value == null ? " " + RETURN : " " + RETURN + ",");
+        }
+        if (value != null) code.add(value.isCall ? " (" : " ", value, value.isCall ? ")" : "");
+        if (last) g.out.add(code);
+        else g.out.add(g.line, "do ", code, " end");
     }
 
     void jump(Name label, boolean isContinue, AstNode node) {
         Flow target = g.flow == null ? null : g.flow.find(label == null ? null : label.getIdentifier(), isContinue);
-        if (target == null) throw new Generator.Refusal(node, "Illegal " + (isContinue ? "continue" : "break") + " statement");
+        if (target == null) throw new Refusal(node, "Illegal " + (isContinue ? "continue" : "break") + " statement");
         jump(target, isContinue);
     }
 
@@ -45,12 +47,12 @@ final class Jumps {
         boolean direct = target.isLuaLoop && !isContinue;
         for (Flow flow = g.flow; flow != target; flow = flow.outer) {
             if (flow.isPart()) {
-                leave("return " + code(flow, target, isContinue), null, false);
+                g.out.add(g.line, "do return " + code(flow, target, isContinue) + " end");
                 return;
             }
             direct &= !flow.isLuaLoop;
         }
-        g.out.add(g.statement(g.line).add(direct ? "do break end" : "goto " + target.label(isContinue, g)));
+        g.out.add(g.line, direct ? "do break end" : "goto " + target.label(isContinue, g));
     }
 
     private static int code(Flow part, Flow target, boolean isContinue) {
@@ -67,15 +69,19 @@ final class Jumps {
 
     void labeled(LabeledStatement node) {
         AstNode statement = node.getStatement();
-        if (statement instanceof Loop) g.loops.loop((Loop) statement, node.getLabels());
-        else if (statement instanceof SwitchStatement) switchStatement((SwitchStatement) statement, node.getLabels());
+        if (statement instanceof Loop loop) g.loops.loop(loop, node.getLabels());
+        else if (statement instanceof SwitchStatement choice) switchStatement(choice, node.getLabels());
         else {
             g.flow = new Flow(g.flow, node.getLabels(), false, false);
-            g.out.add("do");
-            g.statements.body(statement);
-            g.out.add("end");
+            block(statement);
             close();
         }
+    }
+
+    private void block(AstNode statement) {
+        g.out.add("do");
+        g.statements.body(statement);
+        g.out.add("end");
     }
 
     /** Leaves the current statement: what breaks out of it arrives here. */
@@ -88,76 +94,72 @@ final class Jumps {
 
     void switchStatement(SwitchStatement node, List<Label> labels) {
         Scope scope = Names.scope(node);
-        Code value = g.value(node.getExpression());
-        if (!value.stable) value = g.save(value);
+        Code value = g.keep(g.value(node.getExpression()));
         if (!scope.variables.isEmpty()) g.temporaries++;
         g.functions.enter(scope);
         g.flow = new Flow(g.flow, labels, false, true);
         if (isChain(node.getCases())) chain(node, value);
-        else dispatch(node, value);
+        else dispatch(node.getCases(), value);
         close();
+    }
+
+    private static List<AstNode> statements(SwitchCase one) {
+        return one.getStatements() == null ? List.of() : one.getStatements();
     }
 
     /** True when the cases are constants, none falls into the next, and what applies otherwise comes last. */
     private static boolean isChain(List<SwitchCase> cases) {
         for (int i = 0; i < cases.size(); i++) {
             SwitchCase one = cases.get(i);
-            List<AstNode> statements = one.getStatements();
+            List<AstNode> statements = statements(one);
             boolean last = i == cases.size() - 1;
-            boolean empty = statements == null || statements.isEmpty();
-            if (one.isDefault() && !last || !one.isDefault() && !isConstant(one.getExpression())) return false;
-            if (!last && !empty && !Flow.ends(statements.get(statements.size() - 1))) return false;
-            if (last && !one.isDefault() && empty && i > 0) return false;
+            if (one.isDefault() ? !last : !isConstant(one.getExpression())) return false;
+            if (statements.isEmpty() ? last && !one.isDefault() && i > 0 : !last && !Flow.ends(last(statements))) return false;
         }
         return !cases.isEmpty() && !(cases.size() == 1 && cases.get(0).isDefault());
     }
 
+    private static AstNode last(List<AstNode> statements) {
+        return statements.get(statements.size() - 1);
+    }
+
     private static boolean isConstant(AstNode node) {
-        switch (node.getType()) {
-            case Token.NUMBER: case Token.STRING: case Token.TRUE: case Token.FALSE: case Token.NULL:
-                return true;
-            case Token.NEG:
-                return ((UnaryExpression) node).getOperand().getType() == Token.NUMBER;
-            default:
-                return false;
-        }
+        return switch (node.getType()) {
+            case Token.NUMBER, Token.STRING, Token.TRUE, Token.FALSE, Token.NULL -> true;
+            case Token.NEG -> ((UnaryExpression) node).getOperand().getType() == Token.NUMBER;
+            default -> false;
+        };
     }
 
     private void chain(SwitchStatement node, Code value) {
         List<SwitchCase> cases = node.getCases();
         String word = "if ";
         Code test = null;
-        for (int i = 0; i < cases.size(); i++) {
-            SwitchCase one = cases.get(i);
-            List<AstNode> statements = one.getStatements();
-            boolean empty = statements == null || statements.isEmpty();
-            if (one.isDefault()) {
-                boolean shared = test != null;
-                g.out.add(word.equals("if ") ? "do" : "else");
-                if (!empty) caseBody(one, statements);
-                break;
+        for (SwitchCase one : cases) {
+            List<AstNode> statements = statements(one);
+            if (one.isDefault()) g.out.add(word.equals("if ") ? "do" : "else");
+            else {
+                Code equal = g.operators.combine(Token.SHEQ, value, g.value(one.getExpression()), g.line(one));
+                test = test == null ? equal : Code.of(test, " or ", equal).ranked(Code.OR, Types.BOOLEAN);
+                if (statements.isEmpty() && one != cases.get(cases.size() - 1)) continue;
+                g.out.add(g.line(one), word, test, " then");
+                word = "elseif ";
+                test = null;
             }
-            Code equal = g.operators.combine(Token.SHEQ, value, g.value(one.getExpression()), g.line(one));
-            test = test == null ? equal : new Code().add(test).add(" or ").add(equal).ranked(Code.OR, Types.BOOLEAN);
-            if (empty && i < cases.size() - 1) continue;
-            g.out.add(new Code().line(g.line(one)).add(word).add(test).add(" then"));
-            if (!empty) caseBody(one, statements);
-            word = "elseif ";
-            test = null;
+            if (statements.isEmpty()) continue;
+            boolean breaks = last(statements) instanceof BreakStatement jump && jump.getBreakLabel() == null;
+            list(one, breaks ? statements.subList(0, statements.size() - 1) : statements);
         }
-        g.out.add(g.statement(g.endLine(node)).add("end"));
+        g.out.add(g.endLine(node), "end");
     }
 
-    private void caseBody(SwitchCase one, List<AstNode> statements) {
-        AstNode last = statements.get(statements.size() - 1);
-        boolean breaks = last.getType() == Token.BREAK && ((BreakStatement) last).getBreakLabel() == null;
+    private void list(SwitchCase one, List<AstNode> statements) {
         g.deeper(one, 1);
-        g.statements.list(breaks ? statements.subList(0, statements.size() - 1) : statements, true);
+        g.statements.list(statements, true);
         g.depth--;
     }
 
-    private void dispatch(SwitchStatement node, Code value) {
-        List<SwitchCase> cases = node.getCases();
+    private void dispatch(List<SwitchCase> cases, Code value) {
         String[] labels = new String[cases.size()];
         String other = null;
         for (int i = 0; i < labels.length; i++) {
@@ -168,22 +170,20 @@ final class Jumps {
                 continue;
             }
             g.line = g.line(one);
-            g.out.add(g.statement(g.line).add("do"));
+            g.out.add(g.line, "do");
             int before = g.temporaries;
             Code equal = g.operators.combine(Token.SHEQ, value, g.value(one.getExpression()), g.line);
-            g.out.add(new Code().line(g.line).add("if ").add(equal).add(" then goto " + labels[i] + " end"));
+            g.out.add(g.line, "if ", equal, " then goto " + labels[i] + " end");
             g.temporaries = before;
             g.out.add("end");
         }
         g.out.add("goto " + (other != null ? other : g.flow.label(false, g)));
         for (int i = 0; i < labels.length; i++) {
             g.out.add("::" + labels[i] + "::");
-            List<AstNode> statements = cases.get(i).getStatements();
-            if (statements == null || statements.isEmpty()) continue;
+            List<AstNode> statements = statements(cases.get(i));
+            if (statements.isEmpty()) continue;
             g.out.add("do");
-            g.deeper(cases.get(i), 1);
-            g.statements.list(statements, true);
-            g.depth--;
+            list(cases.get(i), statements);
             g.out.add("end");
         }
     }
@@ -193,27 +193,21 @@ final class Jumps {
     void tryStatement(TryStatement node) {
         String ok = g.fresh(), what = g.fresh(), result = g.fresh();
         g.temporaries += 3;
-        int line = g.line(node);
         boolean closing = node.getFinallyBlock() != null;
         Flow part = new Flow(g.flow, null, false, false);
         part.jumps = new ArrayList<>();
         String names = ok + ", " + what + ", " + result;
-        g.out.add(g.statement(line).add("local " + names + " = ").add(part(part, node.getTryBlock(), null)));
-        String word = "if ";
+        g.out.add(g.line(node), "local " + names + " = ", part(part, node.getTryBlock(), null));
         for (CatchClause clause : node.getCatchClauses()) {
-            g.out.add(g.statement(g.line(clause)).add("if not " + ok + " then"));
-            if (closing) g.out.add(Code.of(names + " = ").add(part(part, clause, what)));
-            else caught(clause, what);
-            if (closing) g.out.add("end");
-            else word = "elseif ";
+            g.out.add(g.line(clause), "if not " + ok + " then");
+            if (closing) {
+                g.out.add(names + " = ", part(part, clause, what));
+                g.out.add("end");
+            } else caught(clause, what);
         }
         if (closing) {
-            g.out.add("do");
-            g.statements.body(node.getFinallyBlock());
-            g.out.add("end");
-        }
-        if (word.equals("if ")) {
-            g.out.add(g.statement(g.endLine(node)).add("if not " + ok + " then " + g.js("throw") + "(" + what + ")"));
+            block(node.getFinallyBlock());
+            g.out.add(g.endLine(node), "if not " + ok + " then " + g.js("throw") + "(" + what + ")");
         }
         g.line = g.endLine(node);
         leaveAfter(part, what, result);
@@ -234,43 +228,24 @@ final class Jumps {
     }
 
     private void caught(CatchClause clause, String what) {
-        Scope scope = Names.scope(clause);
-        g.functions.enter(scope);
+        g.functions.enter(Names.scope(clause));
         Variable variable = Names.variable(clause.getVarName());
-        g.out.add(g.statement(g.line(clause)).add((variable.spilledIn == null ? "local " : "") + variable.access() + " = " + what));
+        g.out.add(g.line(clause), Functions.definition(variable) + what);
         AstNode pattern = clause.getCatchCondition();
         if (pattern != null) {
             g.statements.declareHere(pattern);
-            g.assignments.give(pattern, Generator.read(variable.access(), Types.UNKNOWN), true);
+            g.assignments.give(pattern, Code.read(variable.access(), Types.UNKNOWN), true);
         }
         g.statements.body(clause.getBody());
     }
 
-    /** A part of a try statement as a function that is called protected. */
+    /** A part of a try statement as a function that is called protected; `what` is what a catch clause catches. */
     private Code part(Flow flow, AstNode node, String what) {
-        FunctionInfo function = g.function;
-        Block out = g.out;
-        int temporaries = g.temporaries;
-        String spare = g.spare;
-        Flow outer = g.flow;
-        g.function = Names.function(node);
-        g.flow = flow;
-        g.temporaries = 0;
-        g.spare = null;
-        Block top = new Block();
-        Block body = g.out = new Block();
-        g.deeper(node, 2);
-        if (what != null) caught((CatchClause) node, what);
+        Generator.Outer outer = g.enter(Names.function(node), flow, node, 2);
+        if (node instanceof CatchClause clause) caught(clause, what);
         else g.statements.body(node);
-        g.depth -= 2;
-        g.out = top;
-        g.functions.spare();
-        g.function = function;
-        g.out = out;
-        g.temporaries = temporaries;
-        g.spare = spare;
-        g.flow = outer;
-        Code code = Code.of(g.js("try") + "(").add(new FunctionRow("", 0, 'p')).add("function()");
-        return code.add(top).add(body).newline().line(g.endLine(node)).end().add(")");
+        Block body = g.leave(outer);
+        FunctionRow row = new FunctionRow("", 0, 'p');
+        return Code.of(g.js("try"), "(", row, "function()", body, Code.NEWLINE, g.endLine(node), Code.END, "end)");
     }
 }

@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import com.morrow.scrivel.Generator.Refusal;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
@@ -19,154 +20,126 @@ final class Literals {
 
     Code array(ArrayLiteral node) {
         List<AstNode> elements = node.getElements();
-        if (Patterns.anySpread(elements)) {
-            Code all = g.calls.gathered(elements);
-            all.type = Types.OBJECT;
-            return all;
-        }
-        boolean holes = false;
-        for (AstNode element : elements) holes |= element.getType() == Token.EMPTY;
+        if (Patterns.anySpread(elements)) return g.calls.gathered(elements).typed(Types.OBJECT);
         Operands operands = new Operands(g, false);
-        int many = 0;
+        boolean holes = false;
         for (AstNode element : elements) {
-            if (element.getType() == Token.EMPTY) operands.put(g.out.mark(), Generator.read(g.js("hole"), Types.UNKNOWN));
+            boolean hole = element.getType() == Token.EMPTY;
+            if (hole) operands.put(g.out.mark(), Code.read(g.js("hole"), Types.UNKNOWN));
             else operands.add(element);
-            many++;
+            holes |= hole;
         }
-        Code code = holes ? withHoles(operands, many) : dense(operands, many);
-        code.type = Types.OBJECT;
-        return code;
+        return (holes ? withHoles(operands) : dense(operands)).typed(Types.OBJECT);
     }
 
-    private Code dense(Operands operands, int count) {
-        Code code = Code.of(g.js("setmetatable") + "({");
-        int weight = 5;
+    private Code dense(Operands operands) {
+        int count = operands.count();
+        Code fields = new Code();
         for (int i = 0; i < count; i++) {
-            String before = i == 0 ? "[0] = " : ", ";
             Code element = operands.get(i);
+            String before = i == 0 ? "[0] = " : ", ";
             // A literal is part of the table's template and costs the function no constant, see LuaWriter.
-            if (element.rank == Code.ATOM && element.size == 1 && element.items[0] instanceof String) code.add(before + element.items[0]);
-            else code.add(before).add(element);
-            weight = Math.max(weight, operands.get(i).weight + 5);
+            boolean literal = element.rank == Code.ATOM && element.items.size() == 1 && element.items.get(0) instanceof String;
+            if (literal) fields.add(before + element.items.get(0));
+            else fields.add(before, element);
         }
-        code.add(count == 0 ? "length = 0}, " : ", length = " + count + "}, ").add(g.js("A")).add(")");
-        code.weight = weight;
+        return table(fields, count == 0, (count == 0 ? "length = " : ", length = ") + count, "A");
+    }
+
+    private Code table(Code fields, boolean empty, String last, String metatable) {
+        Code code = Code.of(g.js("setmetatable"), "({", fields, last + "}, " + g.js(metatable) + ")");
+        code.weight = empty ? 5 : fields.weight + 5;
         return code;
     }
 
-    private Code withHoles(Operands operands, int count) {
-        if (count > MOST_KEYS) throw new Generator.Refusal(null, "An array literal with holes and so many elements is not supported");
-        Code[] arguments = new Code[count + 1];
-        arguments[0] = Code.atom(Integer.toString(count), Types.INTEGER);
-        for (int i = 0; i < count; i++) arguments[i + 1] = operands.get(i);
-        return g.operators.library("array", arguments);
+    private Code withHoles(Operands operands) {
+        int count = operands.count();
+        if (count > MOST_KEYS) throw new Refusal(null, "An array literal with holes and so many elements is not supported");
+        ArrayList<Code> arguments = new ArrayList<>(operands.from(0));
+        arguments.add(0, Code.atom(Integer.toString(count), Types.INTEGER));
+        return g.operators.library("array", arguments.toArray(new Code[0]));
     }
 
     // -- objects
 
-    private static String keyText(AstNode key) {
-        if (key instanceof Name) return ((Name) key).getIdentifier();
-        if (key instanceof StringLiteral) return ((StringLiteral) key).getValue();
-        return null;
+    /** The text of a property's key. */
+    static String key(AstNode node) {
+        if (node instanceof Name name) return name.getIdentifier();
+        if (node instanceof StringLiteral literal) return literal.getValue();
+        double number = node instanceof NumberLiteral literal ? literal.getNumber() : Double.NaN;
+        if (Double.isFinite(number)) return Lua.keyText(number);
+        throw new Refusal(node, "This property name is not supported");
     }
 
-    /** The number that a key stands for, or NaN. */
-    private static double keyNumber(AstNode key) {
-        if (key instanceof NumberLiteral) {
-            double number = ((NumberLiteral) key).getNumber();
-            return Lua.canonicalNumber(Lua.keyText(number)) == number ? number : Double.NaN;
-        }
-        return Lua.canonicalNumber(keyText(key));
-    }
-
-    Code key(AstNode key) {
-        double number = keyNumber(key);
-        if (number == number) return Code.atom(Lua.number(number), Types.NUMBER);
-        String text = keyText(key);
-        if (text == null) throw new Generator.Refusal(key, "This property name is not supported");
-        return Code.atom(Lua.quote(text), Types.STRING);
-    }
-
-    String keyAccess(AstNode key) {
-        double number = keyNumber(key);
-        return number == number ? '[' + Lua.number(number) + ']' : Expressions.field(keyText(key));
+    /** A property's key as a value. */
+    static Code keyValue(String key) {
+        return Code.atom(Lua.key(key), Double.isNaN(Lua.canonicalNumber(key)) ? Types.STRING : Types.NUMBER);
     }
 
     Code object(ObjectLiteral node) {
         List<ObjectProperty> properties = node.getElements();
         boolean plain = properties.size() <= MOST_KEYS;
         HashSet<String> seen = new HashSet<>();
-        for (ObjectProperty property : properties) {
-            String key = keyText(property.getLeft());
-            plain &= !Patterns.isSpread(property) && !Patterns.isKey(property);
-            plain &= key != null && keyNumber(property.getLeft()) != keyNumber(property.getLeft());
-            plain &= !property.isGetterMethod() && !property.isSetterMethod() && seen.add(key) && !"length".equals(key);
-        }
-        Code code = plain ? constructor(properties) : filled(properties);
-        code.type = Types.OBJECT;
-        return code;
+        for (ObjectProperty property : properties) plain = plain && isPlain(property) && seen.add(key(property.getLeft()));
+        return (plain ? constructor(properties) : filled(properties)).typed(Types.OBJECT);
     }
 
-    private Code propertyValue(ObjectProperty property) {
-        AstNode value = Expressions.bare(property.getRight());
-        if (value.getType() != Token.FUNCTION) return g.value(value);
-        String key = keyText(property.getLeft());
-        return g.functions.expression((FunctionNode) value, key == null ? Lua.keyText(keyNumber(property.getLeft())) : key);
+    /** Can stand as a field in a Lua table's constructor. */
+    private static boolean isPlain(ObjectProperty property) {
+        if (Patterns.isSpread(property) || Patterns.isKey(property) || isAccessor(property)) return false;
+        String key = key(property.getLeft());
+        return !key.equals("length") && Double.isNaN(Lua.canonicalNumber(key));
+    }
+
+    private static boolean isAccessor(ObjectProperty property) {
+        return property.isGetterMethod() || property.isSetterMethod();
     }
 
     private Code constructor(List<ObjectProperty> properties) {
         ArrayList<String> keys = new ArrayList<>();
         Operands operands = new Operands(g, false);
         for (ObjectProperty property : properties) {
-            keys.add(keyText(property.getLeft()));
-            Block.Link mark = g.out.mark();
-            operands.put(mark, propertyValue(property));
+            String key = key(property.getLeft());
+            keys.add(key);
+            operands.put(g.out.mark(), g.assignments.named(property.getRight(), key));
         }
-        Code code = Code.of(g.js("setmetatable") + "({");
-        int weight = 5;
+        Code fields = new Code();
         for (int i = 0; i < keys.size(); i++) {
             String key = keys.get(i);
-            code.add(Lua.isName(key) ? key + " = " : '[' + Lua.quote(key) + "] = ").add(operands.get(i)).add(", ");
-            weight = Math.max(weight, operands.get(i).weight + 5);
+            fields.add(Lua.isName(key) ? key + " = " : '[' + Lua.quote(key) + "] = ", operands.get(i), ", ");
         }
-        code.add("[\"\\0s\"] = " + g.runtime.shape(keys, g.function) + "}, " + g.js("O") + ")");
-        code.weight = weight;
-        return code;
+        return table(fields, keys.isEmpty(), "[\"\\0s\"] = " + g.runtime.shape(keys, g.function), "O");
     }
 
     /** An object with accessors, numeric or repeated keys, or very many: made empty, then filled in order. */
     private Code filled(List<ObjectProperty> properties) {
         Code object = g.save(g.operators.library("object"));
-        HashSet<String> accessors = new HashSet<>();
+        boolean accessors = false;
         Code computed = null;
         for (ObjectProperty property : properties) {
-            Code line = new Code().line(g.line(property));
-            if (Patterns.isSpread(property)) {
-                g.out.add(line.add(g.operators.library("mix", object, g.value(property.getRight()))));
-                continue;
+            int line = g.line(property);
+            if (Patterns.isSpread(property)) g.out.add(g.operators.library(line, "mix", object, g.value(property.getRight())));
+            else if (Patterns.isKey(property)) computed = g.save(g.operators.library("key", g.value(Patterns.key(property))));
+            else {
+                String name = computed != null ? "" : key(property.getLeft());
+                Code key = computed != null ? computed : keyValue(name);
+                Code value = g.assignments.named(property.getRight(), name);
+                if (computed != null && isUnnamed(property.getRight())) value = g.operators.library("named", value, key);
+                // What was an accessor would take the value.
+                if (accessors && !isAccessor(property)) g.out.add(g.operators.library(line, "delete", object, key));
+                String function = property.isGetterMethod() ? "getter" : property.isSetterMethod() ? "setter"
+                    : computed != null ? "field" : "set";
+                g.out.add(g.operators.library(line, function, object, key, value));
+                accessors |= isAccessor(property);
+                computed = null;
             }
-            if (Patterns.isKey(property)) {
-                computed = g.save(g.operators.library("key", g.value(Patterns.key(property))));
-                continue;
-            }
-            Code key = computed != null ? computed : key(property.getLeft());
-            Code value = computed != null ? computedValue(property, computed) : propertyValue(property);
-            boolean accessor = property.isGetterMethod() || property.isSetterMethod();
-            String function = property.isGetterMethod() ? "getter" : property.isSetterMethod() ? "setter" : computed != null ? "field" : "set";
-            if (!(accessor ? accessors.add(key.toString()) : accessors.isEmpty()) && !accessor) {
-                g.out.add(new Code().line(g.line(property)).add(g.operators.library("delete", object, key)));
-            }
-            g.out.add(line.add(g.operators.library(function, object, key, value)));
-            computed = null;
         }
         return object;
     }
 
-    /** A function without a name takes its computed key for one. */
-    private Code computedValue(ObjectProperty property, Code key) {
-        AstNode value = Expressions.bare(property.getRight());
-        boolean names = value.getType() == Token.FUNCTION && ((FunctionNode) value).getFunctionName() == null;
-        return names ? g.operators.library("named", g.functions.expression((FunctionNode) value, ""), key) : g.value(value);
+    /** Is a function without a name, which takes its computed key for one. */
+    private static boolean isUnnamed(AstNode value) {
+        return Expressions.bare(value) instanceof FunctionNode function && function.getFunctionName() == null;
     }
 
     // -- templates
@@ -175,33 +148,26 @@ final class Literals {
         Operands operands = new Operands(g, false);
         for (AstNode element : node.getElements()) {
             Block.Link mark = g.out.mark();
-            if (element instanceof TemplateCharacters) {
-                String text = ((TemplateCharacters) element).getValue();
-                if (text.isEmpty()) continue;
-                operands.put(mark, Code.atom(Lua.quote(text), Types.STRING));
-                continue;
+            if (element instanceof TemplateCharacters text) {
+                if (!text.getValue().isEmpty()) operands.put(mark, Code.atom(Lua.quote(text.getValue()), Types.STRING));
+            } else {
+                Code value = g.value(element);
+                if (value.type != Types.STRING) value = Code.of(g.line(element), g.operators.library("str", value));
+                operands.put(mark, value);
             }
-            Code value = g.value(element);
-            if (value.type != Types.STRING) value = new Code().line(g.line(element)).add(g.operators.library("str", value));
-            operands.put(mark, value);
         }
         return joined(operands);
     }
 
     private Code joined(Operands operands) {
         if (operands.count() == 0) return Code.atom("\"\"", Types.STRING);
-        if (operands.count() == 1) {
-            Code only = operands.get(0);
-            only.type = Types.STRING;
-            return only;
-        }
-        Code code = operands.get(0);
+        Code code = operands.get(0).typed(Types.STRING);
         for (int i = 1; i < operands.count(); i++) {
             Code next = operands.get(i);
             int weight = Math.max(code.weight, next.weight + i);
-            code = new Code().operand(code, Code.CONCAT).add(" .. ").operand(next, Code.CONCAT).ranked(Code.CONCAT, Types.STRING);
+            code = Code.of(code.within(Code.CONCAT), " .. ", next.within(Code.CONCAT)).ranked(Code.CONCAT, Types.STRING);
             code.weight = weight;
-            if (weight > Generator.MOST_WEIGHT) code = g.save(code);
+            code = g.cut(code);
         }
         return code;
     }

@@ -7,34 +7,35 @@ import org.mozilla.javascript.ast.*;
 
 /** Loops. A body's locals are fresh with each turn, as its closures expect. */
 final class Loops {
+    private static final int MOST_COUNTING = 10;
+
     private final Generator g;
-    private final Counting counting;
+
+    /** Counting loops around this place: Lua keeps four registers for each. */
+    private int counting;
 
     Loops(Generator g) {
         this.g = g;
-        counting = new Counting(g);
     }
 
     void loop(Loop node, List<Label> labels) {
         g.flow = new Flow(g.flow, labels, true, false);
         g.flow.isLuaLoop = true;
-        if (node instanceof ForInLoop) forEach((ForInLoop) node);
-        else if (node instanceof WhileLoop) whileLoop(((WhileLoop) node).getCondition(), node.getBody(), null);
-        else if (node instanceof DoLoop) doLoop((DoLoop) node);
-        else if (!counting.translate((ForLoop) node, this)) forLoop((ForLoop) node);
+        if (node instanceof ForInLoop loop) forEach(loop);
+        else if (node instanceof WhileLoop loop) whileLoop(loop.getCondition(), loop.getBody(), null);
+        else if (node instanceof DoLoop loop) doLoop(loop);
+        else forLoop((ForLoop) node);
         g.jumps.close();
     }
 
     /** A loop's body; where a continue needs one, its label follows. What else follows must not see the body's names. */
     void body(AstNode body, boolean followed) {
-        Block outer = g.out;
-        g.out = new Block();
+        Block outer = g.collect();
         int levels = g.names.continues(body) ? 1 : 0;
         g.deeper(body, levels);
         g.statements.body(body);
         g.depth -= levels;
-        Block inner = g.out;
-        g.out = outer;
+        Block inner = g.collected(outer);
         String label = g.flow.continueLabel;
         Scope scope = Names.scope(body);
         boolean enclose = label != null || followed && (Flow.ends(body) || scope != null && !scope.variables.isEmpty());
@@ -46,41 +47,30 @@ final class Loops {
 
     private void whileLoop(AstNode condition, AstNode body, AstNode increment) {
         int line = g.line;
-        Block outer = g.out;
-        g.out = new Block();
-        Code test = isEmpty(condition) ? Code.atom("true", Types.BOOLEAN) : g.expressions.condition(condition);
-        Block before = g.out;
-        g.out = outer;
-        if (before.isEmpty()) g.out.add(new Code().line(line).add("while ").add(test).add(" do"));
+        Generator.Prepared test = isEmpty(condition) ? null : g.prepare(condition, true);
+        if (test == null) g.out.add(line, "while true do");
+        else if (test.before().isEmpty()) g.out.add(line, "while ", test.code(), " do");
         else {
-            g.out.add(g.statement(line).add("while true do"));
-            g.out.add(before);
-            exitUnless(test, line);
+            g.out.add(line, "while true do");
+            g.out.add(test.before());
+            exitUnless(test.code(), line);
         }
         body(body, increment != null && !isEmpty(increment));
-        if (increment != null && !isEmpty(increment)) {
-            g.line = g.line(increment);
-            increment(increment);
-        }
-        g.out.add(g.statement(line).add("end"));
+        if (increment != null) increment(increment);
+        g.out.add(line, "end");
     }
 
     private void increment(AstNode node) {
-        Block outer = g.out;
-        g.out = new Block();
+        if (isEmpty(node)) return;
+        g.line = g.line(node);
+        Block outer = g.collect();
         int before = g.temporaries;
         g.expressions.effect(node);
-        Block inner = g.out;
-        g.out = outer;
-        boolean enclose = g.temporaries > before;
-        if (enclose) g.out.add(g.statement(g.line(node)).add("do"));
-        g.out.add(inner);
-        if (enclose) g.out.add("end");
-        g.temporaries = before;
+        g.enclose(g.line(node), g.collected(outer), before);
     }
 
     private void exitUnless(Code test, int line) {
-        g.out.add(new Code().line(line).add("if ").add(g.operators.not(test)).add(" then break end"));
+        g.out.add(line, "if ", g.operators.not(test), " then break end");
     }
 
     private static boolean isEmpty(AstNode node) {
@@ -88,15 +78,20 @@ final class Loops {
     }
 
     private void doLoop(DoLoop node) {
-        g.out.add(g.statement(g.line).add("while true do"));
+        g.out.add(g.line, "while true do");
         g.out.add("do");
         g.deeper(node, 1);
         body(node.getBody(), false);
         g.depth--;
         g.out.add("end");
-        int line = g.line = g.line(node.getCondition());
-        exitUnless(g.expressions.condition(node.getCondition()), line);
+        exit(node.getCondition());
         g.out.add("end");
+    }
+
+    /** Leaves the loop here unless its condition holds. */
+    private void exit(AstNode condition) {
+        int line = g.line = g.line(condition);
+        exitUnless(g.expressions.condition(condition), line);
     }
 
     // -- for
@@ -111,14 +106,21 @@ final class Loops {
         }
     }
 
-    void initialise(AstNode node) {
-        if (node instanceof VariableDeclaration) {
-            if (!((VariableDeclaration) node).isLet()) g.temporaries++;
-            g.statements.declaration((VariableDeclaration) node, true);
+    private void initialise(AstNode node) {
+        if (node instanceof VariableDeclaration declaration) {
+            if (!declaration.isLet()) g.temporaries++;
+            g.statements.declaration(declaration);
         } else if (!isEmpty(node)) g.expressions.effect(node);
     }
 
     private void forLoop(ForLoop node) {
+        Counting counter = new Counting(g, node);
+        if (counting < MOST_COUNTING && counter.applies()) {
+            counting++;
+            counter.write(this);
+            counting--;
+            return;
+        }
         Scope scope = Names.scope(node);
         own(scope);
         g.functions.enter(scope);
@@ -126,9 +128,7 @@ final class Loops {
         initialise(node.getInitializer());
         g.line = line;
         ArrayList<Variable> fresh = new ArrayList<>();
-        for (Variable variable : scope.variables) {
-            if (variable.captured && variable.writes > 1) fresh.add(variable);
-        }
+        for (Variable variable : scope.variables) if (variable.captured && variable.writes > 1) fresh.add(variable);
         if (fresh.isEmpty()) whileLoop(node.getCondition(), node.getBody(), node.getIncrement());
         else freshLoop(node, scope, fresh);
     }
@@ -136,80 +136,72 @@ final class Loops {
     /** A loop whose variables closures keep: each turn has copies of its own, which the increment changes first. */
     private void freshLoop(ForLoop node, Scope scope, ArrayList<Variable> variables) {
         int line = g.line;
-        String[] carriers = new String[variables.size()];
-        for (int i = 0; i < carriers.length; i++) {
-            carriers[i] = g.fresh();
-            g.out.add("local " + carriers[i] + " = " + variables.get(i).access());
+        ArrayList<String> carriers = new ArrayList<>();
+        for (Variable variable : variables) {
+            String carrier = g.fresh();
+            carriers.add(carrier);
+            g.out.add("local " + carrier + " = " + variable.access());
         }
         String first = g.fresh();
         g.out.add("local " + first + " = true");
-        g.out.add(g.statement(line).add("while true do"));
+        g.out.add(line, "while true do");
         if (scope.table != null) g.out.add("local " + scope.table + " = {}");
-        for (int i = 0; i < carriers.length; i++) {
-            Variable variable = variables.get(i);
-            g.out.add((variable.spilledIn == null ? "local " : "") + variable.access() + " = " + carriers[i]);
-        }
+        for (int i = 0; i < carriers.size(); i++) g.out.add(Functions.definition(variables.get(i)) + carriers.get(i));
         g.out.add("if " + first + " then " + first + " = false else");
-        if (!isEmpty(node.getIncrement())) {
-            g.line = g.line(node.getIncrement());
-            increment(node.getIncrement());
-        }
+        increment(node.getIncrement());
         g.out.add("end");
-        if (!isEmpty(node.getCondition())) {
-            g.line = g.line(node.getCondition());
-            exitUnless(g.expressions.condition(node.getCondition()), g.line);
-        }
+        if (!isEmpty(node.getCondition())) exit(node.getCondition());
         body(node.getBody(), true);
-        for (int i = 0; i < carriers.length; i++) g.out.add(carriers[i] + " = " + variables.get(i).access());
-        g.out.add(g.statement(line).add("end"));
+        for (int i = 0; i < carriers.size(); i++) g.out.add(carriers.get(i) + " = " + variables.get(i).access());
+        g.out.add(line, "end");
     }
 
     // -- for-in and for-of
 
     private void forEach(ForInLoop node) {
-        Scope scope = Names.scope(node);
         int line = g.line;
         Code object = g.value(node.getIteratedObject());
         String item = g.fresh();
-        int iteratedLine = g.line(node.getIteratedObject());
-        if (node.isForOf()) {
-            Code list = g.save(new Code().line(iteratedLine).add(g.operators.library("values", object)));
-            String index = g.fresh();
-            g.out.add("local " + index + " = 0");
-            g.out.add(g.statement(line).add("while " + index + " < ").add(list).add(".length do"));
-            g.out.add(new Code().line(line).add("local " + item + " = ").add(list).add("[" + index + "]"));
-            g.out.add(index + " = " + index + " + 1");
-            turn(node, scope, item);
-        } else {
-            if (!object.stable) object = g.save(object);
-            String list = g.fresh(), count = g.fresh(), index = g.fresh();
-            g.temporaries += 2;
-            g.out.add(new Code().line(iteratedLine).add("local " + list + ", " + count + " = ").add(g.operators.library("keys", object)));
-            g.out.add(g.statement(line).add("for " + index + " = 1, " + count + " do"));
-            g.out.add("local " + item + " = " + list + "[" + index + "]");
-            boolean lasting = counting.isQuiet(node.getBody());
-            if (!lasting) {
-                g.out.add(new Code().add("if " + g.js("type") + "(").add(object).add(") ~= \"table\" or ")
-                    .add(g.operators.library("has", Generator.read(item, Types.STRING), object)).add(" then"));
-            }
-            turn(node, scope, item);
-            if (!lasting) g.out.add("end");
+        if (node.isForOf()) elements(node, object, item, line);
+        else keys(node, g.keep(object), item, line);
+        g.out.add(line, "end");
+    }
+
+    private void elements(ForInLoop node, Code object, String item, int line) {
+        Code list = g.save(g.operators.library(g.line(node.getIteratedObject()), "values", object));
+        String index = g.fresh();
+        g.out.add("local " + index + " = 0");
+        g.out.add(line, "while " + index + " < ", list, ".length do");
+        g.out.add(line, "local " + item + " = ", list, "[" + index + "]");
+        g.out.add(index + " = " + index + " + 1");
+        turn(node, item);
+    }
+
+    private void keys(ForInLoop node, Code object, String item, int line) {
+        String list = g.fresh(), count = g.fresh(), index = g.fresh();
+        g.temporaries += 2;
+        g.out.add(g.line(node.getIteratedObject()), "local " + list + ", " + count + " = ", g.operators.library("keys", object));
+        g.out.add(line, "for " + index + " = 1, " + count + " do");
+        g.out.add("local " + item + " = " + list + "[" + index + "]");
+        boolean lasting = Counting.isQuiet(node.getBody());
+        if (!lasting) {
+            g.out.add("if " + g.js("type") + "(", object, ") ~= \"table\" or ",
+                g.operators.library("has", Code.read(item, Types.STRING), object), " then");
         }
-        g.out.add(g.statement(line).add("end"));
+        turn(node, item);
+        if (!lasting) g.out.add("end");
     }
 
     /** One turn of a for-in or for-of loop: its variables get the item, then the body runs. */
-    private void turn(ForInLoop node, Scope scope, String item) {
+    private void turn(ForInLoop node, String item) {
         int before = g.temporaries;
-        g.functions.enter(scope);
-        Code value = Generator.read(item, Types.UNKNOWN);
-        AstNode iterator = node.getIterator();
-        if (iterator instanceof VariableDeclaration) {
-            AstNode target = ((VariableDeclaration) iterator).getVariables().get(0).getTarget();
+        g.functions.enter(Names.scope(node));
+        Code value = Code.read(item, Types.UNKNOWN);
+        if (node.getIterator() instanceof VariableDeclaration declaration) {
+            AstNode target = declaration.getVariables().get(0).getTarget();
             g.statements.declareHere(target);
             g.assignments.give(target, value, true);
-        } else g.assignments.give(iterator, value, false);
-        g.temporaries = Math.max(before, g.temporaries);
+        } else g.assignments.give(node.getIterator(), value, false);
         body(node.getBody(), false);
         g.temporaries = before;
     }

@@ -1,23 +1,18 @@
 package com.morrow.scrivel;
 
 import java.math.BigDecimal;
-import java.util.Arrays;
-import java.util.HashSet;
+import java.util.Set;
 
 /** How names, strings and numbers are written in Lua. */
 final class Lua {
     /** Ends a name that had to be changed; messages drop it and the digits after it. */
     static final char CHANGED = '\u02B9';
 
-    private static final HashSet<String> KEYWORDS = new HashSet<>(Arrays.asList(
+    private static final Set<String> KEYWORDS = Set.of(
         "and", "break", "do", "else", "elseif", "end", "false", "for", "function", "goto", "if", "in", "local", "nil",
-        "not", "or", "repeat", "return", "then", "true", "until", "while"));
+        "not", "or", "repeat", "return", "then", "true", "until", "while");
 
     private Lua() {}
-
-    static boolean isKeyword(String name) {
-        return KEYWORDS.contains(name);
-    }
 
     /** True for a property name that Lua takes after a dot. */
     static boolean isName(String name) {
@@ -27,13 +22,24 @@ final class Lua {
             boolean letter = c >= 'a' && c <= 'z' || c >= 'A' && c <= 'Z' || c == '_';
             if (!letter && (i == 0 || c < '0' || c > '9')) return false;
         }
-        return length > 0 && !isKeyword(name);
+        return length > 0 && !KEYWORDS.contains(name);
+    }
+
+    /** A property's key, which is a number where the text is one in its canonical form. */
+    static String key(String text) {
+        double number = canonicalNumber(text);
+        return number == number ? number(number) : quote(text);
+    }
+
+    /** The access to a property, as it follows its object. */
+    static String member(String key) {
+        return isName(key) ? '.' + key : '[' + key(key) + ']';
     }
 
     /** A variable's name in Lua: a dollar sign becomes its full-width form, a keyword is marked as changed. */
     static String variable(String name) {
         String plain = name.indexOf('$') < 0 ? name : name.replace('$', '\uFF04');
-        return isKeyword(plain) ? plain + CHANGED : plain;
+        return KEYWORDS.contains(plain) ? plain + CHANGED : plain;
     }
 
     static String number(double value) {
@@ -58,14 +64,10 @@ final class Lua {
             } else if (Character.isSurrogate(c)) {
                 boolean pair = Character.isHighSurrogate(c) && i + 1 < length && Character.isLowSurrogate(value.charAt(i + 1));
                 if (pair) text.append(c).append(value.charAt(++i));
-                else loneSurrogate(text, c);
+                else text.append("\\237\\").append(0x80 | c >> 6 & 0x3F).append('\\').append(0x80 | c & 0x3F);
             } else text.append(c);
         }
         return text.append('"').toString();
-    }
-
-    private static void loneSurrogate(StringBuilder text, char c) {
-        text.append("\\237\\").append(0x80 | c >> 6 & 0x3F).append('\\').append(0x80 | c & 0x3F);
     }
 
     /** The number that a property key stands for when it is one in its canonical form, else NaN. */

@@ -1,7 +1,8 @@
 package com.morrow.scrivel;
 
-import java.util.ArrayList;
+import java.util.ArrayDeque;
 import java.util.HashSet;
+import org.mozilla.javascript.ast.AstNode;
 
 /**
  * Writes pieces of code as Lua text. Each Lua line belongs to one JavaScript line: where a piece of another line begins,
@@ -10,6 +11,22 @@ import java.util.HashSet;
 final class LuaWriter {
     private static final int MOST_CONSTANTS = 65000;
 
+    /** A statement that Lua jumps over; written once where it begins and once where it ends. */
+    static final class Span {
+        /** Pieces of text that surely take less than Lua's longest jump of 32,767 instructions. */
+        static final int MOST_PIECES = 45000;
+
+        final AstNode node;
+        int begun = -1;
+
+        Span(AstNode node) {
+            this.node = node;
+        }
+    }
+
+    /** Where the function around the current one stands. */
+    private record Outer(int pieces, HashSet<String> constants) {}
+
     private final StringBuilder text = new StringBuilder(1 << 16);
     private final StringBuilder listing = new StringBuilder(1 << 14);
     private final StringBuilder functions = new StringBuilder();
@@ -17,8 +34,7 @@ final class LuaWriter {
     /** Large enough a script to have too many constants for Lua. */
     private final boolean large;
     private HashSet<String> constants = new HashSet<>();
-    private final ArrayList<Integer> outerPieces = new ArrayList<>();
-    private final ArrayList<HashSet<String>> outerConstants = new ArrayList<>();
+    private final ArrayDeque<Outer> outers = new ArrayDeque<>();
     private int luaLine;
     private int source = 1;
     private int current = 1;
@@ -31,19 +47,18 @@ final class LuaWriter {
     }
 
     void write(Object item) {
-        if (item instanceof String) token((String) item);
-        else if (item instanceof Integer) source = (Integer) item;
+        if (item instanceof String token) token(token);
+        else if (item instanceof Integer line) source = line;
         else if (item == Code.NEWLINE) newline();
         else if (item == Code.END) leave();
-        else if (item instanceof Code) {
-            Code code = (Code) item;
-            for (int i = 0; i < code.size; i++) write(code.items[i]);
-        } else if (item instanceof Block) {
-            for (Block.Link link = ((Block) item).head.next; link != null; link = link.next) {
+        else if (item instanceof Code code) {
+            for (Object part : code.items) write(part);
+        } else if (item instanceof Block block) {
+            for (Block.Link link = block.head.next; link != null; link = link.next) {
                 newline();
                 write(link.code);
             }
-        } else if (item instanceof Span) span((Span) item);
+        } else if (item instanceof Span span) span(span);
         else function((FunctionRow) item);
     }
 
@@ -57,11 +72,8 @@ final class LuaWriter {
     private void token(String token) {
         pieces++;
         if (large) constant(token);
-        if (empty) current = source;
-        else if (current != source) {
-            newline();
-            current = source;
-        }
+        if (current != source) newline();
+        current = source;
         text.append(token);
         empty = false;
     }
@@ -70,25 +82,22 @@ final class LuaWriter {
     private void constant(String token) {
         if (token.isEmpty()) return;
         char c = token.charAt(0);
-        boolean counts = c == '"' || c == '.' || c == ':' || c >= '0' && c <= '9' || token.endsWith("({");
-        if (counts && constants.add(token.endsWith("({") ? token + pieces : token)) checkConstants();
-    }
-
-    private void checkConstants() {
-        if (constants.size() > MOST_CONSTANTS) {
+        boolean table = token.endsWith("({");
+        boolean counts = table || c == '"' || c == '.' || c == ':' || c >= '0' && c <= '9';
+        if (counts && constants.add(table ? token + pieces : token) && constants.size() > MOST_CONSTANTS) {
             throw new Generator.Refusal(null, "A function, or the script outside of functions, has more than 65,000 constants");
         }
     }
 
     private void leave() {
-        pieces = outerPieces.remove(outerPieces.size() - 1) + 1;
-        constants = outerConstants.remove(outerConstants.size() - 1);
+        Outer outer = outers.pop();
+        pieces = outer.pieces() + 1;
+        constants = outer.constants();
         if (large) constants.add("function" + luaLine);
     }
 
     private void function(FunctionRow row) {
-        outerPieces.add(pieces);
-        outerConstants.add(constants);
+        outers.push(new Outer(pieces, constants));
         if (large) constants = new HashSet<>();
         if (functionHere || !empty && current != source) newline();
         functionHere = true;

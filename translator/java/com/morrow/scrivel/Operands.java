@@ -1,6 +1,7 @@
 package com.morrow.scrivel;
 
-import java.util.Arrays;
+import java.util.ArrayList;
+import java.util.List;
 import org.mozilla.javascript.ast.AstNode;
 
 /** Operands that are evaluated from left to right, each once, whatever statements the later ones need. */
@@ -8,8 +9,7 @@ final class Operands {
     private final Generator g;
     /** Lua reads a variable among these operands only when it has evaluated them all. */
     private final boolean late;
-    private Code[] codes = new Code[4];
-    private int count;
+    private final ArrayList<Code> codes = new ArrayList<>(4);
     private int settled;
 
     Operands(Generator g, boolean late) {
@@ -18,44 +18,57 @@ final class Operands {
     }
 
     Operands add(AstNode node) {
-        Block.Link mark = g.out.mark();
-        return put(mark, g.value(node));
+        return put(g.out.mark(), g.value(node));
     }
 
     /** Adds an operand whose statements, if any, come after the mark. */
     Operands put(Block.Link mark, Code code) {
-        if (g.out.grownSince(mark)) {
-            g.saveAt(mark, codes, settled, count);
-            settled = count;
-        } else if (late && code.calls) {
-            for (int i = settled; i < count; i++) if (codes[i].fragile) g.saveAt(mark, codes, i, i + 1);
+        if (g.out.mark() != mark) settle(mark);
+        else if (late && code.calls) {
+            for (int i = settled; i < count(); i++) if (get(i).fragile && !get(i).stable) codes.set(i, g.save(get(i), mark));
         }
-        if (count == codes.length) codes = Arrays.copyOf(codes, 2 * count);
-        codes[count++] = code;
+        codes.add(code);
         return this;
     }
 
-    /** Evaluates the last operand now, unless nothing can change it, so that it can be read several times. */
-    Code keep() {
-        g.saveAt(g.out.mark(), codes, settled, count);
-        settled = count;
-        return codes[count - 1];
+    /** Evaluates operands at a mark, those that could change. */
+    private void settle(Block.Link mark) {
+        for (; settled < count(); settled++) {
+            Code code = get(settled);
+            if (code.stable) continue;
+            codes.set(settled, g.save(code, mark));
+            mark = mark.next;
+        }
+    }
+
+    /** Evaluates the operands so far now, unless nothing can change them, so that they can be read several times. */
+    Operands keep() {
+        settle(g.out.mark());
+        return this;
     }
 
     /** Puts every operand so far into a variable, whatever it is. */
     void keepAll() {
-        for (int i = 0; i < count; i++) {
-            if (codes[i].rank == Code.PREFIX && codes[i].stable && !codes[i].parenthesis) continue;
-            codes[i] = g.save(codes[i]);
+        for (int i = 0; i < count(); i++) {
+            Code code = get(i);
+            if (code.rank != Code.PREFIX || !code.stable || code.parenthesis) codes.set(i, g.save(code));
         }
-        settled = count;
+        settled = count();
     }
 
     Code get(int i) {
-        return codes[i];
+        return codes.get(i);
+    }
+
+    Code last() {
+        return get(count() - 1);
+    }
+
+    List<Code> from(int first) {
+        return codes.subList(first, count());
     }
 
     int count() {
-        return count;
+        return codes.size();
     }
 }

@@ -11,8 +11,8 @@ final class Patterns {
 
     /** {@code ...x} in an array, a call, or an array pattern. */
     static boolean isSpread(AstNode node) {
-        if (node.getType() != Token.ASSIGN || !Rewriting.isMark(((Assignment) node).getLeft())) return false;
-        return node.getParent() instanceof ArrayLiteral || node.getParent() instanceof FunctionCall;
+        return node.getType() == Token.ASSIGN && Rewriting.isMark(((Assignment) node).getLeft())
+            && (node.getParent() instanceof ArrayLiteral || node.getParent() instanceof FunctionCall);
     }
 
     static boolean anySpread(List<AstNode> nodes) {
@@ -24,8 +24,8 @@ final class Patterns {
         return ((Assignment) node).getRight();
     }
 
-    private static boolean isNamed(ObjectProperty property, String name) {
-        return property.getLeft() instanceof Name && ((Name) property.getLeft()).getIdentifier().equals(name);
+    private static boolean isNamed(ObjectProperty property, String text) {
+        return property.getLeft() instanceof Name name && name.getIdentifier().equals(text);
     }
 
     /** {@code ...x} in an object literal or pattern. */
@@ -42,36 +42,36 @@ final class Patterns {
         return ((ArrayLiteral) property.getRight()).getElement(0);
     }
 
-    /** A parameter with a default value, or a rest parameter. */
-    private static boolean isWrapped(AstNode parameter) {
-        return parameter.getType() == Token.ARRAYLIT && !((ArrayLiteral) parameter).getElements().isEmpty()
-            && Rewriting.isMark(((ArrayLiteral) parameter).getElement(0));
+    /** What stands for a parameter with a default value, or for a rest parameter; null for others. */
+    private static AstNode wrapped(AstNode parameter) {
+        if (!(parameter instanceof ArrayLiteral array) || array.getElements().isEmpty()) return null;
+        return Rewriting.isMark(array.getElement(0)) ? array.getElement(1) : null;
     }
 
     static boolean isRest(AstNode parameter) {
-        return isWrapped(parameter) && isSpread(((ArrayLiteral) parameter).getElement(1));
+        AstNode inner = wrapped(parameter);
+        return inner != null && isSpread(inner);
     }
 
     /** What a parameter's value goes to: a name, a pattern, or one of both with a default value. */
     static AstNode parameter(AstNode parameter) {
-        if (!isWrapped(parameter)) return parameter;
-        AstNode inner = ((ArrayLiteral) parameter).getElement(1);
-        return isSpread(inner) ? spread(inner) : inner;
+        AstNode inner = wrapped(parameter);
+        return inner == null ? parameter : isSpread(inner) ? spread(inner) : inner;
     }
 
     /** {@code x?.}: x, if there is one. */
     static boolean isLink(AstNode node) {
-        return node.getType() == Token.GETPROP && Rewriting.isMark(((PropertyGet) node).getProperty());
+        return node instanceof PropertyGet get && Rewriting.isMark(get.getProperty());
     }
 
     /** What a member or a call is taken of; null for other expressions. */
     static AstNode target(AstNode node) {
-        switch (node.getType()) {
-            case Token.GETPROP: return ((PropertyGet) node).getTarget();
-            case Token.GETELEM: return ((ElementGet) node).getTarget();
-            case Token.CALL: return ((FunctionCall) node).getTarget();
-            default: return null;
-        }
+        return switch (node.getType()) {
+            case Token.GETPROP -> ((PropertyGet) node).getTarget();
+            case Token.GETELEM -> ((ElementGet) node).getTarget();
+            case Token.CALL -> ((FunctionCall) node).getTarget();
+            default -> null;
+        };
     }
 
     static boolean isOptional(AstNode node) {
@@ -82,22 +82,14 @@ final class Patterns {
     /** Adds the names that a target gives values to. */
     static void names(AstNode target, ArrayList<Name> names) {
         target = Expressions.bare(target);
-        switch (target.getType()) {
-            case Token.NAME:
-                if (!Rewriting.isMark(target)) names.add((Name) target);
-                return;
-            case Token.ASSIGN:
-                names(isSpread(target) ? spread(target) : ((Assignment) target).getLeft(), names);
-                return;
-            case Token.ARRAYLIT:
-                for (AstNode element : ((ArrayLiteral) target).getElements()) names(element, names);
-                return;
-            case Token.OBJECTLIT:
-                for (ObjectProperty property : ((ObjectLiteral) target).getElements()) {
-                    if (!isKey(property)) names(property.getRight(), names);
-                }
-                return;
-            default:
+        if (target instanceof Name name) {
+            if (!Rewriting.isMark(name)) names.add(name);
+        } else if (target instanceof Assignment part) {
+            names(isSpread(part) ? part.getRight() : part.getLeft(), names);
+        } else if (target instanceof ArrayLiteral array) {
+            for (AstNode element : array.getElements()) names(element, names);
+        } else if (target instanceof ObjectLiteral object) {
+            for (ObjectProperty property : object.getElements()) if (!isKey(property)) names(property.getRight(), names);
         }
     }
 }

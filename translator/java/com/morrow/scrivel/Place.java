@@ -1,69 +1,79 @@
 package com.morrow.scrivel;
 
-/** A member of an object that is read, written or deleted: its object and its key, evaluated once. */
-final class Place {
-    private final Generator g;
-    private final Operands operands;
-    private final int object;
-    private final int key;
-    /** The key where it is known, as text; null for a computed one. */
-    private final String field;
-    /** The JavaScript line on which an access fails. */
-    final int line;
+import org.mozilla.javascript.ast.*;
 
-    Place(Generator g, Operands operands, int object, int key, String field, int line) {
-        this.g = g;
-        this.operands = operands;
-        this.object = object;
-        this.key = key;
-        this.field = field;
-        this.line = line;
+/**
+ * What is read, written or deleted: a variable, or a member of an object. Which operands are the object and the key
+ * is told here; the key is text in `field` where that is known. An access that fails does so on `line`.
+ */
+record Place(Generator g, Name variable, Operands operands, int objectAt, int keyAt, String field, int line) {
+    /** Evaluates object and key of a member access into the operands. To be used more than once, they are kept. */
+    static Place of(Generator g, AstNode node, Operands operands, boolean several) {
+        int object = operands.add(Patterns.target(node)).count() - 1;
+        if (several) operands.keep();
+        if (node instanceof PropertyGet member) {
+            Name name = member.getProperty();
+            return new Place(g, null, operands, object, 0, name.getIdentifier(), g.line(name));
+        }
+        AstNode key = Expressions.bare(((ElementGet) node).getElement());
+        if (key instanceof StringLiteral literal) {
+            double number = Lua.canonicalNumber(literal.getValue());
+            if (number != number) return new Place(g, null, operands, object, 0, literal.getValue(), g.line(key));
+            operands.put(g.out.mark(), Code.atom(Lua.number(number), Types.NUMBER));
+        } else operands.add(key);
+        if (several) operands.keep();
+        return new Place(g, null, operands, object, operands.count() - 1, null, g.line(key));
+    }
+
+    /** A place that is assigned to; no Lua statement may begin with its object's parenthesis. */
+    static Place target(Generator g, AstNode node, Operands operands, boolean several) {
+        if (node instanceof Name name) return new Place(g, name, operands, 0, 0, null, g.line(name));
+        Place place = of(g, node, operands, several);
+        if (place.object().rank != Code.PREFIX || place.object().parenthesis) operands.keepAll();
+        return place;
     }
 
     Code object() {
-        return operands.get(object);
+        return operands.get(objectAt);
     }
 
     Code keyValue() {
-        return field != null ? Code.atom(Lua.quote(field), Types.STRING) : operands.get(key);
+        return field != null ? Code.atom(Lua.quote(field), Types.STRING) : operands.get(keyAt);
     }
 
     /** True when the key needs the library, since it may be text that means a number. */
-    private boolean general() {
-        return field == null && !Types.isNumber(operands.get(key).type);
+    private boolean isGeneral() {
+        return field == null && !Types.isNumber(operands.get(keyAt).type);
     }
 
     Code read() {
-        return general() ? call("get", null) : access();
+        if (variable != null) return g.expressions.name(variable);
+        return isGeneral() ? g.operators.library(line, "get", object(), keyValue()) : access();
     }
 
     private Code access() {
-        Code code = new Code().operand(object(), Code.PREFIX).line(line);
-        if (field == null) {
-            code.add("[").add(operands.get(key)).add("]");
-            code.weight = Math.max(object().weight, operands.get(key).weight + 1);
-            return code;
-        }
-        return code.add(Expressions.field(field));
-    }
-
-    private Code call(String function, Code value) {
-        Code code = new Code().line(line);
-        code.add(value == null ? g.operators.library(function, object(), keyValue()) : g.operators.library(function, object(), keyValue(), value));
-        code.isCall = true;
+        Code code = Code.of(object().within(Code.PREFIX), line);
+        if (field != null) return code.add(Lua.member(field));
+        code.add("[", keyValue(), "]");
+        code.weight = Math.max(object().weight, keyValue().weight + 1);
         return code;
     }
 
+    /** Writes a value; gives it, as it can be read afterwards when it is wanted. */
+    Code write(Code value, boolean wanted) {
+        if (wanted && (variable == null || Names.variable(variable) == null)) value = g.keep(value);
+        write(value);
+        return variable == null || !wanted || value.stable ? value : read().typed(value.type);
+    }
+
     void write(Code value) {
-        if (general()) g.out.add(call("set", value));
-        else if ("length".equals(field)) g.out.add(new Code().line(line).add(g.operators.library("setlength", object(), value)));
+        if (variable != null) g.assignments.write(variable, value, false);
+        else if (isGeneral()) g.out.add(g.operators.library(line, "set", object(), keyValue(), value));
+        else if ("length".equals(field)) g.out.add(g.operators.library(line, "setlength", object(), value));
         else {
-            Code code = new Code().line(g.line).add(access()).add(" = ");
             boolean elsewhere = value.lastLine != 0 && value.lastLine != line;
             // Lua blames the line of the last token for a failing store.
-            if (elsewhere) code.add("(").add(value).line(line).add(")");
-            else code.add(value);
-            g.out.add(code);
+            g.out.add(g.line, access(), " = ", elsewhere ? Code.of("(", value, line, ")") : value);
         }
     }
 }

@@ -4,7 +4,6 @@ import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.Paths;
 import org.mozilla.javascript.ast.AstRoot;
 
 /**
@@ -17,9 +16,10 @@ public final class Program implements Runnable {
 
     private final Path file;
     private final Diagnostics errors = new Diagnostics();
-    private String lua;
-    private String listing;
-    private IOException unreadable;
+    private Generator generator;
+    /** The results: null where the script has faults. */
+    private String lua, listing;
+    private String unreadable = "";
 
     private Program(Path file) {
         this.file = file;
@@ -35,42 +35,33 @@ public final class Program implements Runnable {
 
     /** Translates a file; gives the exit status. */
     static int translate(String source, String out, String err) throws InterruptedException {
-        Program program = new Program(Paths.get(source));
+        Program program = new Program(Path.of(source));
         Thread worker = new Thread(null, program, "translator", STACK);
         worker.start();
         worker.join();
+        boolean done = program.lua != null;
         try {
-            return program.answer(Paths.get(out), Paths.get(err));
+            if (done) write(out, program.lua);
+            write(err, done ? program.listing : program.unreadable + program.errors.text());
+            return done ? 0 : 1;
         } catch (IOException e) {
             System.err.println("Cannot write the result: " + e);
             return 2;
         }
     }
 
-    private int answer(Path out, Path err) throws IOException {
-        if (unreadable != null) {
-            Files.write(err, ("Cannot read the script: " + unreadable + "\n").getBytes(StandardCharsets.UTF_8));
-            return 1;
-        }
-        if (lua == null || errors.any()) {
-            Files.write(err, errors.text().getBytes(StandardCharsets.UTF_8));
-            return 1;
-        }
-        Files.write(out, lua.getBytes(StandardCharsets.UTF_8));
-        Files.write(err, listing.getBytes(StandardCharsets.ISO_8859_1));
-        return 0;
+    private static void write(String file, String text) throws IOException {
+        Files.write(Path.of(file), text.getBytes(StandardCharsets.UTF_8));
     }
 
     @Override
     public void run() {
         try {
-            Source source = Source.read(file, errors);
-            if (source != null) translate(source);
+            translate(new Source(file, errors));
         } catch (IOException e) {
-            unreadable = e;
+            unreadable = "Cannot read the script: " + e + "\n";
         } catch (Generator.Refusal e) {
-            if (e.node != null) errors.report(e.node, e.getMessage());
-            else errors.report(0, e.getMessage());
+            errors.report(e.node, e.getMessage());
         } catch (StackOverflowError e) {
             errors.report(0, "The script is nested too deeply to be translated");
         } catch (OutOfMemoryError e) {
@@ -80,34 +71,29 @@ public final class Program implements Runnable {
         }
     }
 
-    private Generator generator;
-
     private void fault(Throwable e) {
         if (System.getProperty("scrivel.debug") != null) e.printStackTrace();
         if (errors.any()) return;
         int offset = generator == null || generator.line < 2 ? 0 : generator.source.start(generator.line);
-        errors.report(offset, "The translator failed here (" + e + "); please report this script");
+        errors.reportToken(offset, "The translator failed here (" + e + "); please report this script");
     }
 
     private void translate(Source source) {
-        Syntax syntax = new Syntax(source, errors);
-        AstRoot root = syntax.parse();
+        if (source.malformed) return;
+        AstRoot root = Syntax.parse(source, errors);
         if (errors.any()) return;
         Types types = new Types();
-        Names names = new Names(errors, source, types);
-        FunctionInfo main = names.walk(root);
+        Names names = new Binding(source, errors, types).walk(root);
         if (errors.any()) return;
-        Lifetimes lifetimes = new Lifetimes(names, errors);
-        lifetimes.decide();
-        lifetimes.fit();
+        new Lifetimes(names, errors).decide();
         types.infer(names);
         if (errors.any()) return;
         generator = new Generator(source, errors, names, types);
-        generator.translate(root, main);
-        if (!errors.any()) write(source, generator);
+        generator.translate(root, names.functions.get(0));
+        if (!errors.any()) assemble(source);
     }
 
-    private void write(Source source, Generator generator) {
+    private void assemble(Source source) {
         LuaWriter writer = new LuaWriter(Functions.PROLOGUE + 1, source.text.length() > 300000);
         writer.write(generator.out);
         String text = writer.text();

@@ -1,7 +1,9 @@
 package com.morrow.scrivel;
 
-import java.util.Arrays;
+import com.morrow.scrivel.Tokens.Token;
 import java.util.HashMap;
+import org.mozilla.javascript.ast.AstNode;
+import org.mozilla.javascript.ast.Name;
 
 /**
  * Writes what is newer than the parser in a form that the parser takes, so that one walk over one tree sees all of the
@@ -19,193 +21,127 @@ import java.util.HashMap;
  * catch ({a}) {      catch (ʭ if {a}) {
  * </pre>
  */
-final class Rewriting implements Tokens.Edits {
+final class Rewriting {
     static final char MARK = '\u02AD';
     static final String SPREAD = String.valueOf(MARK), KEY = MARK + "k", VALUE = MARK + "v";
 
-    private int count;
-    private int[] froms = new int[64];
-    private int[] tos = new int[64];
-    private String[] texts = new String[64];
-    /** Where each replacement begins in the text for the parser. */
-    private int[] places = new int[64];
-
     /** By their offsets in the author's text: the operators that stand for another, and the words. */
-    private final HashMap<Integer, String> notes = new HashMap<>();
+    final HashMap<Integer, String> notes = new HashMap<>();
     private final Diagnostics errors;
-    private final Tokens tokens;
+    private final Edits edits;
+
+    Rewriting(String given, Diagnostics errors, Edits edits) {
+        this.errors = errors;
+        this.edits = edits;
+        Tokens tokens = new Tokens(given, errors, edits);
+        for (Token t = tokens.first.after; t != tokens.end; t = t.after) token(t);
+    }
 
     /** The first of an array literal's elements that makes it a parameter with a default value or a rest parameter. */
-    static boolean isMark(org.mozilla.javascript.ast.AstNode node) {
-        return node instanceof org.mozilla.javascript.ast.Name && ((org.mozilla.javascript.ast.Name) node).getIdentifier().equals(SPREAD);
+    static boolean isMark(AstNode node) {
+        return node instanceof Name name && name.getIdentifier().equals(SPREAD);
     }
 
-    Rewriting(String given, Diagnostics errors) {
-        this.errors = errors;
-        tokens = new Tokens(given, errors, this);
-        for (int i = 0; i < tokens.count; i++) token(i);
+    private void replace(Token t, String by) {
+        edits.replace(t.start, t.end, by);
     }
 
-    /** What an operator or a word was before; null when it is as it was written. */
-    String note(int offset) {
-        return notes.isEmpty() ? null : notes.get(original(offset));
-    }
-
-    // -- edits
-
-    @Override
-    public void replace(int from, int to, String by) {
-        if (count == froms.length) {
-            froms = Arrays.copyOf(froms, 2 * count);
-            tos = Arrays.copyOf(tos, 2 * count);
-            texts = Arrays.copyOf(texts, 2 * count);
-        }
-        int at = count++;
-        for (; at > 0 && (froms[at - 1] > from || from == to && froms[at - 1] == from && tos[at - 1] > from); at--) {
-            froms[at] = froms[at - 1];
-            tos[at] = tos[at - 1];
-            texts[at] = texts[at - 1];
-        }
-        froms[at] = from;
-        tos[at] = to;
-        texts[at] = by;
-    }
-
-    private void insert(int at, String what) {
-        replace(at, at, what);
-    }
-
-    /** The text for the parser. */
-    String apply(String given) {
-        if (count == 0) return given;
-        StringBuilder changed = new StringBuilder(given.length() + 8 * count);
-        places = new int[count];
-        int done = 0;
-        for (int i = 0; i < count; i++) {
-            changed.append(given, done, froms[i]);
-            places[i] = changed.length();
-            changed.append(texts[i]);
-            done = tos[i];
-        }
-        return changed.append(given, done, given.length()).toString();
-    }
-
-    /** The place in the author's text of an offset in the parser's. */
-    int original(int offset) {
-        if (count == 0) return offset;
-        int found = Arrays.binarySearch(places, 0, count, offset);
-        int i = found >= 0 ? found : -found - 2;
-        while (i + 1 < count && places[i + 1] == offset) i++;
-        if (i < 0) return offset;
-        int into = offset - places[i];
-        return into < texts[i].length() ? Math.min(tos[i], froms[i] + into) : tos[i] + into - texts[i].length();
-    }
-
-    // -- tokens
-
-    private void token(int i) {
-        Tokens t = tokens;
-        int start = t.starts[i], end = t.ends[i];
-        switch (t.kinds[i]) {
-            case Tokens.NAME:
-                if (t.escaped.containsKey(i) && actsAsKeyword(i)) {
-                    errors.reportToken(start, "Keyword must not contain escaped characters");
-                } else if (isKey(i) && t.is(i + 1, '=')) {
-                    notes.put(start, "=");
-                    insert(end, ": " + t.word(i));
+    private void token(Token t) {
+        switch (t.kind) {
+            case Tokens.NAME -> {
+                if (t.escaped != null && actsAsKeyword(t)) {
+                    errors.reportToken(t.start, "Keyword must not contain escaped characters");
+                } else if (isKey(t) && t.after.is('=')) {
+                    notes.put(t.start, "=");
+                    edits.insert(t.end, ": " + t.text());
                 }
-                return;
-            case Tokens.KEYWORD:
-                keyword(i);
-                return;
-            case '(':
-                if (t.partners[i] > 0 && isParameters(i)) parameters(i, t.partners[i]);
-                return;
-            case '[':
-                if (t.partners[i] > 0) computed(i, t.partners[i]);
-                return;
-            case Tokens.SPREAD:
-                if (!isLast(i)) notes.put(start, ",");
-                replace(start, end, t.inObject(i) ? MARK + " :" : MARK + " =");
-                return;
-            case Tokens.OPTIONAL:
-                replace(start, end, t.is(i + 1, Tokens.NAME) ? "." + MARK + "." : "." + MARK);
-                return;
-            case Tokens.NULLISH: case Tokens.LOGICAL_ASSIGN:
-                notes.put(start, t.word(i));
-                replace(start, end, t.kinds[i] == Tokens.NULLISH ? "||" : "|= ");
-                return;
-            default:
+            }
+            case Tokens.KEYWORD -> keyword(t);
+            case '(' -> {
+                if (t.opens() && isParameters(t)) parameters(t);
+            }
+            case '[' -> {
+                if (t.opens()) computed(t);
+            }
+            case Tokens.SPREAD -> {
+                if (!isLast(t)) notes.put(t.start, ",");
+                replace(t, t.inObject() ? MARK + " :" : MARK + " =");
+            }
+            case Tokens.OPTIONAL -> replace(t, t.after.is(Tokens.NAME) ? "." + MARK + "." : "." + MARK);
+            case Tokens.NULLISH, Tokens.LOGICAL_ASSIGN -> {
+                notes.put(t.start, t.text());
+                replace(t, t.is(Tokens.NULLISH) ? "||" : "|= ");
+            }
+            default -> {}
         }
     }
 
-    private boolean actsAsKeyword(int i) {
-        Tokens t = tokens;
-        if (isKey(i) && (t.is(i + 1, ':') || t.is(i + 1, '('))) return false;
-        boolean word = t.is(i + 1, Tokens.NAME) || t.is(i + 1, Tokens.STRING) || t.is(i + 1, Tokens.NUMBER) || t.is(i + 1, '[');
-        return Tokens.isReserved(t.escaped.get(i)) || word;
+    private boolean actsAsKeyword(Token t) {
+        Token next = t.after;
+        if (isKey(t) && (next.is(':') || next.is('('))) return false;
+        boolean word = next.is(Tokens.NAME) || next.is(Tokens.STRING) || next.is(Tokens.NUMBER) || next.is('[');
+        return word || Tokens.isReserved(t.escaped);
     }
 
     /** The first token of a property. */
-    private boolean isKey(int i) {
-        return tokens.inObject(i) && (tokens.is(i - 1, '{') || tokens.is(i - 1, ','));
+    private static boolean isKey(Token t) {
+        return t.inObject() && (t.before.is('{') || t.before.is(','));
     }
 
-    private void keyword(int i) {
-        Tokens t = tokens;
-        if (t.is(i, "for") && t.is(i + 1, '(') && t.is(i + 2, "const")) {
-            notes.put(t.starts[i + 2], "const");
-            replace(t.starts[i + 2], t.ends[i + 2], "let  ");
-        } else if (t.is(i, "catch") && t.is(i + 1, '{')) insert(t.ends[i], "(" + MARK + ")");
-        else if (t.is(i, "catch") && t.is(i + 1, '(') && (t.is(i + 2, '{') || t.is(i + 2, '['))) {
-            notes.put(t.starts[i + 2], "catch");
-            insert(t.starts[i + 2], MARK + " if ");
+    private void keyword(Token t) {
+        Token second = t.after.after;
+        if (t.is("catch") && t.after.is('{')) edits.insert(t.end, "(" + MARK + ")");
+        if (!t.after.is('(')) return;
+        if (t.is("for") && second.is("const")) {
+            notes.put(second.start, "const");
+            replace(second, "let  ");
+        } else if (t.is("catch") && (second.is('{') || second.is('['))) {
+            notes.put(second.start, "catch");
+            edits.insert(second.start, MARK + " if ");
         }
     }
 
     /** Whether no comma follows a spread element. */
-    private boolean isLast(int i) {
-        Tokens t = tokens;
-        int bracket = t.around[i];
-        for (i++; i < t.count && t.around[i] == bracket; i++) {
-            if (t.is(i, ',')) return false;
-            if (t.partners[i] > i) i = t.partners[i];
+    private static boolean isLast(Token spread) {
+        for (Token t = spread.after; t.around == spread.around; t = t.after) {
+            if (t.is(',')) return false;
+            if (t.opens()) t = t.partner;
         }
         return true;
     }
 
-    private boolean isParameters(int i) {
-        Tokens t = tokens;
-        if (t.is(i - 1, "function") || t.is(i - 2, "function") || t.is(t.partners[i] + 1, Tokens.ARROW)) return true;
-        return t.inObject(i) && t.is(t.partners[i] + 1, '{');
+    private static boolean isParameters(Token open) {
+        Token next = open.partner.after;
+        if (open.before.is("function") || open.before.before.is("function")) return true;
+        return next.is(Tokens.ARROW) || open.inObject() && next.is('{');
     }
 
-    private void parameters(int open, int close) {
-        Tokens t = tokens;
-        int first = open + 1;
-        boolean changed = t.is(first, Tokens.SPREAD);
-        for (int i = first; i <= close; i++) {
-            if (i == close || t.is(i, ',')) {
-                if (i < close && t.is(first, Tokens.SPREAD)) errors.reportToken(t.starts[first], "Rest parameter must be last formal parameter");
-                if (changed && i > first) {
-                    insert(t.starts[first], "[" + MARK + ",");
-                    insert(t.ends[i - 1], "]");
+    private void parameters(Token open) {
+        Token first = open.after, close = open.partner;
+        boolean changed = first.is(Tokens.SPREAD);
+        for (Token t = first; t != close.after; t = t.after) {
+            if (t == close || t.is(',')) {
+                boolean early = t != close && first.is(Tokens.SPREAD);
+                if (early) errors.reportToken(first.start, "Rest parameter must be last formal parameter");
+                if (changed && t != first) {
+                    edits.insert(first.start, "[" + MARK + ",");
+                    edits.insert(t.before.end, "]");
                 }
-                if (i == close && i == first && i > open + 1) replace(t.starts[i - 1], t.ends[i - 1], " ");
-                first = i + 1;
-                changed = t.is(first, Tokens.SPREAD);
-            } else if (t.is(i, '=')) changed = true;
-            else if (t.partners[i] > i) i = t.partners[i];
+                if (t == close && t == first && t.before != open) replace(t.before, " ");
+                first = t.after;
+                changed = first.is(Tokens.SPREAD);
+            } else if (t.is('=')) changed = true;
+            else if (t.opens()) t = t.partner;
         }
     }
 
-    private void computed(int open, int close) {
-        Tokens t = tokens;
-        boolean accessor = isKey(open - 1) && (t.is(open - 1, "get") || t.is(open - 1, "set")) && t.is(close + 1, '(');
-        if (accessor) replace(t.starts[open - 1], t.ends[open - 1], KEY + ":");
-        else if (isKey(open) && (t.is(close + 1, ':') || t.is(close + 1, '('))) insert(t.starts[open], KEY + ":");
+    private void computed(Token open) {
+        Token word = open.before, next = open.partner.after;
+        boolean accessor = isKey(word) && (word.is("get") || word.is("set")) && next.is('(');
+        if (accessor) replace(word, KEY + ":");
+        else if (isKey(open) && (next.is(':') || next.is('('))) edits.insert(open.start, KEY + ":");
         else return;
-        if (t.is(close + 1, ':')) replace(t.starts[close + 1], t.ends[close + 1], "," + VALUE + ":");
-        else insert(t.starts[close + 1], "," + (accessor ? t.word(open - 1) + " " : "") + VALUE);
+        if (next.is(':')) replace(next, "," + VALUE + ":");
+        else edits.insert(next.start, "," + (accessor ? word.text() + " " : "") + VALUE);
     }
 }

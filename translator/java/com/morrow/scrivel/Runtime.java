@@ -1,6 +1,5 @@
 package com.morrow.scrivel;
 
-import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.HashSet;
 import java.util.List;
@@ -16,10 +15,12 @@ final class Runtime {
 
     private final HashSet<String> taken;
     private final HashMap<String, String> locals = new HashMap<>();
-    private final ArrayList<String> order = new ArrayList<>();
+    private final StringBuilder localNames = new StringBuilder();
+    private final StringBuilder localValues = new StringBuilder();
     private final HashMap<String, Integer> shapes = new HashMap<>();
     private final StringBuilder shapeLocals = new StringBuilder();
     private final StringBuilder shapeTable = new StringBuilder();
+    /** The library's table, and that of the shapes that are no locals. */
     final String js;
     private final String shapesName;
 
@@ -30,22 +31,26 @@ final class Runtime {
     }
 
     /** A name that no variable of the script has. */
-    String free(String name) {
+    private String free(String name) {
         return taken.contains(name) ? name + Lua.CHANGED : name;
     }
 
+    /** A library function as a function of the script reaches it. */
     String name(String name, FunctionInfo user) {
-        if (!fits(name, user)) return luaGlobal(name) ? name : js + '.' + name;
+        boolean isLua = name.equals("setmetatable") || name.equals("type");
+        String value = isLua ? name : js + '.' + name;
+        if (!fits(name, user)) return value;
         String local = locals.get(name);
         if (local != null) return local;
         local = name.equals("arguments") ? name + Lua.CHANGED : free(name);
+        localNames.append(locals.isEmpty() ? "" : ", ").append(local);
+        localValues.append(locals.isEmpty() ? "" : ", ").append(value);
         locals.put(name, local);
-        order.add(name);
         return local;
     }
 
     private boolean fits(String name, FunctionInfo user) {
-        if (!locals.containsKey(name) && order.size() >= MOST_LOCALS) return false;
+        if (!locals.containsKey(name) && locals.size() >= MOST_LOCALS) return false;
         for (FunctionInfo f = user; f.parent != null; f = f.parent) {
             if (!f.runtime.contains(name) && f.runtime.size() >= MOST_A_FUNCTION) return false;
         }
@@ -53,47 +58,28 @@ final class Runtime {
         return true;
     }
 
-    private static boolean luaGlobal(String name) {
-        return name.equals("setmetatable") || name.equals("type");
-    }
-
+    /** The shape with some keys as a function of the script reaches it. */
     String shape(List<String> keys, FunctionInfo user) {
-        StringBuilder text = new StringBuilder();
-        for (String key : keys) text.append(text.length() == 0 ? "" : ", ").append(Lua.quote(key));
-        String list = text.toString();
-        Integer known = shapes.get(list);
+        StringBuilder list = new StringBuilder(js + ".shape(");
+        for (int i = 0; i < keys.size(); i++) list.append(i == 0 ? "" : ", ").append(Lua.quote(keys.get(i)));
+        String made = list.append(')').toString();
+        Integer known = shapes.get(made);
         int index = known != null ? known : shapes.size() + 1;
         boolean local = index <= MOST_SHAPE_LOCALS;
+        String name = local ? free("shape" + index) : shapesName;
         if (known == null) {
-            shapes.put(list, index);
-            String made = js + ".shape(" + list + ")";
-            if (local) shapeLocals.append("local ").append(shapeName(index)).append(" = ").append(made).append("; ");
+            shapes.put(made, index);
+            if (local) shapeLocals.append("local ").append(name).append(" = ").append(made).append("; ");
             else shapeTable.append('[').append(index).append("] = ").append(made).append(", ");
         }
-        String name = local ? shapeName(index) : shapesName;
-        if (!local || fits(name, user)) return local ? name : shapesName + '[' + index + ']';
-        return js + ".shape(" + list + ")";
-    }
-
-    private String shapeName(int index) {
-        return free("shape" + index);
+        if (!local) return name + '[' + index + ']';
+        return fits(name, user) ? name : made;
     }
 
     /** One Lua line that defines all that was asked for. */
     String definitions() {
-        StringBuilder text = new StringBuilder();
-        if (!order.isEmpty()) {
-            StringBuilder values = new StringBuilder();
-            text.append("local ");
-            for (int i = 0; i < order.size(); i++) {
-                String name = order.get(i);
-                text.append(i == 0 ? "" : ", ").append(locals.get(name));
-                values.append(i == 0 ? "" : ", ").append(luaGlobal(name) ? name : js + '.' + name);
-            }
-            text.append(" = ").append(values).append("; ");
-        }
-        text.append(shapeLocals);
-        if (shapeTable.length() > 0) text.append("local ").append(shapesName).append(" = {").append(shapeTable).append('}');
-        return text.toString();
+        String functions = locals.isEmpty() ? "" : "local " + localNames + " = " + localValues + "; ";
+        String table = shapeTable.length() == 0 ? "" : "local " + shapesName + " = {" + shapeTable + '}';
+        return functions + shapeLocals + table;
     }
 }

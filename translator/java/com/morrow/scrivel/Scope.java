@@ -3,9 +3,7 @@ package com.morrow.scrivel;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.HashSet;
-import org.mozilla.javascript.ast.AstNode;
-import org.mozilla.javascript.ast.CatchClause;
-import org.mozilla.javascript.ast.FunctionNode;
+import org.mozilla.javascript.ast.*;
 
 /** A stretch of text with names of its own: a function, a block, a loop's head, a switch or a catch clause. */
 final class Scope {
@@ -36,8 +34,14 @@ final class Scope {
         }
     }
 
+    /** Holds a function's parameters and variables, or the script's. */
+    boolean isFunction() {
+        return this == function.real().scope;
+    }
+
     boolean isBodyOfCatch(String name) {
-        return parent != null && parent.node instanceof CatchClause && parent.names.containsKey(name) && node == ((CatchClause) parent.node).getBody();
+        if (parent == null || !(parent.node instanceof CatchClause clause)) return false;
+        return node == clause.getBody() && parent.names.containsKey(name);
     }
 
     Variable declare(String name, Variable.Kind kind) {
@@ -53,9 +57,5 @@ final class Scope {
             if (found != null) return found;
         }
         return null;
-    }
-
-    int end() {
-        return node.getPosition() + node.getLength();
     }
 }

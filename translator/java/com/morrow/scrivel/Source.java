@@ -3,49 +3,40 @@ package com.morrow.scrivel;
 import java.io.IOException;
 import java.nio.ByteBuffer;
 import java.nio.CharBuffer;
-import java.nio.charset.CharsetDecoder;
-import java.nio.charset.CoderResult;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
+import java.util.HashMap;
 
-/** A script's text, and where in it an offset lies. Lines and columns count from 1; lines end at a line feed, as for the host. */
+/**
+ * A script's text as its author wrote it, and as the parser reads it: lines are the same, offsets may differ. Lines and
+ * columns count from 1; lines end at a line feed, as for the host.
+ */
 final class Source {
-    /** As its author wrote it, and as the parser reads it: lines are the same, offsets may differ. */
     final String given;
     String text;
-    private final int[] givenStarts;
-    private int[] starts;
-    private Rewriting rewriting;
+    /** Not UTF-8, which has been reported. */
+    final boolean malformed;
+    /** Where in the author's text the lines begin. */
+    private final int[] starts;
+    private final Edits edits = new Edits();
+    private HashMap<Integer, String> notes;
 
-    /** Reads a UTF-8 file; a malformed sequence is reported with its place and gives null. */
-    static Source read(Path file, Diagnostics errors) throws IOException {
+    /** Reads a file; what is malformed or no token is reported with its place. */
+    Source(Path file, Diagnostics errors) throws IOException {
         ByteBuffer bytes = ByteBuffer.wrap(Files.readAllBytes(file));
         CharBuffer chars = CharBuffer.allocate(bytes.remaining() + 1);
-        CharsetDecoder decoder = StandardCharsets.UTF_8.newDecoder();
-        CoderResult result = decoder.decode(bytes, chars, true);
-        chars.flip();
-        Source source = new Source(chars.toString());
-        errors.source = source;
-        if (!result.isError()) {
-            source.rewrite(errors);
-            return source;
+        malformed = StandardCharsets.UTF_8.newDecoder().decode(bytes, chars, true).isError();
+        String read = chars.flip().toString();
+        given = text = read.startsWith("\uFEFF") ? " " + read.substring(1) : read;
+        starts = lineStarts(given);
+        errors.source = this;
+        if (malformed) errors.reportToken(given.length(), "The text is not valid UTF-8 from here on; save the file as UTF-8");
+        else {
+            notes = new Rewriting(given, errors, edits).notes;
+            text = edits.apply(given);
         }
-        errors.reportToken(source.given.length(), "The text is not valid UTF-8 from here on; save the file as UTF-8");
-        return null;
-    }
-
-    private Source(String read) {
-        given = read.startsWith("\uFEFF") ? " " + read.substring(1) : read;
-        text = given;
-        givenStarts = starts = lineStarts(given);
-    }
-
-    private void rewrite(Diagnostics errors) {
-        rewriting = new Rewriting(given, errors);
-        text = rewriting.apply(given);
-        if (text != given) starts = lineStarts(text);
     }
 
     private static int[] lineStarts(String text) {
@@ -58,42 +49,38 @@ final class Source {
         return Arrays.copyOf(starts, lines);
     }
 
+    /** The line of an offset in the parser's text. */
     int line(int offset) {
-        return line(starts, offset);
+        return givenLine(edits.original(offset));
     }
 
-    private static int line(int[] starts, int offset) {
-        int found = Arrays.binarySearch(starts, offset);
-        return found >= 0 ? found + 1 : -found - 1;
+    /** Where an offset of the parser's text lies in the author's. */
+    int original(int offset) {
+        return edits.original(Math.max(0, Math.min(offset, text.length())));
     }
+
+    /** What the author wrote, an operator or a word, where the parser got something else; null where it did not. */
+    String note(int offset) {
+        return notes.isEmpty() ? null : notes.get(edits.original(offset));
+    }
+
+    // In the author's text.
 
     int start(int line) {
         return starts[line - 1];
     }
 
-    /** Where an offset of the parser's text lies in the author's. */
-    int original(int offset) {
-        return rewriting == null ? offset : rewriting.original(offset);
-    }
-
-    /** What the author wrote where the parser got something else; null where it did not. */
-    String note(int offset) {
-        return rewriting.note(offset);
-    }
-
-    // Lines and columns of offsets in the author's text.
-
     int givenLine(int offset) {
-        return line(givenStarts, offset);
+        int found = Arrays.binarySearch(starts, offset);
+        return found >= 0 ? found + 1 : -found - 1;
     }
 
     int givenColumn(int offset) {
-        return offset - givenStarts[givenLine(offset) - 1] + 1;
+        return offset - start(givenLine(offset)) + 1;
     }
 
     /** The last line that holds anything; a line feed that ends the file begins no line. */
     int lastLine() {
-        int lines = givenStarts.length;
-        return lines > 1 && givenStarts[lines - 1] == given.length() ? lines - 1 : lines;
+        return Math.max(1, givenLine(given.length() - 1));
     }
 }

@@ -3,36 +3,60 @@ package com.morrow.scrivel;
 import org.mozilla.javascript.CompilerEnvirons;
 import org.mozilla.javascript.Context;
 import org.mozilla.javascript.Parser;
-import org.mozilla.javascript.ast.AstRoot;
+import org.mozilla.javascript.ast.*;
 
 /** Parses a script, and says in an author's words what the parser did not take. */
 final class Syntax {
-    private final Source source;
-    private final Diagnostics errors;
+    private Syntax() {}
 
-    Syntax(Source source, Diagnostics errors) {
-        this.source = source;
-        this.errors = errors;
-    }
-
-    AstRoot parse() {
+    /** The tree, with positions that count from the beginning of the text; what does not parse is reported. */
+    static AstRoot parse(Source source, Diagnostics errors) {
         CompilerEnvirons settings = new CompilerEnvirons();
         settings.setLanguageVersion(Context.VERSION_ES6);
         settings.setRecoverFromErrors(true);
         settings.setIdeMode(true);
         settings.setXmlAvailable(false);
         settings.setErrorReporter(errors);
-        return new Parser(settings, errors).parse(source.text, "source", 1);
+        AstRoot root = new Parser(settings, errors).parse(source.text, "source", 1);
+        if (!errors.any()) root.visit(new Placing());
+        return root;
+    }
+
+    /** The parser counts a node's position from its parent's, but for slips in loops within labelled statements. */
+    private static final class Placing implements NodeVisitor {
+        @Override
+        public boolean visit(AstNode node) {
+            AstNode parent = node.getParent();
+            if (parent instanceof Loop loop && isMisplaced(node, loop)) node.setPosition(node.getPosition() + labelAround(loop));
+            if (parent != null) node.setPosition(parent.getPosition() + node.getPosition());
+            if (node instanceof Loop loop && !(node instanceof DoLoop)) {
+                loop.setLength(loop.getBody().getPosition() + loop.getBody().getLength());
+            }
+            if (!(node instanceof ObjectProperty property) || property.getLeft() != property.getRight()) return true;
+            property.getLeft().visit(this);
+            return false;
+        }
+
+        /** A condition stands behind its parenthesis, unless its place was counted from the label's. */
+        private static boolean isMisplaced(AstNode node, Loop loop) {
+            AstNode condition = loop instanceof WhileLoop whole ? whole.getCondition()
+                : loop instanceof DoLoop whole ? whole.getCondition() : null;
+            return node == condition && node.getPosition() <= loop.getLp();
+        }
+
+        private static int labelAround(AstNode node) {
+            while (node != null && !(node instanceof LabeledStatement)) node = node.getParent();
+            return node == null ? 0 : node.getPosition();
+        }
     }
 
     /**
      * A sentence for a parser's message, naming the feature where the text shows which one was meant; null for what the
      * parser does not take but its tree holds whole.
      */
-    static String explain(String text, int offset, int length, String message) {
-        if (message.startsWith("Default values") || message.startsWith("Invalid assignment left") || message.startsWith("Property \"")
-            || message.contains("redeclaration of")) return null;
-        int at = offset;
+    static String explain(String text, int at, int length, String message) {
+        if (message.startsWith("Default values") || message.startsWith("Invalid assignment left")
+            || message.startsWith("Property \"") || message.contains("redeclaration of")) return null;
         String feature = feature(text, at, message);
         if (feature != null) return feature + " not supported";
         if (message.startsWith("TypeError: ")) message = message.substring(11);

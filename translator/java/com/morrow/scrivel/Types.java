@@ -16,73 +16,68 @@ final class Types {
 
     private static final int MOST_ROUNDS = 12;
 
-    private final ArrayList<Variable.Use> targets = new ArrayList<>();
-    private final ArrayList<AstNode> values = new ArrayList<>();
-    private final ArrayList<FunctionInfo> returning = new ArrayList<>();
-    private final ArrayList<AstNode> results = new ArrayList<>();
+    private record Assigned(Variable.Use target, AstNode value) {}
+
+    private record Returned(FunctionInfo function, AstNode value) {}
+
+    private final ArrayList<Assigned> assigned = new ArrayList<>();
+    private final ArrayList<Returned> returned = new ArrayList<>();
     boolean mathIsPlain;
 
+    /** Notes that a name gets a value; null for a declaration that gives none. */
     void assigned(Variable.Use use, AstNode value) {
-        if (value == null) return;
-        targets.add(use);
-        values.add(value);
+        if (value != null) assigned.add(new Assigned(use, value));
     }
 
+    /** Notes that a function returns a value, or nothing for null. */
     void returned(FunctionInfo function, AstNode value) {
-        returning.add(function);
-        results.add(value == null ? ANYTHING : value);
+        returned.add(new Returned(function, value == null ? ANYTHING : value));
     }
 
     void infer(Names names) {
         mathIsPlain = names.mathIsPlain();
-        for (Scope scope : names.scopes) {
-            for (Variable variable : scope.variables) variable.type = initial(variable);
-        }
-        for (FunctionInfo function : names.functions) {
-            boolean falls = function.node == null || !Flow.ends(function.node.getBody());
-            function.returnType = falls ? UNKNOWN : NONE;
-        }
+        begin(names, false);
         for (int round = 0; round < MOST_ROUNDS; round++) {
             if (!settle()) return;
         }
-        forget(names);
+        begin(names, true);
+    }
+
+    /** Gives every variable and function the type from which it may only widen, or none to rely on. */
+    private static void begin(Names names, boolean unknown) {
+        for (Scope scope : names.scopes) {
+            for (Variable variable : scope.variables) variable.type = unknown ? UNKNOWN : initial(variable);
+        }
+        for (FunctionInfo function : names.functions) {
+            boolean falls = function.node == null || !Flow.ends(function.node.getBody());
+            function.returnType = unknown || falls ? UNKNOWN : NONE;
+        }
     }
 
     private static int initial(Variable variable) {
-        switch (variable.kind) {
-            case FUNCTION:
-                return variable.writes == 0 ? FUNCTION : UNKNOWN;
-            case VAR: case LET: case CONST:
-                return variable.safe && variable.initialised && !variable.shared ? NONE : UNKNOWN;
-            default:
-                return UNKNOWN;
-        }
+        if (variable.kind == Variable.Kind.FUNCTION) return variable.writes == 0 ? FUNCTION : UNKNOWN;
+        boolean local = variable.isLexical() || variable.kind == Variable.Kind.VAR;
+        return local && variable.safe && variable.initialised && !variable.shared ? NONE : UNKNOWN;
     }
 
+    /** One round over what is assigned and returned; true when a type changed. */
     private boolean settle() {
         boolean changed = false;
-        for (int i = 0; i < targets.size(); i++) {
-            Variable variable = targets.get(i).variable;
+        for (Assigned one : assigned) {
+            Variable variable = one.target.variable;
             if (variable == null || variable.type == UNKNOWN || variable.kind == Variable.Kind.FUNCTION) continue;
-            int type = join(variable.type, of(values.get(i)));
+            int type = join(variable.type, of(one.value));
             changed |= type != variable.type;
             variable.type = type;
         }
-        for (int i = 0; i < returning.size(); i++) {
-            FunctionInfo function = returning.get(i);
+        for (Returned one : returned) {
+            FunctionInfo function = one.function;
             if (function.returnType == UNKNOWN) continue;
-            int type = join(function.returnType, of(results.get(i)));
+            int type = join(function.returnType, of(one.value));
             changed |= type != function.returnType;
             function.returnType = type;
         }
         return changed;
-    }
-
-    private static void forget(Names names) {
-        for (Scope scope : names.scopes) {
-            for (Variable variable : scope.variables) variable.type = UNKNOWN;
-        }
-        for (FunctionInfo function : names.functions) function.returnType = UNKNOWN;
     }
 
     static int join(int one, int other) {
@@ -101,48 +96,36 @@ final class Types {
 
     /** The type of an expression as far as the types of variables are known by now. */
     int of(AstNode node) {
-        switch (node.getType()) {
-            case Token.NUMBER:
-                return isNumeric(((NumberLiteral) node).getNumber()) ? INTEGER : NUMBER;
-            case Token.STRING: case Token.TEMPLATE_LITERAL: case Token.TYPEOF: case Token.TYPEOFNAME:
-                return STRING;
-            case Token.TRUE: case Token.FALSE: case Token.NOT: case Token.DELPROP: case Token.IN: case Token.INSTANCEOF:
-            case Token.LT: case Token.LE: case Token.GT: case Token.GE:
-            case Token.EQ: case Token.NE: case Token.SHEQ: case Token.SHNE:
-                return BOOLEAN;
-            case Token.FUNCTION:
-                return FUNCTION;
-            case Token.ARRAYLIT: case Token.OBJECTLIT: case Token.NEW:
-                return OBJECT;
-            case Token.NAME:
-                return name((Name) node);
-            case Token.LP:
-                return of(((ParenthesizedExpression) node).getExpression());
-            case Token.COMMA: case Token.ASSIGN:
-                return of(((InfixExpression) node).getRight());
-            case Token.HOOK: {
+        return switch (node.getType()) {
+            case Token.NUMBER -> isNumeric(((NumberLiteral) node).getNumber()) ? INTEGER : NUMBER;
+            case Token.STRING, Token.TEMPLATE_LITERAL, Token.TYPEOF, Token.TYPEOFNAME -> STRING;
+            case Token.TRUE, Token.FALSE, Token.NOT, Token.DELPROP, Token.IN, Token.INSTANCEOF, Token.LT, Token.LE, Token.GT,
+                Token.GE, Token.EQ, Token.NE, Token.SHEQ, Token.SHNE -> BOOLEAN;
+            case Token.FUNCTION -> FUNCTION;
+            case Token.ARRAYLIT, Token.OBJECTLIT, Token.NEW -> OBJECT;
+            case Token.NAME -> name((Name) node);
+            case Token.LP -> of(((ParenthesizedExpression) node).getExpression());
+            case Token.COMMA, Token.ASSIGN -> of(((InfixExpression) node).getRight());
+            case Token.HOOK -> {
                 ConditionalExpression choice = (ConditionalExpression) node;
-                return join(of(choice.getTrueExpression()), of(choice.getFalseExpression()));
+                yield join(of(choice.getTrueExpression()), of(choice.getFalseExpression()));
             }
-            case Token.AND: case Token.OR:
-                return join(of(((InfixExpression) node).getLeft()), of(((InfixExpression) node).getRight()));
-            case Token.INC: case Token.DEC:
-                return of(((UpdateExpression) node).getOperand()) == INTEGER ? INTEGER : NUMBER;
-            case Token.NEG: case Token.POS:
-                return of(((UnaryExpression) node).getOperand()) == INTEGER ? INTEGER : NUMBER;
-            case Token.BITNOT:
-                return INTEGER;
-            case Token.CALL:
-                return call((FunctionCall) node);
-            default:
-                if (!(node instanceof InfixExpression) || Names.operator(node) != null) return UNKNOWN;
-                int operator = operator(node.getType());
-                if (operator != Token.ADD && operator != Token.SUB) return binary(operator, UNKNOWN, UNKNOWN);
-                return binary(operator, of(((InfixExpression) node).getLeft()), of(((InfixExpression) node).getRight()));
-        }
+            case Token.AND, Token.OR -> join(of(((InfixExpression) node).getLeft()), of(((InfixExpression) node).getRight()));
+            case Token.INC, Token.DEC -> of(((UpdateExpression) node).getOperand()) == INTEGER ? INTEGER : NUMBER;
+            case Token.NEG, Token.POS -> of(((UnaryExpression) node).getOperand()) == INTEGER ? INTEGER : NUMBER;
+            case Token.BITNOT -> INTEGER;
+            case Token.CALL -> call(((FunctionCall) node).getTarget());
+            default -> node instanceof InfixExpression infix && Names.operator(node) == null ? infix(infix) : UNKNOWN;
+        };
     }
 
-    private int name(Name node) {
+    private int infix(InfixExpression node) {
+        int operator = operator(node.getType());
+        boolean asks = operator == Token.ADD || operator == Token.SUB;
+        return asks ? binary(operator, of(node.getLeft()), of(node.getRight())) : binary(operator, UNKNOWN, UNKNOWN);
+    }
+
+    private static int name(Name node) {
         Variable.Use use = Names.use(node);
         if (use == null) return UNKNOWN;
         if (use.variable != null) return use.early ? UNKNOWN : use.variable.type;
@@ -150,49 +133,43 @@ final class Types {
         return name.equals("NaN") || name.equals("Infinity") ? NUMBER : UNKNOWN;
     }
 
-    private int call(FunctionCall node) {
-        AstNode target = node.getTarget();
-        if (target.getType() == Token.NAME) {
-            Variable variable = Names.variable(target);
-            return variable == null || variable.declaration == null || variable.writes > 0 ? UNKNOWN : variable.declaration.returnType;
-        }
-        return mathIsPlain && Calls.mathFunction(target) != null ? NUMBER : UNKNOWN;
+    private int call(AstNode target) {
+        if (target.getType() != Token.NAME) return mathIsPlain && Calls.mathFunction(target) != null ? NUMBER : UNKNOWN;
+        Variable variable = Names.variable(target);
+        boolean known = variable != null && variable.declaration != null && variable.writes == 0;
+        return known ? variable.declaration.returnType : UNKNOWN;
     }
 
     /** The operator of a compound assignment, and every other operator itself. */
     static int operator(int token) {
-        switch (token) {
-            case Token.ASSIGN_ADD: return Token.ADD;
-            case Token.ASSIGN_SUB: return Token.SUB;
-            case Token.ASSIGN_MUL: return Token.MUL;
-            case Token.ASSIGN_DIV: return Token.DIV;
-            case Token.ASSIGN_MOD: return Token.MOD;
-            case Token.ASSIGN_EXP: return Token.EXP;
-            case Token.ASSIGN_BITOR: return Token.BITOR;
-            case Token.ASSIGN_BITXOR: return Token.BITXOR;
-            case Token.ASSIGN_BITAND: return Token.BITAND;
-            case Token.ASSIGN_LSH: return Token.LSH;
-            case Token.ASSIGN_RSH: return Token.RSH;
-            case Token.ASSIGN_URSH: return Token.URSH;
-            default: return token;
-        }
+        return switch (token) {
+            case Token.ASSIGN_ADD -> Token.ADD;
+            case Token.ASSIGN_SUB -> Token.SUB;
+            case Token.ASSIGN_MUL -> Token.MUL;
+            case Token.ASSIGN_DIV -> Token.DIV;
+            case Token.ASSIGN_MOD -> Token.MOD;
+            case Token.ASSIGN_EXP -> Token.EXP;
+            case Token.ASSIGN_BITOR -> Token.BITOR;
+            case Token.ASSIGN_BITXOR -> Token.BITXOR;
+            case Token.ASSIGN_BITAND -> Token.BITAND;
+            case Token.ASSIGN_LSH -> Token.LSH;
+            case Token.ASSIGN_RSH -> Token.RSH;
+            case Token.ASSIGN_URSH -> Token.URSH;
+            default -> token;
+        };
     }
 
     static int binary(int operator, int left, int right) {
-        switch (operator) {
-            case Token.ADD:
-                if (left == NONE || right == NONE) return NONE;
-                if (left == STRING || right == STRING) return STRING;
-                if (left == INTEGER && right == INTEGER) return INTEGER;
-                return isNumber(left) && isNumber(right) ? NUMBER : UNKNOWN;
-            case Token.SUB:
-                return left == INTEGER && right == INTEGER ? INTEGER : NUMBER;
-            case Token.MUL: case Token.DIV: case Token.MOD: case Token.EXP:
-                return NUMBER;
-            case Token.BITOR: case Token.BITXOR: case Token.BITAND: case Token.LSH: case Token.RSH: case Token.URSH:
-                return INTEGER;
-            default:
-                return UNKNOWN;
-        }
+        return switch (operator) {
+            case Token.ADD -> {
+                if (left == NONE || right == NONE) yield NONE;
+                if (left == STRING || right == STRING) yield STRING;
+                yield isNumber(left) && isNumber(right) ? join(left, right) : UNKNOWN;
+            }
+            case Token.SUB -> left == INTEGER && right == INTEGER ? INTEGER : NUMBER;
+            case Token.MUL, Token.DIV, Token.MOD, Token.EXP -> NUMBER;
+            case Token.BITOR, Token.BITXOR, Token.BITAND, Token.LSH, Token.RSH, Token.URSH -> INTEGER;
+            default -> UNKNOWN;
+        };
     }
 }

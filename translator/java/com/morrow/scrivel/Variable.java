@@ -6,17 +6,30 @@ import org.mozilla.javascript.ast.Name;
 
 /** A declared name, with everything that decides how it is kept in Lua. */
 final class Variable {
-    enum Kind { VAR, LET, CONST, PARAMETER, FUNCTION, CATCH, SELF }
+    enum Kind {
+        VAR, LET, CONST, PARAMETER, FUNCTION, CATCH, SELF;
+
+        boolean isLexical() {
+            return this == LET || this == CONST;
+        }
+    }
 
     /** One use of a name. */
     static final class Use {
-        Name name;
-        Scope scope;
+        final Name name;
+        final Scope scope;
+        final boolean write;
+        final int position;
         Variable variable;
-        boolean write;
-        int position;
         /** It stands where the variable cannot have been initialised yet. */
         boolean early;
+
+        Use(Name name, Scope scope, boolean write) {
+            this.name = name;
+            this.scope = scope;
+            this.write = write;
+            position = name.getPosition();
+        }
 
         /** The outermost function around the use that lies within the variable's own, or null. */
         FunctionInfo closure() {
@@ -80,7 +93,17 @@ final class Variable {
     }
 
     boolean isLexical() {
-        return kind == Kind.LET || kind == Kind.CONST;
+        return kind.isLexical();
+    }
+
+    void add(Use use) {
+        use.variable = this;
+        uses.add(use);
+        if (use.write) writes++;
+        FunctionInfo home = scope.function, user = use.scope.function;
+        captured |= user.real() != home.real();
+        writtenInClosure |= use.write && user != home;
+        for (FunctionInfo f = user; f != home; f = f.parent) f.outer.add(this);
     }
 
     void share() {
@@ -92,7 +115,8 @@ final class Variable {
 
     /** Keeps one value once it has one. */
     boolean isSettled() {
-        return safe && initialised && writes <= 1 || kind == Kind.PARAMETER && writes <= 1 || kind == Kind.FUNCTION && writes == 0;
+        if (kind == Kind.FUNCTION && writes == 0) return true;
+        return writes <= 1 && (safe && initialised || kind == Kind.PARAMETER);
     }
 
     /** Whether a use may come before the initialisation, which only running the script can tell. */

@@ -1,0 +1,347 @@
+package com.morrow.scrivel;
+
+import java.util.List;
+import org.mozilla.javascript.Token;
+import org.mozilla.javascript.ast.*;
+
+/** The first walk over a script: finds its names and what is assigned to them, and refuses what is not translated. */
+final class Binding implements NodeVisitor {
+    /** How a target declares its names, and the initialiser that it is part of, or null. */
+    private record Declaring(Variable.Kind kind, VariableInitializer in, boolean direct) {}
+
+    private static final Declaring CAUGHT = new Declaring(Variable.Kind.LET, null, true);
+    private static final Declaring PARAMETER = new Declaring(Variable.Kind.PARAMETER, null, false);
+
+    private final Source source;
+    private final Types types;
+    private final Diagnostics errors;
+    private final Refusals refusals;
+    private final Names names;
+    private AstNode descending;
+
+    Binding(Source source, Diagnostics errors, Types types) {
+        this.source = source;
+        this.errors = errors;
+        this.types = types;
+        refusals = new Refusals(errors);
+        names = new Names(errors, refusals);
+    }
+
+    Names walk(AstRoot root) {
+        FunctionInfo main = names.enter(root, null);
+        names.open(root);
+        main.scope = names.scope;
+        descend(root);
+        names.resolve();
+        return names;
+    }
+
+    @Override
+    public boolean visit(AstNode node) {
+        if (node != descending) return refusals.check(node) && parts(node);
+        descending = null;
+        return true;
+    }
+
+    /** Visits the parts of a node that has been dealt with itself. */
+    private void descend(AstNode node) {
+        descending = node;
+        node.visit(this);
+    }
+
+    /** Deals with the parts of a node; true when its children are to be visited as they are. */
+    private boolean parts(AstNode node) {
+        switch (node.getType()) {
+            case Token.NAME -> name((Name) node, false);
+            case Token.STRING, Token.TEMPLATE_CHARS -> refusals.escapes(node);
+            case Token.THIS -> {
+                FunctionInfo owner = names.function.ofThis();
+                owner.usesThis = true;
+                names.sharesGlobals |= owner.node == null;
+            }
+            case Token.GETPROP -> member((PropertyGet) node);
+            case Token.FUNCTION -> function((FunctionNode) node);
+            case Token.VAR, Token.LET, Token.CONST -> declaration((VariableDeclaration) node);
+            case Token.INC, Token.DEC -> target(((UpdateExpression) node).getOperand(), null, node);
+            case Token.OBJECTLIT -> objectLiteral((ObjectLiteral) node);
+            case Token.FOR -> forLoop((Loop) node);
+            case Token.WHILE, Token.DO -> loop((Loop) node);
+            case Token.BLOCK -> {
+                names.open(node);
+                descend(node);
+                names.close();
+            }
+            case Token.SWITCH -> switchStatement((SwitchStatement) node);
+            case Token.TRY -> tryStatement((TryStatement) node);
+            case Token.CONTINUE -> names.continues.add(node.getPosition());
+            case Token.BREAK -> {}
+            case Token.CALL, Token.NEW -> {
+                names.function.callAt(Names.end(node));
+                return true;
+            }
+            case Token.OR -> {
+                note((InfixExpression) node);
+                return true;
+            }
+            case Token.RETURN -> {
+                types.returned(names.function.real(), ((ReturnStatement) node).getReturnValue());
+                return true;
+            }
+            default -> {
+                if (!(node instanceof Assignment assignment)) return true;
+                assignment(assignment);
+            }
+        }
+        return false;
+    }
+
+    // -- expressions
+
+    private void name(Name name, boolean beforeDot) {
+        String text = name.getIdentifier();
+        FunctionInfo owner = names.function.ofThis();
+        if (text.equals("arguments") && owner.node != null && names.scope.find(text) == null) owner.usesArguments = true;
+        names.sharesGlobals |= text.equals("globalThis");
+        names.mathShared |= !beforeDot && text.equals("Math");
+        names.use(name, false);
+    }
+
+    private void member(PropertyGet node) {
+        if (node.getTarget() instanceof Name name) name(name, true);
+        else node.getTarget().visit(this);
+        refusals.member(node.getProperty());
+        if (Patterns.isLink(node)) chain(node);
+    }
+
+    /** Marks the whole of a chain that stops here when there is nothing to go on with. */
+    private static void chain(AstNode link) {
+        AstNode top = link;
+        for (AstNode next = top.getParent(); Patterns.target(next) == top; next = top.getParent()) top = next;
+        if (top.getParent().getType() == Token.DELPROP) top = top.getParent();
+        top.putProp(Names.CHAIN, true);
+    }
+
+    private void assignment(Assignment node) {
+        note(node);
+        boolean plain = node.getType() == Token.ASSIGN;
+        if (!Rewriting.isMark(node.getLeft())) target(node.getLeft(), null, plain ? node.getRight() : node);
+        else if (!Patterns.isSpread(node)) errors.report(node, "Unexpected token '...'");
+        node.getRight().visit(this);
+    }
+
+    private String noted(InfixExpression node) {
+        return source.note(node.getPosition() + node.getOperatorPosition());
+    }
+
+    private void note(InfixExpression node) {
+        String operator = noted(node);
+        if (operator == null) return;
+        node.putProp(Names.OPERATOR, operator);
+        if (node.getType() == Token.OR && (isMixed(node.getLeft()) || isMixed(node.getRight()) || isMixed(node.getParent()))) {
+            errors.report(node, "?? cannot stand beside && or || without parentheses");
+        }
+    }
+
+    private boolean isMixed(AstNode node) {
+        return node.getType() == Token.AND || node.getType() == Token.OR && noted((InfixExpression) node) == null;
+    }
+
+    private void objectLiteral(ObjectLiteral literal) {
+        for (ObjectProperty property : literal.getElements()) {
+            boolean shorthand = "=".equals(source.note(property.getPosition()));
+            if (shorthand) errors.report(property, "Invalid shorthand property initializer");
+            refusals.property(property);
+            property.getRight().visit(this);
+        }
+    }
+
+    // -- targets
+
+    /** What gets a value. What only assigns has no Declaring, and a declaration without an initialiser no value. */
+    private void target(AstNode node, Declaring how, AstNode value) {
+        switch (node.getType()) {
+            case Token.NAME -> {
+                Name name = (Name) node;
+                if (how == null) refusals.binding(name);
+                else declared(name, names.declare(name, how.kind), how, value);
+                types.assigned(names.use(name, value != null), value);
+            }
+            case Token.ARRAYLIT -> {
+                List<AstNode> elements = ((ArrayLiteral) node).getElements();
+                for (int i = 0; i < elements.size(); i++) {
+                    AstNode element = elements.get(i);
+                    if (element.getType() == Token.EMPTY || Rewriting.isMark(element)) continue;
+                    target(element, how, Types.ANYTHING);
+                    if (Patterns.isSpread(element)) mustBeLast(element, i + 1 == elements.size());
+                }
+            }
+            case Token.OBJECTLIT -> {
+                for (ObjectProperty property : ((ObjectLiteral) node).getElements()) {
+                    if (Patterns.isSpread(property)) mustBeLast(property, true);
+                    if (Patterns.isKey(property)) property.getRight().visit(this);
+                    else target(property.getRight(), how, Types.ANYTHING);
+                }
+            }
+            case Token.ASSIGN -> withDefault((Assignment) node, how);
+            case Token.LP -> target(((ParenthesizedExpression) node).getExpression(), how, value);
+            case Token.GETPROP, Token.GETELEM -> {
+                if (Patterns.isOptional(node)) invalid(node);
+                else if (node instanceof PropertyGet member) {
+                    names.mathShared |= member.getTarget() instanceof Name name && name.getIdentifier().equals("Math");
+                    member(member);
+                } else descend(node);
+            }
+            default -> invalid(node);
+        }
+    }
+
+    private void invalid(AstNode target) {
+        errors.report(target, "Invalid left-hand side in assignment");
+    }
+
+    private void mustBeLast(AstNode rest, boolean last) {
+        if (!last || source.note(rest.getPosition()) != null) errors.report(rest, "Rest element must be last element");
+    }
+
+    /** A part of a pattern with a default value, or what takes the rest. */
+    private void withDefault(Assignment part, Declaring how) {
+        AstNode left = part.getLeft(), right = part.getRight();
+        if (!(part.getParent() instanceof ArrayLiteral || part.getParent() instanceof ObjectProperty)) invalid(part);
+        else if (Rewriting.isMark(left)) target(right, how, Types.ANYTHING);
+        else {
+            target(left, how, Types.ANYTHING);
+            right.visit(this);
+            Variable variable = left instanceof Name name && how != null ? names.scope.find(name.getIdentifier()) : null;
+            if (variable != null) variable.ownEnd = Math.max(variable.start, Names.end(part));
+        }
+    }
+
+    private void declared(Name name, Variable variable, Declaring how, AstNode value) {
+        if (variable.start >= 0) return;
+        variable.start = name.getPosition();
+        variable.home = names.scope;
+        variable.initial = value;
+        variable.direct = how.direct;
+        variable.end = how.in == null ? variable.start : Names.end(how.in);
+        variable.patternEnd = how.in == null ? -1 : Names.end(how.in.getTarget());
+        variable.initialised = value != null;
+    }
+
+    private void declaration(VariableDeclaration node) {
+        boolean constant = node.isConst() || "const".equals(source.note(node.getPosition()));
+        Variable.Kind kind = constant ? Variable.Kind.CONST : node.isLet() ? Variable.Kind.LET : Variable.Kind.VAR;
+        AstNode parent = node.getParent();
+        int type = parent.getType();
+        boolean inHead = parent instanceof Loop loop && loop.getBody() != node;
+        boolean iterator = inHead && parent instanceof ForInLoop;
+        boolean direct = inHead || type == Token.BLOCK || type == Token.SCRIPT;
+        boolean lexicalCase = type == Token.CASE && kind.isLexical();
+        if (kind.isLexical() && !direct && !lexicalCase) {
+            errors.report(node, "Lexical declaration cannot appear in a single-statement context");
+        }
+        for (VariableInitializer part : node.getVariables()) {
+            AstNode value = part.getInitializer();
+            if (iterator && (value != null || node.getVariables().size() > 1)) {
+                errors.report(part, "Invalid declaration in the head of a for loop");
+            } else if (value == null && !iterator && (constant || part.isDestructuring())) {
+                String what = part.isDestructuring() ? "destructuring" : "const";
+                errors.report(part, "Missing initializer in " + what + " declaration");
+            }
+            target(part.getTarget(), new Declaring(kind, iterator ? null : part, direct), iterator ? Types.ANYTHING : value);
+            if (lexicalCase && part.getTarget() instanceof Name name) {
+                names.scope.find(name.getIdentifier()).caseEnd = Names.end(parent);
+            }
+            if (value != null) value.visit(this);
+        }
+    }
+
+    // -- statements
+
+    private void loop(Loop node) {
+        boolean outside = names.scope.inLoop;
+        names.scope.inLoop = true;
+        descend(node);
+        names.scope.inLoop = outside;
+    }
+
+    private void forLoop(Loop node) {
+        names.open(node);
+        Scope scope = names.scope;
+        boolean outside = scope.inLoop;
+        if (node instanceof ForLoop loop) {
+            loop.getInitializer().visit(this);
+            scope.inLoop = true;
+            loop.getCondition().visit(this);
+            loop.getIncrement().visit(this);
+        } else if (node instanceof ForInLoop loop) {
+            AstNode object = loop.getIteratedObject();
+            object.visit(this);
+            if (loop.isForOf() && object.getType() == Token.COMMA) errors.report(object, "Unexpected token ','");
+            scope.inLoop = true;
+            if (loop.getIterator() instanceof VariableDeclaration declaration) declaration.visit(this);
+            else target(loop.getIterator(), null, Types.ANYTHING);
+        }
+        node.getBody().visit(this);
+        scope.inLoop = outside;
+        names.close();
+    }
+
+    private void switchStatement(SwitchStatement node) {
+        node.getExpression().visit(this);
+        names.open(node);
+        names.scope.isSwitch = true;
+        for (SwitchCase one : node.getCases()) one.visit(this);
+        names.close();
+    }
+
+    private void tryStatement(TryStatement node) {
+        AstNode block = node.getTryBlock(), last = node.getFinallyBlock();
+        names.enter(block, null);
+        block.visit(this);
+        names.leave();
+        for (CatchClause clause : node.getCatchClauses()) {
+            if (last != null) names.enter(clause, null);
+            names.open(clause);
+            names.declare(clause.getVarName(), Variable.Kind.CATCH);
+            names.use(clause.getVarName(), false);
+            AstNode pattern = clause.getCatchCondition();
+            if (pattern != null && source.note(pattern.getPosition()) != null) target(pattern, CAUGHT, Types.ANYTHING);
+            else if (pattern != null) errors.report(clause, "Conditional catch clauses are not supported");
+            clause.getBody().visit(this);
+            names.close();
+            if (last != null) names.leave();
+        }
+        if (last != null) last.visit(this);
+    }
+
+    // -- functions
+
+    private void function(FunctionNode node) {
+        boolean statement = node.getFunctionType() == FunctionNode.FUNCTION_STATEMENT
+            || node.getFunctionType() == FunctionNode.FUNCTION_EXPRESSION_STATEMENT;
+        boolean hoisted = statement && !(node.getParent() instanceof ObjectProperty);
+        FunctionInfo info = names.enter(node, node);
+        if (hoisted) names.hoist(node, info);
+        names.open(node);
+        info.scope = names.scope;
+        if (!hoisted && node.getFunctionName() != null) names.declareSelf(info, node.getFunctionName());
+        boolean simple = true;
+        for (AstNode parameter : node.getParams()) {
+            target(parameter, PARAMETER, Types.ANYTHING);
+            info.hasRest |= Patterns.isRest(parameter);
+            simple &= parameter.getType() == Token.NAME;
+        }
+        if (!simple && isStrict(node)) {
+            errors.report(node, "Illegal 'use strict' directive in function with non-simple parameter list");
+        }
+        descend(node.getBody());
+        names.close();
+        names.leave();
+    }
+
+    /** Whether a function says that it is strict. */
+    private static boolean isStrict(FunctionNode node) {
+        return node.getBody().getFirstChild() instanceof ExpressionStatement first
+            && first.getExpression() instanceof StringLiteral text && text.getValue().equals("use strict");
+    }
+}
