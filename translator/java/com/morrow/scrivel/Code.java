@@ -37,6 +37,8 @@ final class Code {
     boolean pure;
     /** Begins with a parenthesis, which cannot begin a Lua statement. */
     boolean parenthesis;
+    /** Of text: it surely begins, or ends, with no half of a surrogate pair. */
+    boolean beginsWhole, endsWhole;
     /** A bound on the registers and nesting that its evaluation needs. */
     int weight = 1;
     /** The JavaScript line of its last mark, or 0. */
@@ -51,6 +53,7 @@ final class Code {
     static Code atom(String text, int type) {
         Code code = read(text, type);
         code.rank = ATOM;
+        code.beginsWhole = code.endsWhole = text.indexOf("\\237") < 0;
         return code;
     }
 
@@ -79,6 +82,13 @@ final class Code {
         calls |= code.calls;
         weight = Math.max(weight, code.weight);
         if (code.lastLine != 0) lastLine = code.lastLine;
+    }
+
+    boolean isAscii() {
+        if (rank != ATOM) return false;
+        String text = (String) items.get(0);
+        for (int i = 0; i < text.length(); i++) if (text.charAt(i) > 127 || text.startsWith("\\237", i)) return false;
+        return true;
     }
 
     /** This as an operand, in parentheses when it binds less tightly than asked. */

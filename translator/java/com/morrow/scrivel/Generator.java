@@ -31,7 +31,6 @@ final class Generator {
     private static final int MOST_TEMPORARIES = 40;
 
     final Source source;
-    final Diagnostics errors;
     final Names names;
     final Types types;
     final Runtime runtime;
@@ -59,9 +58,8 @@ final class Generator {
     private int made;
     private final String temporaryPrefix;
 
-    Generator(Source source, Diagnostics errors, Names names, Types types) {
+    Generator(Source source, Names names, Types types) {
         this.source = source;
-        this.errors = errors;
         this.names = names;
         this.types = types;
         runtime = new Runtime(names.declared);

@@ -228,6 +228,7 @@ final class Jumps {
     }
 
     private void caught(CatchClause clause, String what) {
+        g.line = g.line(clause);
         g.functions.enter(Names.scope(clause));
         Variable variable = Names.variable(clause.getVarName());
         g.out.add(g.line(clause), Functions.definition(variable) + what);

@@ -68,6 +68,7 @@ final class Literals {
         if (node instanceof StringLiteral literal) return literal.getValue();
         double number = node instanceof NumberLiteral literal ? literal.getNumber() : Double.NaN;
         if (Double.isFinite(number)) return Lua.keyText(number);
+        if (Double.isInfinite(number)) return "Infinity";
         throw new Refusal(node, "This property name is not supported");
     }
 
@@ -114,7 +115,6 @@ final class Literals {
     /** An object with accessors, numeric or repeated keys, or very many: made empty, then filled in order. */
     private Code filled(List<ObjectProperty> properties) {
         Code object = g.save(g.operators.library("object"));
-        boolean accessors = false;
         Code computed = null;
         for (ObjectProperty property : properties) {
             int line = g.line(property);
@@ -125,12 +125,8 @@ final class Literals {
                 Code key = computed != null ? computed : keyValue(name);
                 Code value = g.assignments.named(property.getRight(), name);
                 if (computed != null && isUnnamed(property.getRight())) value = g.operators.library("named", value, key);
-                // What was an accessor would take the value.
-                if (accessors && !isAccessor(property)) g.out.add(g.operators.library(line, "delete", object, key));
-                String function = property.isGetterMethod() ? "getter" : property.isSetterMethod() ? "setter"
-                    : computed != null ? "field" : "set";
+                String function = property.isGetterMethod() ? "getter" : property.isSetterMethod() ? "setter" : "field";
                 g.out.add(g.operators.library(line, function, object, key, value));
-                accessors |= isAccessor(property);
                 computed = null;
             }
         }
@@ -152,8 +148,7 @@ final class Literals {
                 if (!text.getValue().isEmpty()) operands.put(mark, Code.atom(Lua.quote(text.getValue()), Types.STRING));
             } else {
                 Code value = g.value(element);
-                if (value.type != Types.STRING) value = Code.of(g.line(element), g.operators.library("str", value));
-                operands.put(mark, value);
+                operands.put(mark, value.type == Types.STRING ? value : g.operators.text(value, g.line(element)));
             }
         }
         return joined(operands);
@@ -163,11 +158,7 @@ final class Literals {
         if (operands.count() == 0) return Code.atom("\"\"", Types.STRING);
         Code code = operands.get(0).typed(Types.STRING);
         for (int i = 1; i < operands.count(); i++) {
-            Code next = operands.get(i);
-            int weight = Math.max(code.weight, next.weight + i);
-            code = Code.of(code.within(Code.CONCAT), " .. ", next.within(Code.CONCAT)).ranked(Code.CONCAT, Types.STRING);
-            code.weight = weight;
-            code = g.cut(code);
+            code = g.cut(g.operators.concatenation(code, operands.get(i)));
         }
         return code;
     }

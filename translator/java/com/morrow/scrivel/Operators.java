@@ -63,7 +63,7 @@ final class Operators {
             if (number.charAt(0) == '-') code.rank = Code.UNARY;
             return code;
         }
-        Code value = g.value(operand);
+        Code value = number(g.value(operand));
         int type = value.type == Types.INTEGER ? Types.INTEGER : Types.NUMBER;
         return Code.of("-", value.within(Code.UNARY + 1)).ranked(Code.UNARY, type);
     }
@@ -97,14 +97,16 @@ final class Operators {
     Code combine(int operator, Code left, Code right, int line) {
         int type = Types.binary(operator, left.type, right.type);
         boolean numbers = Types.isNumber(left.type) && Types.isNumber(right.type);
-        boolean comparable = numbers || left.type == Types.STRING && right.type == Types.STRING;
+        boolean texts = left.type == Types.STRING && right.type == Types.STRING, comparable = numbers || texts;
+        // Lua compares bytes, which differs from UTF-16 units only beyond ASCII.
+        boolean ordered = numbers || texts && (left.isAscii() || right.isAscii());
         return switch (operator) {
             case Token.ADD -> numbers ? infix(left, " + ", right, Code.SUM, type)
-                : type == Types.STRING && hasText(left) && hasText(right) ? concatenation(text(left), text(right))
+                : type == Types.STRING && hasText(left) && hasText(right) ? concatenation(text(left, line), text(right, line))
                 : library(line, "add", left, right).typed(type);
-            case Token.SUB -> infix(left, " - ", right, Code.SUM, type);
-            case Token.MUL -> infix(left, " * ", right, Code.PRODUCT, type);
-            case Token.DIV -> infix(left, " / ", right, Code.PRODUCT, type);
+            case Token.SUB -> infix(number(left), " - ", number(right), Code.SUM, type);
+            case Token.MUL -> infix(number(left), " * ", number(right), Code.PRODUCT, type);
+            case Token.DIV -> infix(number(left), " / ", number(right), Code.PRODUCT, type);
             case Token.MOD -> library(line, "mod", left, right).typed(type);
             case Token.EXP -> library(line, "pow", left, right).typed(type);
             case Token.BITOR -> library(line, "bor", left, right).typed(type);
@@ -113,10 +115,10 @@ final class Operators {
             case Token.LSH -> library(line, "shl", left, right).typed(type);
             case Token.RSH -> library(line, "shr", left, right).typed(type);
             case Token.URSH -> library(line, "ushr", left, right).typed(type);
-            case Token.LT -> comparison(comparable, " < ", "lt", left, right, line);
-            case Token.LE -> comparison(comparable, " <= ", "le", left, right, line);
-            case Token.GT -> comparison(comparable, " > ", "gt", left, right, line);
-            case Token.GE -> comparison(comparable, " >= ", "ge", left, right, line);
+            case Token.LT -> comparison(ordered, " < ", "lt", left, right, line);
+            case Token.LE -> comparison(ordered, " <= ", "le", left, right, line);
+            case Token.GT -> comparison(ordered, " > ", "gt", left, right, line);
+            case Token.GE -> comparison(ordered, " >= ", "ge", left, right, line);
             case Token.SHEQ -> infix(left, " == ", right, Code.COMPARE, Types.BOOLEAN);
             case Token.SHNE -> infix(left, " ~= ", right, Code.COMPARE, Types.BOOLEAN);
             case Token.EQ -> comparison(comparable, " == ", "eq", left, right, line);
@@ -144,13 +146,26 @@ final class Operators {
         return code.type == Types.STRING || code.type == Types.BOOLEAN || Types.isNumber(code.type);
     }
 
-    private Code text(Code code) {
-        return code.type == Types.STRING ? code : library("str", code);
+    /** Lua takes some texts for numbers that JavaScript does not. */
+    private Code number(Code code) {
+        return code.type == Types.STRING ? toNumber(code) : code;
     }
 
-    private static Code concatenation(Code first, Code second) {
-        Code code = Code.of(first.within(Code.CONCAT), " .. ", second.within(Code.CONCAT)).ranked(Code.CONCAT, Types.STRING);
-        code.weight = first.weight + second.weight;
+    Code text(Code code, int line) {
+        if (code.type == Types.STRING) return code;
+        Code text = library(line, "str", code).typed(Types.STRING);
+        text.beginsWhole = text.endsWhole = hasText(code);
+        return text;
+    }
+
+    /** Two texts as one; the library joins the halves of a surrogate pair. */
+    Code concatenation(Code first, Code second) {
+        boolean whole = first.endsWhole || second.beginsWhole;
+        Code code = whole ? Code.of(first.within(Code.CONCAT), " .. ", second.within(Code.CONCAT)).ranked(Code.CONCAT, Types.STRING)
+            : library("join", first, second).typed(Types.STRING);
+        if (whole) code.weight = first.weight + second.weight;
+        code.beginsWhole = first.beginsWhole;
+        code.endsWhole = second.endsWhole;
         return code;
     }
 }

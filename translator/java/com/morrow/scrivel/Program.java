@@ -88,7 +88,7 @@ public final class Program implements Runnable {
         new Lifetimes(names, errors).decide();
         types.infer(names);
         if (errors.any()) return;
-        generator = new Generator(source, errors, names, types);
+        generator = new Generator(source, names, types);
         generator.translate(root, names.functions.get(0));
         if (!errors.any()) assemble(source);
     }
