@@ -171,6 +171,27 @@ def process_rows(table, build, environment, folder, quick):
         table.add(f"studies, median, against {name}", ours, reference, "s", {"lua": 1.3, "node": 1}.get(name, 0.1), ratio)
 
 
+def translator_rows(table, build, environment, folder, quick):
+    """Whole Java processes, with the options that vexil gives them but for the empty one."""
+    jars, classes = build / "share/vexil/scrivel", folder / "classes"
+    subprocess.run(["javac", "-d", classes, "-cp", jars / "rhino.jar", BENCH / "engines/Parse.java"], check=True)
+    options = ["-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC"]
+    archive = f"-XX:SharedArchiveFile={jars}/scrivel.jsa"
+    scripts = {}
+    for lines in (300, 10_000, 40_000):
+        scripts[lines] = folder / f"{lines}.jsl"
+        scripts[lines].write_text("".join(f"function f{i}(a, b) {{\n  const c = a * {i} + b;\n  if (c > b && a !== {i}) return c / 2;\n"
+                                          f"  return [a, b, c].map(x => x + 1).length;\n}}\n" for i in range(lines // 5)))
+    ours = [["java", *options, archive, "-cp", jars / "scrivel.jar", "com.morrow.scrivel.Program", script, folder / "lua", folder / "err"]
+            for script in scripts.values()]
+    parse = ["java", *options, "-cp", f"{classes}:{jars}/rhino.jar", "Parse", scripts[10_000]]
+    short, empty, middle, bare, long = in_turn([ours[0], ["java", "-cp", classes, "Parse"], ours[1], parse, ours[2]],
+                                               environment, 1 if quick else 7)
+    table.add("translation, 300 lines", short, empty, "s", 4)
+    table.add("translation, 10,000 lines", middle, bare, "s", 3)
+    table.add("translation, 40,000 lines", long, middle, "s", 4.5)
+
+
 def quickjs_folder():
     """Installs QuickJS below the build folder, once."""
     folder = ROOT / "build/quickjs"
@@ -203,6 +224,7 @@ def main():
             f"\nfunction average{i}(values, period, n) {{\n  let sum = 0;\n  for (let i = 0; i < n; i++) sum += values[period - i];\n"
             f"  return sum / n;\n}}\n" for i in range(45)))
         service_rows(table, build, environment, folder, script, options.quick)
+        translator_rows(table, build, environment, folder, options.quick)
         process_rows(table, build, environment, folder, options.quick)
     finally:
         shutil.rmtree(folder)
