@@ -51,6 +51,8 @@ final class Rewriting {
             case Tokens.NAME -> {
                 if (t.escaped != null && actsAsKeyword(t)) {
                     errors.reportToken(t.start, "Keyword must not contain escaped characters");
+                } else if (t.is("async") && (t.after.is("function") || isKey(t) && t.after.is(Tokens.NAME))) {
+                    errors.reportToken(t.start, "Asynchronous functions are not supported");
                 } else if (isKey(t) && t.after.is('=')) {
                     notes.put(t.start, "=");
                     edits.insert(t.end, ": " + t.text());
