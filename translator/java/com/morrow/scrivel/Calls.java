@@ -24,7 +24,7 @@ final class Calls {
         if (Names.isChain(target) && target != node.getTarget()) {
             throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
-        if (Patterns.isLink(target)) return optional(Expressions.bare(Patterns.target(target)), arguments);
+        if (Patterns.isLink(target)) return lookedUp(Expressions.bare(Patterns.target(target)), arguments, true);
         if (target instanceof ElementGet member) return computedMethod(member, arguments);
         if (!(target instanceof PropertyGet member)) return function(target, arguments);
         Code known = math(member, arguments);
@@ -107,6 +107,7 @@ final class Calls {
     }
 
     private Code computedMethod(ElementGet target, List<AstNode> arguments) {
+        for (AstNode argument : arguments) if (!Counting.isQuiet(argument)) return lookedUp(target, arguments, false);
         Operands operands = new Operands(g, false);
         Place place = Place.of(g, target, operands, false);
         int first = operands.count();
@@ -114,13 +115,14 @@ final class Calls {
         return library(place.line(), "method", operands.from(first), place.object(), ", ", place.keyValue());
     }
 
-    /** {@code f?.(...)}: the method of an object when f is a member, else a function. */
-    private Code optional(AstNode target, List<AstNode> arguments) {
+    /** Calls a function, or a method, that is looked up before its arguments are evaluated; {@code f?.()} if there is one. */
+    private Code lookedUp(AstNode target, List<AstNode> arguments, boolean optional) {
         Operands operands = new Operands(g, false);
         boolean member = (target.getType() == Token.GETPROP || target.getType() == Token.GETELEM) && !Patterns.isLink(target);
         if (member) {
             Place place = Place.of(g, target, new Operands(g, false), true);
-            operands.put(g.out.mark(), g.expressions.link(place.read())).put(g.out.mark(), place.object());
+            Code method = optional ? g.expressions.link(place.read()) : g.save(place.read());
+            operands.put(g.out.mark(), method).put(g.out.mark(), place.object());
         } else operands.put(g.out.mark(), g.expressions.link(g.value(target)));
         arguments(operands, arguments);
         return library(g.line(target), "call", operands.from(1), operands.get(0), ", " + name(target) + (member ? "" : ", nil"));

@@ -93,7 +93,7 @@ final class Counting {
         if (counter.kind == Variable.Kind.CONST) return false;
         for (Variable.Use use : counter.uses) {
             boolean inHead = isInLoop(use) && use.position < loop.getCondition().getPosition();
-            if (inHead && use.closure() != null) return false;
+            if (inHead && (use.closure() != null || counter.isLexical() && !use.write)) return false;
         }
         if (counter.isLexical() && counter.scope == Names.scope(loop)) return counter.writes == 2;
         if (counter.captured) return false;

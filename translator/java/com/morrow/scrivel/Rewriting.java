@@ -91,6 +91,7 @@ final class Rewriting {
     }
 
     private void keyword(Token t) {
+        if (isKey(t)) return;
         Token second = t.after.after;
         if (t.is("catch") && t.after.is('{')) edits.insert(t.end, "(" + MARK + ")");
         if (!t.after.is('(')) return;
@@ -107,14 +108,14 @@ final class Rewriting {
     private static boolean isLast(Token spread) {
         for (Token t = spread.after; t.around == spread.around; t = t.after) {
             if (t.is(',')) return false;
-            if (t.opens()) t = t.partner;
+            while (t.opens()) t = t.partner;
         }
         return true;
     }
 
     private static boolean isParameters(Token open) {
-        Token next = open.partner.after;
-        if (open.before.is("function") || open.before.before.is("function")) return true;
+        Token next = open.partner.after, word = open.before.is(Tokens.NAME) ? open.before.before : open.before;
+        if (word.is(Tokens.KEYWORD) && word.is("function") && !word.before.is(Tokens.DOT)) return true;
         return next.is(Tokens.ARROW) || open.inObject() && next.is('{');
     }
 
@@ -133,7 +134,7 @@ final class Rewriting {
                 first = t.after;
                 changed = first.is(Tokens.SPREAD);
             } else if (t.is('=')) changed = true;
-            else if (t.opens()) t = t.partner;
+            else while (t.opens()) t = t.partner;
         }
     }
 

@@ -267,7 +267,8 @@ final class Tokens {
             StringBuilder plain = new StringBuilder();
             for (char unit : Character.toChars(code)) plain.append("\\u").append(Integer.toHexString(0x10000 | unit), 1, 5);
             edits.replace(from, at--, plain.toString());
-        } else at++;
+        } else if (peek(1) == '\r' && peek(2) == '\n') at += 2;
+        else at++;
     }
 
     /** A template as far as its next expression, which the piece then brackets, or to its end. */
