@@ -1,6 +1,7 @@
 package com.morrow.scrivel;
 
 import java.util.ArrayList;
+import java.util.List;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
@@ -106,18 +107,24 @@ final class Assignments {
             case Token.ARRAYLIT -> arrayPattern((ArrayLiteral) target, value, declaring);
             case Token.OBJECTLIT -> objectPattern((ObjectLiteral) target, g.keep(value), declaring);
             case Token.ASSIGN -> giveOr((Assignment) target, value, declaring);
-            default -> {
-                value = g.keep(value);
-                Place.target(g, target, new Operands(g, true), false).write(value);
-            }
+            default -> member(target).write(value);
         }
+    }
+
+    /** A member that gets a value which is read after its object and key. */
+    private Place member(AstNode target) {
+        return Place.target(g, target, new Operands(g, true), true);
     }
 
     /** Gives a value, or another where it is undefined. */
     private void giveOr(Assignment target, Code value, boolean declaring) {
+        AstNode left = Expressions.bare(target.getLeft());
+        Place member = Patterns.target(left) == null ? null : member(left);
         Code result = g.save(value);
         fallback(target, result, g.line(target.getRight()));
-        give(target.getLeft(), result.typed(Types.UNKNOWN), declaring);
+        result = result.typed(Types.UNKNOWN);
+        if (member != null) member.write(result);
+        else give(left, result, declaring);
     }
 
     /** Gives a variable the value on the right if it is undefined. */
@@ -129,26 +136,31 @@ final class Assignments {
         g.temporaries = before;
     }
 
-    private void arrayPattern(ArrayLiteral pattern, Code value, boolean declaring) {
-        Code list = g.save(g.operators.library(g.line(pattern), "values", value));
+    private void arrayPattern(ArrayLiteral pattern, Code given, boolean declaring) {
+        Code list = g.save(g.operators.library(g.line(pattern), "values", given));
         int index = 0;
         for (AstNode element : pattern.getElements()) {
             int line = g.line(element);
             if (Patterns.isSpread(element)) {
                 Code from = Code.atom("" + index, Types.INTEGER);
                 give(Patterns.spread(element), g.operators.library(line, "tail", list, from), declaring);
-            } else if (element.getType() != Token.EMPTY) give(element, Code.of(line, list, "[" + index + "]"), declaring);
+            } else {
+                Code value = Code.of(line, list, "[" + index + "]");
+                if (element.getType() == Token.EMPTY) g.save(value);
+                else give(element, value, declaring);
+            }
             index++;
         }
     }
 
     private void objectPattern(ObjectLiteral pattern, Code value, boolean declaring) {
-        boolean empty = pattern.getElements().isEmpty() || Patterns.isSpread(pattern.getElements().get(0));
-        if (empty) g.out.add(g.operators.library(g.line(pattern), "destructible", value));
+        List<ObjectProperty> properties = pattern.getElements();
+        boolean unread = properties.isEmpty() || Patterns.isSpread(properties.get(0)) || Patterns.isKey(properties.get(0));
+        if (unread) g.out.add(g.operators.library(g.line(pattern), "destructible", value));
         ArrayList<Code> keys = new ArrayList<>();
         keys.add(value);
         Code computed = null;
-        for (ObjectProperty property : pattern.getElements()) {
+        for (ObjectProperty property : properties) {
             AstNode key = property.getLeft();
             if (Patterns.isKey(property)) {
                 computed = g.save(g.operators.library("key", g.value(Patterns.key(property))));

@@ -30,7 +30,7 @@ final class Binding implements NodeVisitor {
     Names walk(AstRoot root) {
         FunctionInfo main = names.enter(root, null);
         names.open(root);
-        main.scope = names.scope;
+        main.scope = main.body = names.scope;
         descend(root);
         names.resolve();
         return names;
@@ -334,7 +334,10 @@ final class Binding implements NodeVisitor {
         if (!simple && isStrict(node)) {
             errors.report(node, "Illegal 'use strict' directive in function with non-simple parameter list");
         }
+        names.open(node.getBody());
+        info.body = names.scope;
         descend(node.getBody());
+        names.close();
         names.close();
         names.leave();
     }

@@ -48,7 +48,11 @@ final class Calls {
         Operands lists = new Operands(g, false);
         for (int i = 0; i < elements.size(); i++) {
             if (Patterns.isSpread(elements.get(i))) {
-                lists.add(Patterns.spread(elements.get(i)));
+                AstNode spread = Patterns.spread(elements.get(i));
+                boolean now = g.line(spread) != g.line || !areQuiet(elements.subList(i + 1, elements.size()));
+                Block.Link mark = g.out.mark();
+                Code list = g.value(spread);
+                lists.put(mark, now ? running(g.operators.library(g.line(spread), "gather", list)) : list);
                 continue;
             }
             int end = i;
@@ -101,13 +105,27 @@ final class Calls {
     private Code method(PropertyGet target, List<AstNode> arguments) {
         String name = target.getProperty().getIdentifier();
         int line = g.line(target.getProperty());
-        Operands operands = arguments(new Operands(g, false).add(target.getTarget()), arguments);
+        Operands operands = new Operands(g, false).add(target.getTarget());
+        Block.Link mark = g.out.mark();
+        Code object = operands.get(0);
+        arguments(operands, arguments);
+        if (g.out.mark() != mark && !areQuiet(arguments)) {
+            Code saved = operands.get(0);
+            Code method = g.save(Code.of(saved.within(Code.PREFIX), line, Lua.member(name)), saved == object ? mark : mark.next);
+            return library(line, "call", operands.from(0), method, ", " + name(target));
+        }
         if (!Lua.isName(name)) return library(line, "method", operands.from(1), operands.get(0), ", " + Lua.quote(name));
         return close(Code.of(operands.get(0).within(Code.PREFIX), line, ":" + name), "", operands.from(1));
     }
 
+    /** Evaluating them cannot change what a method's name leads to. */
+    private static boolean areQuiet(List<AstNode> arguments) {
+        for (AstNode argument : arguments) if (!Counting.isQuiet(argument)) return false;
+        return true;
+    }
+
     private Code computedMethod(ElementGet target, List<AstNode> arguments) {
-        for (AstNode argument : arguments) if (!Counting.isQuiet(argument)) return lookedUp(target, arguments, false);
+        if (!areQuiet(arguments)) return lookedUp(target, arguments, false);
         Operands operands = new Operands(g, false);
         Place place = Place.of(g, target, operands, false);
         int first = operands.count();

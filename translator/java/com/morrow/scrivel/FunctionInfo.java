@@ -11,7 +11,8 @@ final class FunctionInfo {
     final FunctionNode node;
     /** Part of a try statement: transparent to everything but Lua's limits. */
     final boolean part;
-    Scope scope;
+    /** The scope of the parameters, and within it that of the variables; one and the same for the script. */
+    Scope scope, body;
     boolean usesThis;
     boolean usesArguments;
     final boolean arrow;

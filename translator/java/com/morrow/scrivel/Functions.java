@@ -142,7 +142,7 @@ final class Functions {
         Generator.Outer outer = g.enter(info, null, node, LEVELS);
         Block top = new Block();
         String parameters = parameters(node, info, top);
-        enter(info.scope);
+        enter(info.body);
         g.statements.list(children(node.getBody()), true);
         Block body = g.leave(outer);
         g.line = line;
@@ -173,7 +173,7 @@ final class Functions {
             top.add("local " + names.get(named.size()) + " = " + g.js("rest") + "(" + rest + ")");
         }
         g.line = g.line(node);
-        if (info.scope.table != null) g.out.add("local " + info.scope.table + " = {}");
+        enter(info.scope);
         for (int i = 0; i < names.size(); i++) parameter(Patterns.parameter(node.getParams().get(i)), names.get(i));
         String receiver = info.arrow ? "_" + Lua.CHANGED : "this";
         return receiver + (all || named.isEmpty() ? "" : ", " + list) + (all || info.hasRest ? ", ..." : "");

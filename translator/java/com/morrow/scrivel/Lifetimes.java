@@ -50,14 +50,24 @@ final class Lifetimes {
         }
     }
 
-    private static void declared(Variable v) {
-        switch (v.kind) {
-            case PARAMETER -> {
-                int end = Math.max(v.start, v.ownEnd);
-                for (Variable.Use use : v.uses) {
-                    use.early = use.position != v.start && use.position < end && use.closure() == null;
+    private void parameter(Variable v) {
+        FunctionInfo function = v.scope.function;
+        int end = Math.max(v.start, v.ownEnd);
+        for (Variable.Use use : v.uses) {
+            FunctionInfo closure = use.closure();
+            if (closure == null) use.early = use.position != v.start && use.position < end;
+            else if (use.position < function.body.node.getPosition()) {
+                if (v.again) errors.report(use.name, "A function in a default value cannot use what the body declares again");
+                if (use.position < end && function.callsBetween(closure.start, end)) {
+                    errors.report(use.name, "A default value cannot call a function that uses a later parameter");
                 }
             }
+        }
+    }
+
+    private void declared(Variable v) {
+        switch (v.kind) {
+            case PARAMETER -> parameter(v);
             case VAR, LET, CONST -> initialised(v);
             default -> {}
         }

@@ -111,16 +111,18 @@ final class Names {
         declared.add(text);
         Scope home = scope;
         if (kind == Variable.Kind.VAR) {
-            for (; !home.isFunction(); home = home.parent) {
+            for (; !home.isBody(); home = home.parent) {
                 Variable hidden = home.names.get(text);
                 if (hidden != null && hidden.kind != Variable.Kind.CATCH) clash(name);
                 home.passed.add(text);
             }
         } else if (scope.passed.contains(text) || kind != Variable.Kind.CATCH && scope.isBodyOfCatch(text)) clash(name);
         Variable found = home.names.get(text);
+        if (found == null && home.isBody() && !home.isFunction()) found = home.parent.names.get(text);
         if (found == null || found.kind == Variable.Kind.SELF) return home.declare(text, kind);
-        boolean again = home.isFunction() && kind != Variable.Kind.PARAMETER && !kind.isLexical() && !found.isLexical();
+        boolean again = home.isBody() && !kind.isLexical() && !found.isLexical();
         if (!again) clash(name);
+        found.again = true;
         return found;
     }
 

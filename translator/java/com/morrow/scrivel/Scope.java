@@ -34,9 +34,14 @@ final class Scope {
         }
     }
 
-    /** Holds a function's parameters and variables, or the script's. */
+    /** The outermost of a function, which holds its parameters, or of the script. */
     boolean isFunction() {
         return this == function.real().scope;
+    }
+
+    /** Holds a function's variables, or the script's. */
+    boolean isBody() {
+        return this == function.real().body;
     }
 
     boolean isBodyOfCatch(String name) {

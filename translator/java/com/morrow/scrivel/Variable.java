@@ -58,6 +58,8 @@ final class Variable {
     /** Where the pattern ends that it is declared in; what stands in there after its own name sees it. */
     int patternEnd = -1;
     int ownEnd = -1;
+    /** Declared more than once. */
+    boolean again;
     /** A property of the global object, which anyone may change. */
     boolean shared;
     boolean direct;
