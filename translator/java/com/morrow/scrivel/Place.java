@@ -41,14 +41,11 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
         return field != null ? Code.atom(Lua.quote(field), Types.STRING) : operands.get(keyAt);
     }
 
-    /** True when the key needs the library, since it may be text that means a number. */
-    private boolean isGeneral() {
-        return field == null && !Types.isNumber(operands.get(keyAt).type);
-    }
-
+    /** Text may mean a number, and a number may mean text: NaN and the infinities. */
     Code read() {
         if (variable != null) return g.expressions.name(variable);
-        return isGeneral() ? g.operators.library(line, "get", object(), keyValue()) : access();
+        boolean known = field != null || operands.get(keyAt).type == Types.INTEGER;
+        return known ? access() : g.operators.library(line, "get", object(), keyValue());
     }
 
     private Code access() {
@@ -68,7 +65,7 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
 
     void write(Code value) {
         if (variable != null) g.assignments.write(variable, value, false);
-        else if (isGeneral()) g.out.add(g.operators.library(line, "set", object(), keyValue(), value));
+        else if (field == null && !Types.isNumber(operands.get(keyAt).type)) g.out.add(g.operators.library(line, "set", object(), keyValue(), value));
         else if ("length".equals(field)) g.out.add(g.operators.library(line, "setlength", object(), value));
         else {
             boolean elsewhere = value.lastLine != 0 && value.lastLine != line;

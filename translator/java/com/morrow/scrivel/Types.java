@@ -121,7 +121,7 @@ final class Types {
 
     private int infix(InfixExpression node) {
         int operator = operator(node.getType());
-        boolean asks = operator == Token.ADD || operator == Token.SUB;
+        boolean asks = operator == Token.ADD || operator == Token.SUB || operator == Token.MUL;
         return asks ? binary(operator, of(node.getLeft()), of(node.getRight())) : binary(operator, UNKNOWN, UNKNOWN);
     }
 
@@ -166,8 +166,8 @@ final class Types {
                 if (left == STRING || right == STRING) yield STRING;
                 yield isNumber(left) && isNumber(right) ? join(left, right) : UNKNOWN;
             }
-            case Token.SUB -> left == INTEGER && right == INTEGER ? INTEGER : NUMBER;
-            case Token.MUL, Token.DIV, Token.MOD, Token.EXP -> NUMBER;
+            case Token.SUB, Token.MUL -> left == INTEGER && right == INTEGER ? INTEGER : NUMBER;
+            case Token.DIV, Token.MOD, Token.EXP -> NUMBER;
             case Token.BITOR, Token.BITXOR, Token.BITAND, Token.LSH, Token.RSH, Token.URSH -> INTEGER;
             default -> UNKNOWN;
         };
