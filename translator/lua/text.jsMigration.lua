@@ -198,8 +198,18 @@ local function mend(s)
   return (gsub(s, "\237[\160-\175].\237[\176-\191].", function(halves) return encode(decode(halves), 0, 1) end))
 end
 
+-- A text that is kept as a list of its pieces; they are one piece from then on.
+local function joined(pieces)
+  local n = #pieces
+  if n > 1 then
+    pieces[1] = mend(concat(pieces))
+    for i = n, 2, -1 do pieces[i] = nil end
+  end
+  return pieces[1]
+end
+
 return {
   numberToString = numberToString, shortest = shortest, stringToNumber = stringToNumber, parseDigits = parseDigits,
   trimStart = trimStart, trimEnd = trimEnd,
-  units = units, utf8 = utf8, encode = encode, length = length, slice = slice, join = join, mend = mend, isPair = isPair,
+  units = units, utf8 = utf8, encode = encode, length = length, slice = slice, join = join, mend = mend, joined = joined, isPair = isPair,
 }

@@ -30,7 +30,13 @@ final class Assignments {
             g.out.add(g.line(name), g.operators.library("throw", g.operators.library("new", error)));
             return;
         }
-        g.out.add(g.line, (variable == null ? g.js("G") + Lua.member(name.getIdentifier()) : variable.access()) + " = ", value);
+        if (variable == null) g.out.add(g.line, g.js("G") + Lua.member(name.getIdentifier()) + " = ", value);
+        else g.out.add(g.line, variable.access() + " = ", kept(variable, value));
+    }
+
+    /** A value in the form in which a variable holds it. */
+    static Code kept(Variable variable, Code value) {
+        return variable.pieces ? Code.of("{", value, "}") : value;
     }
 
     // -- forms of assignment
@@ -78,12 +84,20 @@ final class Assignments {
     }
 
     private Code compound(Assignment node, AstNode left, boolean wanted) {
+        Variable text = left instanceof Name ? Names.variable(left) : null;
+        if (text != null && text.pieces && !wanted && Appending.appends(text, node.getRight())) return append(node, text);
         Operands operands = new Operands(g, true);
         Place place = Place.target(g, left, operands, true);
         int old = operands.put(g.out.mark(), place.read()).count() - 1;
         operands.add(node.getRight());
         int operator = Types.operator(node.getType());
         return place.write(g.operators.combine(operator, operands.get(old), operands.last(), g.operatorLine(node)), wanted);
+    }
+
+    private Code append(Assignment node, Variable text) {
+        Code piece = g.operators.piece(g.value(node.getRight()), g.operatorLine(node));
+        g.out.add(g.line, text.access() + "[#" + text.access() + " + 1] = ", piece);
+        return piece;
     }
 
     /** Increments or decrements; what it gives is the old or the new value when that is wanted. */

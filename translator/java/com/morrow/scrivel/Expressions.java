@@ -93,6 +93,7 @@ final class Expressions {
         if (use.early) return check(node, g.js("unset"));
         if (variable.isCheckedAt(use)) return check(node, variable.access());
         if (variable.constant != null) return variable.constant;
+        if (variable.pieces) return g.operators.library("joined", Code.of(variable.access())).typed(Types.STRING);
         Code code = Code.read(variable.access(), variable.type);
         code.stable = variable.isSettled() || variable.counts;
         code.fragile = variable.writtenInClosure && variable.spilledIn == null && use.scope.function == variable.scope.function;

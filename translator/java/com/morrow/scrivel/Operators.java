@@ -151,6 +151,11 @@ final class Operators {
         return code.type == Types.STRING ? toNumber(code) : code;
     }
 
+    /** What `+` makes of an operand beside a text. */
+    Code piece(Code code, int line) {
+        return hasText(code) ? text(code, line) : library(line, "add", Code.atom("\"\"", Types.STRING), code);
+    }
+
     Code text(Code code, int line) {
         if (code.type == Types.STRING) return code;
         Code text = library(line, "str", code).typed(Types.STRING);

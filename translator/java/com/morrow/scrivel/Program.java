@@ -87,6 +87,7 @@ public final class Program implements Runnable {
         if (errors.any()) return;
         new Lifetimes(names, errors).decide();
         types.infer(names);
+        Appending.find(names);
         if (errors.any()) return;
         generator = new Generator(source, names, types);
         generator.translate(root, names.functions.get(0));

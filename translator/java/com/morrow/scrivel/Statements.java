@@ -154,7 +154,7 @@ final class Statements {
         if (enclosed && here) declare(variable);
         if (enclosed) g.out.add(g.line, "do");
         g.out.add(inner);
-        if (here && !enclosed) g.out.add(g.line(name), "local " + variable.lua + " = ", code);
+        if (here && !enclosed) g.out.add(g.line(name), "local " + variable.lua + " = ", Assignments.kept(variable, code));
         else g.assignments.write(name, code, true);
         if (enclosed) g.out.add("end");
         g.temporaries = before;

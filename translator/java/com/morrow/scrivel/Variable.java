@@ -86,6 +86,8 @@ final class Variable {
     /** The literal that it always holds, or null. */
     Code constant;
     int type = Types.UNKNOWN;
+    /** Text that is kept as a list of its pieces. */
+    boolean pieces;
 
     Variable(String name, Kind kind, Scope scope) {
         this.name = name;

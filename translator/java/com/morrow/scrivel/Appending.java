@@ -1,0 +1,61 @@
+package com.morrow.scrivel;
+
+import org.mozilla.javascript.Token;
+import org.mozilla.javascript.ast.*;
+
+/**
+ * Text that a loop or a callback appends to is kept as a list of its pieces, which are joined when it is read: Lua would
+ * copy the whole of it with every piece.
+ */
+final class Appending {
+    private Appending() {}
+
+    /** Marks the variables that are kept as pieces. Their types are known. */
+    static void find(Names names) {
+        for (Scope scope : names.scopes) {
+            if (scope.node instanceof Loop) continue;
+            for (Variable variable : scope.variables) variable.pieces = variable.type == Types.STRING && gathers(variable);
+        }
+    }
+
+    /** Whether something is appended time and again before anything else happens to a variable. */
+    private static boolean gathers(Variable variable) {
+        for (Variable.Use use : variable.uses) {
+            AstNode around = isAppended(use) ? repeated(use) : null;
+            if (around != null) return !isUsedIn(around, variable);
+        }
+        return false;
+    }
+
+    private static boolean isUsedIn(AstNode around, Variable variable) {
+        for (Variable.Use use : variable.uses) {
+            boolean within = use.position >= around.getPosition() && use.position < Names.end(around);
+            if (within && !isAppended(use)) return true;
+        }
+        return false;
+    }
+
+    /** {@code text += x;} */
+    private static boolean isAppended(Variable.Use use) {
+        return use.name.getParent() instanceof Assignment change && change.getType() == Token.ASSIGN_ADD
+            && change.getLeft() == use.name && change.getParent() instanceof ExpressionStatement;
+    }
+
+    /** The loop or function around a use that the variable is not declared in, or null. */
+    private static AstNode repeated(Variable.Use use) {
+        for (AstNode node = use.name.getParent(); node != null && node != use.variable.home.node; node = node.getParent()) {
+            if (node instanceof Loop || node instanceof FunctionNode) return node;
+        }
+        return null;
+    }
+
+    /** Whether a piece can be appended without a look at what is there: nothing that gives it sees the text. */
+    static boolean appends(Variable variable, AstNode piece) {
+        boolean quiet = Counting.isQuiet(piece);
+        for (Variable.Use use : variable.uses) {
+            boolean called = use.write && use.closure() != null && !quiet;
+            if (called || use.position >= piece.getPosition() && use.position < Names.end(piece)) return false;
+        }
+        return true;
+    }
+}
