@@ -65,6 +65,12 @@ final class Code {
         return code;
     }
 
+    static Code infix(Code left, String sign, Code right, int rank, int type) {
+        Code code = of(left.within(rank == COMPARE ? rank + 1 : rank), sign, right.within(rank + 1)).ranked(rank, type);
+        code.weight = Math.max(code.weight, right.weight + 1);
+        return code;
+    }
+
     /** Adds strings, pieces, blocks and marks; an int is the JavaScript line from which what follows comes. */
     Code add(Object... parts) {
         for (Object part : parts) {

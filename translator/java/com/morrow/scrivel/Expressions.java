@@ -160,10 +160,10 @@ final class Expressions {
         int rank = and ? Code.AND : Code.OR;
         int type = Types.join(left.type, value.type);
         if (right.before().isEmpty()) {
-            if (left.type == Types.BOOLEAN) return g.cut(infix(left, word, value, rank, type));
+            if (left.type == Types.BOOLEAN) return g.cut(Code.infix(left, word, value, rank, type));
             if (!and && left.pure && left.items.size() == 1) {
                 Code test = g.operators.truth(left);
-                return g.cut(infix(infix(test, " and ", left, Code.AND, Types.UNKNOWN), word, value, rank, type));
+                return g.cut(Code.infix(Code.infix(test, " and ", left, Code.AND, Types.UNKNOWN), word, value, rank, type));
             }
         }
         Code result = left.temporary ? left : g.save(left);
@@ -183,12 +183,6 @@ final class Expressions {
     private void give(Prepared value, Code result) {
         g.out.add(value.before());
         g.out.add(g.line, result, " = ", value.code());
-    }
-
-    private static Code infix(Code left, String word, Code right, int rank, int type) {
-        Code code = Code.of(left.within(rank), word, right.within(rank + 1)).ranked(rank, type);
-        code.weight = Math.max(left.weight, right.weight + 1);
-        return code;
     }
 
     private static boolean isTruthyInLua(Prepared value) {
@@ -216,7 +210,7 @@ final class Expressions {
     }
 
     private static Code choice(Code test, Prepared truthy, Prepared other, int type) {
-        return infix(infix(test, " and ", truthy.code(), Code.AND, Types.UNKNOWN), " or ", other.code(), Code.OR, type);
+        return Code.infix(Code.infix(test, " and ", truthy.code(), Code.AND, Types.UNKNOWN), " or ", other.code(), Code.OR, type);
     }
 
     /** A chain of conditional expressions, flat as long as no condition needs statements of its own. */

@@ -24,10 +24,7 @@ final class Flow {
     boolean returns;
 
     /** A jump that leaves a part of a try statement. */
-    static final class Jump {
-        Flow target;
-        boolean isContinue;
-    }
+    record Jump(Flow target, boolean isContinue) {}
 
     Flow(Flow outer, List<Label> labels, boolean isLoop, boolean isSwitch) {
         this.outer = outer;

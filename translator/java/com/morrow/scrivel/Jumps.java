@@ -56,15 +56,9 @@ final class Jumps {
     }
 
     private static int code(Flow part, Flow target, boolean isContinue) {
-        for (int i = 0; i < part.jumps.size(); i++) {
-            Flow.Jump jump = part.jumps.get(i);
-            if (jump.target == target && jump.isContinue == isContinue) return FIRST_JUMP + i;
-        }
-        Flow.Jump jump = new Flow.Jump();
-        jump.target = target;
-        jump.isContinue = isContinue;
-        part.jumps.add(jump);
-        return FIRST_JUMP + part.jumps.size() - 1;
+        Flow.Jump jump = new Flow.Jump(target, isContinue);
+        if (!part.jumps.contains(jump)) part.jumps.add(jump);
+        return FIRST_JUMP + part.jumps.indexOf(jump);
     }
 
     void labeled(LabeledStatement node) {
@@ -223,7 +217,7 @@ final class Jumps {
         }
         for (int i = 0; i < part.jumps.size(); i++) {
             g.out.add("elseif " + what + " == " + (FIRST_JUMP + i) + " then");
-            jump(part.jumps.get(i).target, part.jumps.get(i).isContinue);
+            jump(part.jumps.get(i).target(), part.jumps.get(i).isContinue());
         }
     }
 

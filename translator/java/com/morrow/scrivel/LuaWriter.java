@@ -101,8 +101,8 @@ final class LuaWriter {
         if (large) constants = new HashSet<>();
         if (functionHere || !empty && current != source) newline();
         functionHere = true;
-        functions.append(luaLine).append(' ').append(row.name.isEmpty() ? "-" : row.name.replace('\n', ' ')).append(' ');
-        functions.append(row.length).append(' ').append(row.kind).append('\n');
+        functions.append(luaLine).append(' ').append(row.name().isEmpty() ? "-" : row.name().replace('\n', ' ')).append(' ');
+        functions.append(row.length()).append(' ').append(row.kind()).append('\n');
     }
 
     private void newline() {

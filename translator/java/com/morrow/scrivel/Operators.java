@@ -101,12 +101,12 @@ final class Operators {
         // Lua compares bytes, which differs from UTF-16 units only beyond ASCII.
         boolean ordered = numbers || texts && (left.isAscii() || right.isAscii());
         return switch (operator) {
-            case Token.ADD -> numbers ? infix(left, " + ", right, Code.SUM, type)
+            case Token.ADD -> numbers ? Code.infix(left, " + ", right, Code.SUM, type)
                 : type == Types.STRING && hasText(left) && hasText(right) ? concatenation(text(left, line), text(right, line))
                 : library(line, "add", left, right).typed(type);
-            case Token.SUB -> infix(number(left), " - ", number(right), Code.SUM, type);
-            case Token.MUL -> infix(number(left), " * ", number(right), Code.PRODUCT, type);
-            case Token.DIV -> infix(number(left), " / ", number(right), Code.PRODUCT, type);
+            case Token.SUB -> Code.infix(number(left), " - ", number(right), Code.SUM, type);
+            case Token.MUL -> Code.infix(number(left), " * ", number(right), Code.PRODUCT, type);
+            case Token.DIV -> Code.infix(number(left), " / ", number(right), Code.PRODUCT, type);
             case Token.MOD -> library(line, "mod", left, right).typed(type);
             case Token.EXP -> library(line, "pow", left, right).typed(type);
             case Token.BITOR -> library(line, "bor", left, right).typed(type);
@@ -119,10 +119,10 @@ final class Operators {
             case Token.LE -> comparison(ordered, " <= ", "le", left, right, line);
             case Token.GT -> comparison(ordered, " > ", "gt", left, right, line);
             case Token.GE -> comparison(ordered, " >= ", "ge", left, right, line);
-            case Token.SHEQ -> infix(left, " == ", right, Code.COMPARE, Types.BOOLEAN);
-            case Token.SHNE -> infix(left, " ~= ", right, Code.COMPARE, Types.BOOLEAN);
+            case Token.SHEQ -> Code.infix(left, " == ", right, Code.COMPARE, Types.BOOLEAN);
+            case Token.SHNE -> Code.infix(left, " ~= ", right, Code.COMPARE, Types.BOOLEAN);
             case Token.EQ -> comparison(comparable, " == ", "eq", left, right, line);
-            case Token.NE -> comparable ? infix(left, " ~= ", right, Code.COMPARE, Types.BOOLEAN)
+            case Token.NE -> comparable ? Code.infix(left, " ~= ", right, Code.COMPARE, Types.BOOLEAN)
                 : not(comparison(false, "", "eq", left, right, line));
             case Token.IN -> library(line, "has", left, right).typed(Types.BOOLEAN);
             case Token.INSTANCEOF -> library(line, "instanceof", left, right).typed(Types.BOOLEAN);
@@ -131,14 +131,8 @@ final class Operators {
     }
 
     private Code comparison(boolean direct, String sign, String name, Code left, Code right, int line) {
-        if (direct) return infix(left, sign, right, Code.COMPARE, Types.BOOLEAN);
+        if (direct) return Code.infix(left, sign, right, Code.COMPARE, Types.BOOLEAN);
         return library(line, name, left, right).typed(Types.BOOLEAN);
-    }
-
-    private static Code infix(Code left, String sign, Code right, int rank, int type) {
-        Code code = Code.of(left.within(rank == Code.COMPARE ? rank + 1 : rank), sign, right.within(rank + 1));
-        code.weight = Math.max(code.weight, Math.max(left.weight, right.weight + 1));
-        return code.ranked(rank, type);
     }
 
     /** Is text, or turns into text in one way only. */
