@@ -16,7 +16,8 @@ EXPRESSIONS = {
         Math.floor(@n)  Math.round(@n)  Math.trunc(@n)  Math.sqrt(@n)  Math.abs(@n)  Math.max(@n, @n)  Math.min(@n, @n)
         @s.length  @a.length  @a[@n]  @s.charCodeAt(@n)  @s.indexOf(@s)  @a.indexOf(@n)  @a.findIndex(x => x > @n)
         @a.reduce((x, y) => x + y, 0)  (a1.length < 40 ? a1.push(@n) : 0)  a2.pop()  a1.shift()
-        parseInt(@s)  parseFloat(@s)  Number(@x)""",
+        parseInt(@s)  parseFloat(@s)  Number(@x)  (o1?.w ?? @n)  (o1.z ??= @n)
+        ((p, q = p + @n, f = () => q, ...r) => p + f() + r.length)(@n, ...@a)""",
     # texts
     "s": r"""
         s1  s2  ""  "a"  "abc"  "\tx\n"  "12"  "1.50"  "é漢"  "a,b"  "ABCabc"  "0x1f"  "-3"  "null"
@@ -33,7 +34,7 @@ EXPRESSIONS = {
     "a": r"""
         a1  a2  [1, 2, 3]  [@n, @n]  [@n, @n].fill(@n)  a1.splice(@n, 1)  Object.values(o1)  @a.slice(@n)
         @a.map(x => x + @n)  @a.map((x, i) => i)  @a.filter(x => x > @n)  @a.slice().reverse()
-        @a.concat(@a).slice(0, 12)  @a.filter(x => x === x).sort((x, y) => x - y)
+        @a.concat(@a).slice(0, 12)  [@n, ...@a, @n].slice(0, 12)  @a.filter(x => x === x).sort((x, y) => x - y)
         @s.split("").map(c => c.charCodeAt(0)).slice(0, 9)""",
     "o": r"o1  o2  {x: 1, y: 2}  {y: @n, z: @n, x: 0}  Object.assign({}, @o)",
     "x": r"n1  s1  b1  a1  undefined  null  @n  @s  @b  @a  @o  (void @n)  o1.x",
@@ -52,6 +53,9 @@ STATEMENTS = {
         o1.w = @n;
         delete o2.x;
         [n1, n2] = [@n, n1];
+        [a1[@n & 3], o1.x, n2 = @n] = @a;
+        { let # = @s;¶for (const q of @a) # += @x;¶log(show(#.slice(0, 40))); }
+        { let # = "";¶while (fuel-- > 0 && @b) {¶# += @x;¶@L¶}¶s1 = #.slice(0, 40); }
         { const [p, q] = @a; log(show(p), show(q)); }
         { const {x, y: z} = @o; log(show(x), show(z)); }
         log(show(@x));

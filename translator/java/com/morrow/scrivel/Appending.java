@@ -50,8 +50,8 @@ final class Appending {
     }
 
     /** Whether a piece can be appended without a look at what is there: nothing that gives it sees the text. */
-    static boolean appends(Variable variable, AstNode piece) {
-        boolean quiet = Counting.isQuiet(piece);
+    static boolean appends(Variable variable, AstNode piece, Generator g) {
+        boolean quiet = Quiet.is(piece, g);
         for (Variable.Use use : variable.uses) {
             boolean called = use.write && use.closure() != null && !quiet;
             if (called || use.position >= piece.getPosition() && use.position < Names.end(piece)) return false;

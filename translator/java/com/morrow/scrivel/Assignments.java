@@ -85,7 +85,7 @@ final class Assignments {
 
     private Code compound(Assignment node, AstNode left, boolean wanted) {
         Variable text = left instanceof Name ? Names.variable(left) : null;
-        if (text != null && text.pieces && !wanted && Appending.appends(text, node.getRight())) return append(node, text);
+        if (text != null && text.pieces && !wanted && Appending.appends(text, node.getRight(), g)) return append(node, text);
         Operands operands = new Operands(g, true);
         Place place = Place.target(g, left, operands, true);
         int old = operands.put(g.out.mark(), place.read()).count() - 1;

@@ -1,6 +1,7 @@
 package com.morrow.scrivel;
 
 import java.util.List;
+import java.util.Set;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
@@ -11,6 +12,9 @@ final class Binding implements NodeVisitor {
 
     private static final Declaring CAUGHT = new Declaring(Variable.Kind.LET, null, true);
     private static final Declaring PARAMETER = new Declaring(Variable.Kind.PARAMETER, null, false);
+
+    /** Properties that make functions run without a call: of descriptors, and of objects. */
+    private static final Set<String> HOOKS = Set.of("get", "set", "valueOf", "toString", "join");
 
     private final Source source;
     private final Types types;
@@ -53,7 +57,10 @@ final class Binding implements NodeVisitor {
     private boolean parts(AstNode node) {
         switch (node.getType()) {
             case Token.NAME -> name((Name) node, false);
-            case Token.STRING, Token.TEMPLATE_CHARS -> refusals.escapes(node);
+            case Token.STRING, Token.TEMPLATE_CHARS -> {
+                refusals.escapes(node);
+                names.hooks |= node instanceof StringLiteral text && HOOKS.contains(text.getValue());
+            }
             case Token.THIS -> {
                 FunctionInfo owner = names.function.ofThis();
                 owner.usesThis = true;
@@ -61,7 +68,7 @@ final class Binding implements NodeVisitor {
             }
             case Token.GETPROP -> member((PropertyGet) node);
             case Token.FUNCTION -> function((FunctionNode) node);
-            case Token.VAR, Token.LET, Token.CONST -> declaration((VariableDeclaration) node);
+            case Token.VAR -> declaration((VariableDeclaration) node);
             case Token.INC, Token.DEC -> target(((UpdateExpression) node).getOperand(), null, node);
             case Token.OBJECTLIT -> objectLiteral((ObjectLiteral) node);
             case Token.FOR -> forLoop((Loop) node);
@@ -99,6 +106,7 @@ final class Binding implements NodeVisitor {
 
     private void name(Name name, boolean beforeDot) {
         String text = name.getIdentifier();
+        refusals.reserved(name);
         FunctionInfo owner = names.function.ofThis();
         if (text.equals("arguments") && owner.node != null && names.scope.find(text) == null) owner.usesArguments = true;
         names.sharesGlobals |= text.equals("globalThis");
@@ -124,7 +132,8 @@ final class Binding implements NodeVisitor {
     private void assignment(Assignment node) {
         note(node);
         boolean plain = node.getType() == Token.ASSIGN;
-        if (!Rewriting.isMark(node.getLeft())) target(node.getLeft(), null, plain ? node.getRight() : node);
+        if (!plain && isPattern(Expressions.bare(node.getLeft()))) invalid(node.getLeft());
+        else if (!Rewriting.isMark(node.getLeft())) target(node.getLeft(), null, plain ? node.getRight() : node);
         else if (!Patterns.isSpread(node)) errors.report(node, "Unexpected token '...'");
         node.getRight().visit(this);
     }
@@ -151,8 +160,13 @@ final class Binding implements NodeVisitor {
             boolean shorthand = "=".equals(source.note(property.getPosition()));
             if (shorthand) errors.report(property, "Invalid shorthand property initializer");
             refusals.property(property);
+            names.hooks |= property.isGetterMethod() || property.isSetterMethod() || isHook(property.getLeft());
             property.getRight().visit(this);
         }
+    }
+
+    private static boolean isHook(AstNode key) {
+        return key instanceof Name name && HOOKS.contains(name.getIdentifier());
     }
 
     // -- targets
@@ -177,22 +191,34 @@ final class Binding implements NodeVisitor {
             }
             case Token.OBJECTLIT -> {
                 for (ObjectProperty property : ((ObjectLiteral) node).getElements()) {
-                    if (Patterns.isSpread(property)) mustBeLast(property, true);
+                    if (Patterns.isSpread(property)) {
+                        mustBeLast(property, true);
+                        if (isPattern(property.getRight())) invalid(property.getRight());
+                    }
                     if (Patterns.isKey(property)) property.getRight().visit(this);
                     else target(property.getRight(), how, Types.ANYTHING);
                 }
             }
             case Token.ASSIGN -> withDefault((Assignment) node, how);
-            case Token.LP -> target(((ParenthesizedExpression) node).getExpression(), how, value);
+            case Token.LP -> {
+                AstNode inner = ((ParenthesizedExpression) node).getExpression();
+                if (isPattern(inner)) invalid(node);
+                else target(inner, how, value);
+            }
             case Token.GETPROP, Token.GETELEM -> {
                 if (Patterns.isOptional(node)) invalid(node);
                 else if (node instanceof PropertyGet member) {
+                    names.hooks |= isHook(member.getProperty());
                     names.mathShared |= member.getTarget() instanceof Name name && name.getIdentifier().equals("Math");
                     member(member);
                 } else descend(node);
             }
             default -> invalid(node);
         }
+    }
+
+    private static boolean isPattern(AstNode node) {
+        return node.getType() == Token.ARRAYLIT || node.getType() == Token.OBJECTLIT;
     }
 
     private void invalid(AstNode target) {
@@ -228,8 +254,8 @@ final class Binding implements NodeVisitor {
     }
 
     private void declaration(VariableDeclaration node) {
-        boolean constant = node.isConst() || "const".equals(source.note(node.getPosition()));
-        Variable.Kind kind = constant ? Variable.Kind.CONST : node.isLet() ? Variable.Kind.LET : Variable.Kind.VAR;
+        String word = source.note(node.getPosition());
+        Variable.Kind kind = word == null ? Variable.Kind.VAR : word.equals("let") ? Variable.Kind.LET : Variable.Kind.CONST;
         AstNode parent = node.getParent();
         int type = parent.getType();
         boolean inHead = parent instanceof Loop loop && loop.getBody() != node;
@@ -243,7 +269,7 @@ final class Binding implements NodeVisitor {
             AstNode value = part.getInitializer();
             if (iterator && (value != null || node.getVariables().size() > 1)) {
                 errors.report(part, "Invalid declaration in the head of a for loop");
-            } else if (value == null && !iterator && (constant || part.isDestructuring())) {
+            } else if (value == null && !iterator && (kind == Variable.Kind.CONST || part.isDestructuring())) {
                 String what = part.isDestructuring() ? "destructuring" : "const";
                 errors.report(part, "Missing initializer in " + what + " declaration");
             }
@@ -321,6 +347,12 @@ final class Binding implements NodeVisitor {
             || node.getFunctionType() == FunctionNode.FUNCTION_EXPRESSION_STATEMENT;
         boolean hoisted = statement && !(node.getParent() instanceof ObjectProperty);
         FunctionInfo info = names.enter(node, node);
+        boolean arrow = info.arrow, block = source.text.charAt(node.getBody().getPosition()) == '{';
+        if (!arrow && !block) errors.report(node.getBody(), "A function's body stands in braces");
+        if (hoisted && node.getFunctionName() == null) {
+            errors.report(node, "Function statements require a function name");
+            hoisted = false;
+        }
         if (hoisted) names.hoist(node, info);
         names.open(node);
         info.scope = names.scope;

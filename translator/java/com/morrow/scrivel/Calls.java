@@ -119,8 +119,8 @@ final class Calls {
     }
 
     /** Evaluating them cannot change what a method's name leads to. */
-    private static boolean areQuiet(List<AstNode> arguments) {
-        for (AstNode argument : arguments) if (!Counting.isQuiet(argument)) return false;
+    private boolean areQuiet(List<AstNode> arguments) {
+        for (AstNode argument : arguments) if (!Quiet.is(argument, g)) return false;
         return true;
     }
 

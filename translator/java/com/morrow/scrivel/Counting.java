@@ -43,7 +43,7 @@ final class Counting {
         if (counter == null || counter.spilledIn != null || counter.checked) return false;
         step = step(Expressions.bare(loop.getIncrement()));
         start = start(loop.getInitializer());
-        return (up ? step > 0 : step < 0) && start != null && isQuiet(start) && settlesOthers(loop.getInitializer());
+        return (up ? step > 0 : step < 0) && start != null && Quiet.is(start, g) && settlesOthers(loop.getInitializer());
     }
 
     private boolean isCounter(AstNode node) {
@@ -136,7 +136,7 @@ final class Counting {
             case Token.GETPROP -> {
                 PropertyGet get = (PropertyGet) node;
                 yield get.getProperty().getIdentifier().equals("length") && get.getTarget().getType() == Token.NAME
-                    && isInvariant(get.getTarget()) && isQuiet(loop.getBody()) && isQuiet(start);
+                    && isInvariant(get.getTarget()) && Quiet.is(get, g) && Quiet.is(loop.getBody(), g) && Quiet.is(start, g);
             }
             default -> false;
         };
@@ -149,30 +149,6 @@ final class Counting {
         if (variable.writtenInClosure) return false;
         for (Variable.Use other : variable.uses) if (other.write && isInLoop(other)) return false;
         return use.closure() == null;
-    }
-
-    /** Changes no object and runs no other function. */
-    static boolean isQuiet(AstNode node) {
-        QuietTest test = new QuietTest();
-        node.visit(test);
-        return test.quiet;
-    }
-
-    private static final class QuietTest implements NodeVisitor {
-        boolean quiet = true;
-
-        @Override
-        public boolean visit(AstNode node) {
-            if (node instanceof Assignment change) quiet &= isName(change.getLeft());
-            else if (node instanceof UpdateExpression change) quiet &= isName(change.getOperand());
-            else if (node.getType() == Token.CALL) quiet &= Calls.mathFunction(((FunctionCall) node).getTarget()) != null;
-            else quiet &= node.getType() != Token.NEW && node.getType() != Token.DELPROP && !(node instanceof ForInLoop);
-            return quiet && node.getType() != Token.FUNCTION;
-        }
-
-        private static boolean isName(AstNode target) {
-            return Expressions.bare(target).getType() == Token.NAME;
-        }
     }
 
     // -- writing

@@ -96,7 +96,8 @@ final class Expressions {
         if (variable.pieces) return g.operators.library("joined", Code.of(variable.access())).typed(Types.STRING);
         Code code = Code.read(variable.access(), variable.type);
         code.stable = variable.isSettled() || variable.counts;
-        code.fragile = variable.writtenInClosure && variable.spilledIn == null && use.scope.function == variable.scope.function;
+        FunctionInfo home = variable.inPlace ? variable.home.function : variable.scope.function;
+        code.fragile = variable.writtenInClosure && variable.spilledIn == null && use.scope.function == home;
         return code;
     }
 
@@ -145,13 +146,18 @@ final class Expressions {
         return result;
     }
 
-    /** {@code a ?? b} */
+    /** {@code a ?? b ?? c}, which the parser nests to the right. */
     private Code otherwise(InfixExpression node) {
         Code result = g.save(value(node.getLeft()));
-        Prepared right = g.prepare(node.getRight(), false);
-        branch(nullish(result), right, result);
-        g.out.add("end");
-        return result.typed(Types.join(result.type, right.code().type));
+        for (AstNode next = node.getRight(); next != null;) {
+            InfixExpression inner = Names.operator(next) != null ? (InfixExpression) next : null;
+            Prepared right = g.prepare(inner != null ? inner.getLeft() : next, false);
+            branch(nullish(result), right, result);
+            g.out.add("end");
+            result.type = Types.join(result.type, right.code().type);
+            next = inner != null ? inner.getRight() : null;
+        }
+        return result;
     }
 
     private Code logical(boolean and, Code left, Prepared right) {

@@ -29,6 +29,8 @@ final class Generator {
     /** Below this depth, statements with temporaries are no longer enclosed in blocks of their own. */
     static final int MOST_ENCLOSED = 15;
     private static final int MOST_TEMPORARIES = 40;
+    /** What a function's statements may take for themselves beside the variables and those temporaries. */
+    private static final int MOST_RESERVED = 80;
 
     final Source source;
     final Names names;
@@ -174,6 +176,12 @@ final class Generator {
         if (++temporaries <= MOST_TEMPORARIES) return fresh();
         if (spare == null) spare = "spare" + Lua.CHANGED + number();
         return spare + '.' + fresh();
+    }
+
+    /** Counts locals that a statement takes for as long as it runs. */
+    void reserve(AstNode node, int count) {
+        temporaries += count;
+        if (temporaries > MOST_RESERVED) throw new Refusal(node, "The code is nested too deeply");
     }
 
     /** Declares a temporary here without a value. */

@@ -88,7 +88,8 @@ final class Jumps {
 
     void switchStatement(SwitchStatement node, List<Label> labels) {
         Scope scope = Names.scope(node);
-        Code value = g.keep(g.value(node.getExpression()));
+        Code value = g.value(node.getExpression());
+        value = scope.variables.isEmpty() || value.rank == Code.ATOM ? g.keep(value) : g.save(value);
         if (!scope.variables.isEmpty()) g.temporaries++;
         g.functions.enter(scope);
         g.flow = new Flow(g.flow, labels, false, true);
@@ -186,7 +187,7 @@ final class Jumps {
 
     void tryStatement(TryStatement node) {
         String ok = g.fresh(), what = g.fresh(), result = g.fresh();
-        g.temporaries += 3;
+        g.reserve(node, 3);
         boolean closing = node.getFinallyBlock() != null;
         Flow part = new Flow(g.flow, null, false, false);
         part.jumps = new ArrayList<>();

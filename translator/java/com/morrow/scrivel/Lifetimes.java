@@ -73,7 +73,7 @@ final class Lifetimes {
         }
     }
 
-    private static void initialised(Variable v) {
+    private void initialised(Variable v) {
         int last = Names.end(v.home.node);
         v.safe = v.inPlace = v.direct && !v.home.isSwitch && v.declaration == null && !v.shared;
         for (Variable.Use use : v.uses) {
@@ -107,14 +107,14 @@ final class Lifetimes {
     }
 
     /** A function that was made within the variable's own function uses it. */
-    private static void closure(Variable v, FunctionInfo closure) {
+    private void closure(Variable v, FunctionInfo closure) {
         FunctionInfo function = v.scope.function.real();
         boolean hoisted = closure.hoistedIn != null && closure.hoistedIn.node.getPosition() <= v.home.node.getPosition()
             && closure.hoistedIn.function.real() == function;
-        int from = hoisted ? closure.reachedAt : closure.start;
+        int from = closure.hoistedIn != null ? closure.reachedAt : closure.start;
         if (hoisted || closure.start < v.start) v.inPlace = false;
         else if (closure.start < v.end) v.selfReferring = true;
-        if (from < v.end && function.callsBetween(from, v.end)) {
+        if (from < v.end && (names.hooks || function.callsBetween(from, v.end))) {
             v.safe = v.inPlace = false;
             v.checked = true;
         }

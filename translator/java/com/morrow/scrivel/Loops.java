@@ -108,7 +108,7 @@ final class Loops {
 
     private void initialise(AstNode node) {
         if (node instanceof VariableDeclaration declaration) {
-            if (!declaration.isLet()) g.temporaries++;
+            g.temporaries++;
             g.statements.declaration(declaration);
         } else if (!isEmpty(node)) g.expressions.effect(node);
     }
@@ -137,6 +137,7 @@ final class Loops {
     private void freshLoop(ForLoop node, Scope scope, ArrayList<Variable> variables) {
         int line = g.line;
         ArrayList<String> carriers = new ArrayList<>();
+        g.reserve(node, variables.size() + 1);
         for (Variable variable : variables) {
             String carrier = g.fresh();
             carriers.add(carrier);
@@ -170,6 +171,7 @@ final class Loops {
     private void elements(ForInLoop node, Code object, String item, int line) {
         Code list = g.save(g.operators.library(g.line(node.getIteratedObject()), "values", object));
         String index = g.fresh();
+        g.reserve(node, 2);
         g.out.add("local " + index + " = 0");
         g.out.add(line, "while " + index + " < ", list, ".length do");
         g.out.add(line, "local " + item + " = ", list, "[" + index + "]");
@@ -179,11 +181,11 @@ final class Loops {
 
     private void keys(ForInLoop node, Code object, String item, int line) {
         String list = g.fresh(), count = g.fresh(), index = g.fresh();
-        g.temporaries += 2;
+        g.reserve(node, 7);
         g.out.add(g.line(node.getIteratedObject()), "local " + list + ", " + count + " = ", g.operators.library("keys", object));
         g.out.add(line, "for " + index + " = 1, " + count + " do");
         g.out.add("local " + item + " = " + list + "[" + index + "]");
-        boolean lasting = Counting.isQuiet(node.getBody());
+        boolean lasting = Quiet.is(node.getBody(), g);
         if (!lasting) {
             g.out.add("if " + g.js("type") + "(", object, ") ~= \"table\" or ",
                 g.operators.library("has", Code.read(item, Types.STRING), object), " then");

@@ -26,6 +26,8 @@ final class Names {
     Scope scope;
     FunctionInfo function;
     boolean mathShared;
+    /** The script defines functions that run without being called: accessors, or what turns an object into a value. */
+    boolean hooks;
     /** The script has the global object in its hands, whose properties the variables of the top level are. */
     boolean sharesGlobals;
 

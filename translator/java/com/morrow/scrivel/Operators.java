@@ -15,7 +15,9 @@ final class Operators {
 
     /** A call of a library function. */
     Code library(String name, Code... operands) {
-        return Code.of(g.js(name), "(").arguments(Arrays.asList(operands), true, 3, 2);
+        Code code = Code.of(g.js(name), "(").arguments(Arrays.asList(operands), true, 3, 2);
+        code.calls |= g.names.hooks;
+        return code;
     }
 
     /** A call of a library function that blames a line when it fails. */
@@ -100,7 +102,7 @@ final class Operators {
         boolean texts = left.type == Types.STRING && right.type == Types.STRING, comparable = numbers || texts;
         // Lua compares bytes, which differs from UTF-16 units only beyond ASCII.
         boolean ordered = numbers || texts && (left.isAscii() || right.isAscii());
-        return switch (operator) {
+        Code result = switch (operator) {
             case Token.ADD -> numbers ? Code.infix(left, " + ", right, Code.SUM, type)
                 : type == Types.STRING && hasText(left) && hasText(right) ? concatenation(text(left, line), text(right, line))
                 : library(line, "add", left, right).typed(type);
@@ -128,6 +130,8 @@ final class Operators {
             case Token.INSTANCEOF -> library(line, "instanceof", left, right).typed(Types.BOOLEAN);
             default -> throw new IllegalStateException("operator " + operator);
         };
+        result.calls |= g.names.hooks;
+        return result;
     }
 
     private Code comparison(boolean direct, String sign, String name, Code left, Code right, int line) {

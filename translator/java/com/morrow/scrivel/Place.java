@@ -50,6 +50,7 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
 
     private Code access() {
         Code code = Code.of(object().within(Code.PREFIX), line);
+        code.calls |= g.names.hooks;
         if (field != null) return code.add(Lua.member(field));
         code.add("[", keyValue(), "]");
         code.weight = Math.max(object().weight, keyValue().weight + 1);

@@ -26,7 +26,11 @@ final class Refusals {
     boolean check(AstNode node) {
         String feature = feature(node);
         if (feature != null) refuse(node, feature);
-        else if (node instanceof TaggedTemplateLiteral tagged) refuse(tagged.getTarget(), "Tagged templates are");
+        else if (node instanceof NewExpression made && Patterns.isOptional(made.getTarget())) {
+            errors.report(node, "Invalid optional chain from new expression");
+        } else if (node instanceof Label label && Tokens.isReserved(label.getName())) {
+            errors.report(node, "Unexpected strict mode reserved word '" + label.getName() + "'");
+        } else if (node instanceof TaggedTemplateLiteral tagged) refuse(tagged.getTarget(), "Tagged templates are");
         else if (node instanceof UnaryExpression delete && node.getType() == Token.DELPROP
             && Expressions.bare(delete.getOperand()).getType() == Token.NAME) {
             errors.report(node, "Delete of an unqualified identifier in strict mode.");
@@ -106,10 +110,13 @@ final class Refusals {
         switch (name) {
             case "eval", "arguments" -> errors.report(node, "Unexpected eval or arguments in strict mode");
             case "undefined", "NaN", "Infinity" -> refuse(node, "A variable named " + name + " is");
-            default -> {
-                if (Tokens.isReserved(name)) errors.report(node, "Unexpected strict mode reserved word '" + name + "'");
-            }
+            default -> reserved(node);
         }
+    }
+
+    void reserved(Name node) {
+        String name = node.getIdentifier();
+        if (Tokens.isReserved(name)) errors.report(node, "Unexpected strict mode reserved word '" + name + "'");
     }
 
     void property(ObjectProperty property) {
@@ -118,7 +125,7 @@ final class Refusals {
         if (getter || property.isSetterMethod()) {
             int count = ((FunctionNode) property.getRight()).getParams().size();
             if (getter && count != 0) errors.report(key, "Getter must not have any formal parameters.");
-            if (!getter && count != 1) errors.report(key, "Setter must have exactly one formal parameter.");
+            if (!getter && (count != 1 || Patterns.isRest(((FunctionNode) property.getRight()).getParams().get(0)))) errors.report(key, "Setter must have exactly one formal parameter.");
         }
         boolean proto = key instanceof Name name && name.getIdentifier().equals("__proto__")
             || key instanceof StringLiteral text && text.getValue().equals("__proto__");

@@ -16,7 +16,7 @@ import org.mozilla.javascript.ast.Name;
  * {a = 1}            {a: a = 1}
  * a?.b  a?.[k]       a.ʭ.b  a.ʭ[k]
  * a ?? b  a ??= b    a || b  a |=  b            with a note of the operator
- * for (const a ...   for (let   a ...           with a note of the word
+ * let a  const a     var a  var   a             with a note of the word
  * catch {            catch (ʭ) {
  * catch ({a}) {      catch (ʭ if {a}) {
  * </pre>
@@ -65,17 +65,29 @@ final class Rewriting {
             case '[' -> {
                 if (t.opens()) computed(t);
             }
+            case Tokens.DOT -> {
+                if (!t.after.is(Tokens.NAME)) unexpected(t.after);
+            }
             case Tokens.SPREAD -> {
+                if (t.before.is(Tokens.NAME) || t.before.is(Tokens.KEYWORD)) unexpected(t);
                 if (!isLast(t)) notes.put(t.start, ",");
                 replace(t, t.inObject() ? MARK + " :" : MARK + " =");
             }
-            case Tokens.OPTIONAL -> replace(t, t.after.is(Tokens.NAME) ? "." + MARK + "." : "." + MARK);
+            case Tokens.OPTIONAL -> {
+                boolean member = t.after.is(Tokens.NAME);
+                if (!member && !t.after.is('(') && !t.after.is('[')) unexpected(t.after);
+                replace(t, member ? "." + MARK + "." : "." + MARK);
+            }
             case Tokens.NULLISH, Tokens.LOGICAL_ASSIGN -> {
                 notes.put(t.start, t.text());
                 replace(t, t.is(Tokens.NULLISH) ? "||" : "|= ");
             }
             default -> {}
         }
+    }
+
+    private void unexpected(Token t) {
+        errors.reportToken(t.start, t.start == t.end ? Syntax.END : "Unexpected token '" + t.text() + "'");
     }
 
     private boolean actsAsKeyword(Token t) {
@@ -93,12 +105,11 @@ final class Rewriting {
     private void keyword(Token t) {
         if (isKey(t)) return;
         Token second = t.after.after;
-        if (t.is("catch") && t.after.is('{')) edits.insert(t.end, "(" + MARK + ")");
-        if (!t.after.is('(')) return;
-        if (t.is("for") && second.is("const")) {
-            notes.put(second.start, "const");
-            replace(second, "let  ");
-        } else if (t.is("catch") && (second.is('{') || second.is('['))) {
+        if (t.is("const") || t.is("let") && (t.after.is(Tokens.NAME) || t.after.is('[') || t.after.is('{'))) {
+            notes.put(t.start, t.text());
+            replace(t, t.is("let") ? "var" : "var  ");
+        } else if (t.is("catch") && t.after.is('{')) edits.insert(t.end, "(" + MARK + ")");
+        else if (t.is("catch") && t.after.is('(') && (second.is('{') || second.is('['))) {
             notes.put(second.start, "catch");
             edits.insert(second.start, MARK + " if ");
         }

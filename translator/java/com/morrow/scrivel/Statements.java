@@ -25,29 +25,35 @@ final class Statements {
     /** A statement; a bare return may stand where it is the last of a Lua block. */
     private void statement(AstNode node, boolean tail) {
         g.line = g.line(node);
+        LuaWriter.Span span = span(node);
         switch (node.getType()) {
-            case Token.VAR, Token.LET, Token.CONST -> declaration((VariableDeclaration) node);
+            case Token.VAR -> declaration((VariableDeclaration) node);
             case Token.FUNCTION, Token.EMPTY, Token.DEBUGGER -> {}
             case Token.BLOCK -> block(node, tail);
             default -> {
                 int before = g.temporaries;
                 Block outer = g.collect();
-                LuaWriter.Span span = jumpsOver(node) ? new LuaWriter.Span(node) : null;
-                if (span != null) g.out.add(span);
                 simple(node, tail);
-                if (span != null) g.out.add(span);
                 Block inner = g.collected(outer);
                 if (g.depth < Generator.MOST_ENCLOSED) g.enclose(g.line(node), inner, before);
                 else g.out.add(inner);
             }
         }
+        if (span != null) g.out.add(span);
     }
 
-    private boolean jumpsOver(AstNode node) {
-        if (node.getLength() <= LuaWriter.Span.MOST_PIECES) return false;
-        if (!(node instanceof ExpressionStatement)) return true;
-        String text = g.source.text.substring(node.getPosition(), node.getPosition() + node.getLength());
-        return text.indexOf('?') >= 0 || text.contains("&&") || text.contains("||");
+    /** Begins to measure a large statement that Lua jumps over; null for others. */
+    private LuaWriter.Span span(AstNode node) {
+        int type = node.getType();
+        if (node.getLength() <= LuaWriter.Span.MOST_PIECES || type == Token.BLOCK) return null;
+        if (node instanceof ExpressionStatement || type == Token.VAR) {
+            if (node instanceof VariableDeclaration) return null;
+            String text = g.source.text.substring(node.getPosition(), Names.end(node));
+            if (text.indexOf('?') < 0 && !text.contains("&&") && !text.contains("||")) return null;
+        }
+        LuaWriter.Span span = new LuaWriter.Span(node);
+        g.out.add(span);
+        return span;
     }
 
     private void simple(AstNode node, boolean tail) {
@@ -124,8 +130,10 @@ final class Statements {
     void declaration(VariableDeclaration node) {
         for (VariableInitializer part : node.getVariables()) {
             g.line = g.line(part);
+            LuaWriter.Span span = span(part);
             if (part.getTarget() instanceof Name name) single(name, part.getInitializer());
             else pattern(part);
+            if (span != null) g.out.add(span);
         }
     }
 

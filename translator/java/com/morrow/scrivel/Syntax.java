@@ -7,6 +7,8 @@ import org.mozilla.javascript.ast.*;
 
 /** Parses a script, and says in an author's words what the parser did not take. */
 final class Syntax {
+    static final String END = "Unexpected end of the script";
+
     private Syntax() {}
 
     /** The tree, with positions that count from the beginning of the text; what does not parse is reported. */
@@ -29,12 +31,21 @@ final class Syntax {
             AstNode parent = node.getParent();
             if (parent instanceof Loop loop && isMisplaced(node, loop)) node.setPosition(node.getPosition() + labelAround(loop));
             if (parent != null) node.setPosition(parent.getPosition() + node.getPosition());
-            if (node instanceof Loop loop && !(node instanceof DoLoop)) {
-                loop.setLength(loop.getBody().getPosition() + loop.getBody().getLength());
-            }
+            node.setLength(length(node));
             if (!(node instanceof ObjectProperty property) || property.getLeft() != property.getRight()) return true;
             property.getLeft().visit(this);
             return false;
+        }
+
+        /** Of a statement that ends with another: as far as that goes. */
+        private static int length(AstNode node) {
+            AstNode last = null;
+            if (node instanceof Loop loop && !(node instanceof DoLoop)) last = loop.getBody();
+            else if (node instanceof LabeledStatement labeled) last = labeled.getStatement();
+            else if (node instanceof IfStatement choice) {
+                last = choice.getElsePart() != null ? choice.getElsePart() : choice.getThenPart();
+            }
+            return last == null ? node.getLength() : last.getPosition() + length(last);
         }
 
         /** A condition stands behind its parenthesis, unless its place was counted from the label's. */
@@ -56,12 +67,13 @@ final class Syntax {
      */
     static String explain(String text, int at, int length, String message) {
         if (message.startsWith("Default values") || message.startsWith("Invalid assignment left")
-            || message.startsWith("Property \"") || message.contains("redeclaration of")) return null;
+            || message.startsWith("Property \"") || message.contains("redeclaration of") || text.startsWith("..", at)) return null;
         String feature = feature(text, at, message);
         if (feature != null) return feature + " not supported";
         if (message.startsWith("TypeError: ")) message = message.substring(11);
+        if (message.startsWith("continue can only")) return "A continue statement needs the label of a loop around it";
         if (!message.equals("syntax error")) return Character.toUpperCase(message.charAt(0)) + message.substring(1);
-        if (at >= text.trim().length()) return "Unexpected end of the script";
+        if (at >= text.stripTrailing().length()) return END;
         int end = Math.min(text.length(), at + Math.max(1, Math.min(length, 20)));
         return "Unexpected token '" + text.substring(at, end) + "'";
     }

@@ -1,0 +1,59 @@
+package com.morrow.scrivel;
+
+import org.mozilla.javascript.Token;
+import org.mozilla.javascript.ast.*;
+
+/**
+ * Finds out whether code changes no object and runs no other function. In a script that defines accessors or methods
+ * like valueOf, reading a member or turning an operand into another type may run one.
+ */
+final class Quiet implements NodeVisitor {
+    private final Names names;
+    private final Types types;
+    private boolean quiet = true;
+
+    private Quiet(Names names, Types types) {
+        this.names = names;
+        this.types = types;
+    }
+
+    static boolean is(AstNode node, Generator g) {
+        return is(node, g.names, g.types);
+    }
+
+    static boolean is(AstNode node, Names names, Types types) {
+        Quiet test = new Quiet(names, types);
+        node.visit(test);
+        return test.quiet;
+    }
+
+    @Override
+    public boolean visit(AstNode node) {
+        if (node instanceof Assignment change) quiet &= isName(change.getLeft());
+        else if (node instanceof UpdateExpression change) quiet &= isName(change.getOperand());
+        else if (node.getType() == Token.CALL) quiet &= Calls.mathFunction(((FunctionCall) node).getTarget()) != null;
+        else quiet &= node.getType() != Token.NEW && node.getType() != Token.DELPROP && !(node instanceof ForInLoop);
+        quiet &= !names.hooks || !mayCallHook(node);
+        return quiet && node.getType() != Token.FUNCTION;
+    }
+
+    private static boolean isName(AstNode target) {
+        return Expressions.bare(target).getType() == Token.NAME;
+    }
+
+    private boolean mayCallHook(AstNode node) {
+        return switch (node.getType()) {
+            case Token.GETPROP, Token.GETELEM, Token.CALL, Token.TEMPLATE_LITERAL, Token.OBJECTLIT, Token.ARRAYLIT -> true;
+            case Token.AND, Token.OR, Token.COMMA, Token.ASSIGN, Token.SHEQ, Token.SHNE, Token.HOOK -> false;
+            case Token.NOT, Token.TYPEOF, Token.TYPEOFNAME, Token.VOID -> false;
+            default -> node instanceof InfixExpression infix && !(isPrimitive(infix.getLeft()) && isPrimitive(infix.getRight()))
+                || node instanceof UnaryExpression unary && !isPrimitive(unary.getOperand())
+                || node instanceof UpdateExpression change && !isPrimitive(change.getOperand());
+        };
+    }
+
+    private boolean isPrimitive(AstNode node) {
+        int type = types.of(node);
+        return Types.isNumber(type) || type == Types.STRING || type == Types.BOOLEAN;
+    }
+}
