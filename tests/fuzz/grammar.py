@@ -54,8 +54,8 @@ STATEMENTS = {
         delete o2.x;
         [n1, n2] = [@n, n1];
         [a1[@n & 3], o1.x, n2 = @n] = @a;
-        { let # = @s;¶for (const q of @a) # += @x;¶log(show(#.slice(0, 40))); }
-        { let # = "";¶while (fuel-- > 0 && @b) {¶# += @x;¶@L¶}¶s1 = #.slice(0, 40); }
+        { let # = @s;¶for (const q of @a) # += @x;¶log(show(#).slice(0, 40)); }
+        { let # = "";¶while (fuel-- > 0 && @b) {¶# += @x;¶@L¶}¶s1 = show(#).slice(0, 40); }
         { const [p, q] = @a; log(show(p), show(q)); }
         { const {x, y: z} = @o; log(show(x), show(z)); }
         log(show(@x));

@@ -53,7 +53,7 @@ final class Assignments {
             return value;
         }
         Operands operands = new Operands(g, true);
-        Place place = Place.target(g, left, operands, false);
+        Place place = Place.target(g, left, operands, false).at(g.operatorLine(node));
         operands.put(g.out.mark(), named(node.getRight(), node.getLeft()));
         Variable variable = left instanceof Name ? Names.variable(left) : null;
         if (wanted && (variable == null || variable.kind == Variable.Kind.CONST)) operands.keep();
@@ -151,7 +151,8 @@ final class Assignments {
     }
 
     private void arrayPattern(ArrayLiteral pattern, Code given, boolean declaring) {
-        Code list = g.save(g.operators.library(g.line(pattern), "values", given));
+        int blamed = given.lastLine != 0 ? given.lastLine : g.line(pattern);
+        Code list = g.save(g.operators.library(blamed, "values", given));
         int index = 0;
         for (AstNode element : pattern.getElements()) {
             int line = g.line(element);

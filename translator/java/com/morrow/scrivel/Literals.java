@@ -4,6 +4,7 @@ import com.morrow.scrivel.Generator.Refusal;
 import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
+import java.util.Set;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
@@ -11,6 +12,9 @@ import org.mozilla.javascript.ast.*;
 final class Literals {
     /** Larger literals, where an operand needs statements of its own, are filled one by one. */
     private static final int MOST_KEYS = 100;
+
+    private static final Set<String> INHERITED = Set.of("constructor", "hasOwnProperty", "isPrototypeOf",
+        "propertyIsEnumerable", "toLocaleString", "toString", "valueOf");
 
     private final Generator g;
 
@@ -65,7 +69,7 @@ final class Literals {
     /** The text of a property's key. */
     static String key(AstNode node) {
         if (node instanceof Name name) return name.getIdentifier();
-        if (node instanceof StringLiteral literal) return literal.getValue();
+        if (node instanceof StringLiteral literal) return Refusals.key(literal);
         double number = node instanceof NumberLiteral literal ? literal.getNumber() : Double.NaN;
         if (Double.isFinite(number)) return Lua.keyText(number);
         if (Double.isInfinite(number)) return "Infinity";
@@ -85,10 +89,11 @@ final class Literals {
         return (plain ? constructor(properties) : filled(properties)).typed(Types.OBJECT);
     }
 
-    /** Can stand as a field in a Lua table's constructor. */
-    private static boolean isPlain(ObjectProperty property) {
+    /** Can stand as a field in a Lua table's constructor: one that surely hides what the prototype has. */
+    private boolean isPlain(ObjectProperty property) {
         if (Patterns.isSpread(property) || Patterns.isKey(property) || isAccessor(property)) return false;
         String key = key(property.getLeft());
+        if (INHERITED.contains(key) && g.types.of(property.getRight()) == Types.UNKNOWN) return false;
         return !key.equals("length") && Double.isNaN(Lua.canonicalNumber(key));
     }
 

@@ -199,6 +199,7 @@ final class Loops {
         int before = g.temporaries;
         g.functions.enter(Names.scope(node));
         Code value = Code.read(item, Types.UNKNOWN);
+        value.lastLine = g.line(node.getIteratedObject());
         if (node.getIterator() instanceof VariableDeclaration declaration) {
             AstNode target = declaration.getVariables().get(0).getTarget();
             g.statements.declareHere(target);

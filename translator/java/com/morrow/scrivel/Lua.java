@@ -36,10 +36,11 @@ final class Lua {
         return isName(key) ? '.' + key : '[' + key(key) + ']';
     }
 
-    /** A variable's name in Lua: a dollar sign becomes its full-width form, a keyword is marked as changed. */
+    /** A variable's name in Lua: a dollar sign becomes its full-width form, what means something else there is marked. */
     static String variable(String name) {
         String plain = name.indexOf('$') < 0 ? name : name.replace('$', '\uFF04');
-        return KEYWORDS.contains(plain) ? plain + CHANGED : plain;
+        boolean taken = KEYWORDS.contains(plain) || plain.equals("_G") || plain.indexOf(CHANGED) >= 0;
+        return taken ? plain + CHANGED : plain;
     }
 
     static String number(double value) {

@@ -18,7 +18,7 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
         AstNode key = Expressions.bare(((ElementGet) node).getElement());
         if (key instanceof StringLiteral literal) {
             double number = Lua.canonicalNumber(literal.getValue());
-            if (number != number) return new Place(g, null, operands, object, 0, literal.getValue(), g.line(key));
+            if (number != number) return new Place(g, null, operands, object, 0, Refusals.key(literal), g.line(key));
             operands.put(g.out.mark(), Code.atom(Lua.number(number), Types.NUMBER));
         } else operands.add(key);
         if (several) operands.keep();
@@ -31,6 +31,11 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
         Place place = of(g, node, operands, several);
         if (place.object().rank != Code.PREFIX || place.object().parenthesis) operands.keepAll();
         return place;
+    }
+
+    /** The same, where an access fails on another line. */
+    Place at(int otherLine) {
+        return new Place(g, variable, operands, objectAt, keyAt, field, otherLine);
     }
 
     Code object() {
@@ -69,9 +74,9 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
         else if (field == null && !Types.isNumber(operands.get(keyAt).type)) g.out.add(g.operators.library(line, "set", object(), keyValue(), value));
         else if ("length".equals(field)) g.out.add(g.operators.library(line, "setlength", object(), value));
         else {
-            boolean elsewhere = value.lastLine != 0 && value.lastLine != line;
-            // Lua blames the line of the last token for a failing store.
-            g.out.add(g.line, access(), " = ", elsewhere ? Code.of("(", value, line, ")") : value);
+            // Lua blames the line of the last token for a failing store, and for a read that stands right before it.
+            if (value.lastLine != 0 && value.lastLine != line) value = value.pure ? Code.of("(", value, line, ")") : g.save(value);
+            g.out.add(g.line, access(), " = ", value);
         }
     }
 }

@@ -100,6 +100,12 @@ final class Refusals {
         return from >= to;
     }
 
+    /** The support library keeps what it knows of an object under such names. */
+    static String key(StringLiteral literal) {
+        if (!literal.getValue().startsWith("\0")) return literal.getValue();
+        throw new Generator.Refusal(literal, "A property name that begins with \\0 is not supported");
+    }
+
     void member(Name name) {
         if (name.getIdentifier().equals("__proto__")) refuse(name, "The property __proto__ is");
     }

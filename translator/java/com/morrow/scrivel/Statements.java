@@ -172,7 +172,9 @@ final class Statements {
         declareHere(part.getTarget());
         int before = g.temporaries;
         Block outer = g.collect();
-        g.assignments.give(part.getTarget(), g.save(g.value(part.getInitializer())), true);
+        Code value = g.save(g.value(part.getInitializer()));
+        value.lastLine = g.line(part.getInitializer());
+        g.assignments.give(part.getTarget(), value, true);
         g.enclose(g.line, g.collected(outer), before);
     }
 
