@@ -13,12 +13,13 @@ final class Edits {
         }
     }
 
-    private final ArrayList<Edit> edits = new ArrayList<>();
+    /** Those that move what follows, and those that keep every offset. */
+    private final ArrayList<Edit> edits = new ArrayList<>(), patches = new ArrayList<>();
     /** Where each replacement begins in the changed text. */
     private int[] places = {};
 
     void replace(int from, int to, String by) {
-        edits.add(new Edit(from, to, by));
+        (by.length() == to - from ? patches : edits).add(new Edit(from, to, by));
     }
 
     void insert(int at, String what) {
@@ -27,6 +28,11 @@ final class Edits {
 
     /** The changed text; the given one itself when nothing changes. */
     String apply(String given) {
+        if (!patches.isEmpty()) {
+            StringBuilder patched = new StringBuilder(given);
+            for (Edit patch : patches) patched.replace(patch.from, patch.to, patch.by);
+            given = patched.toString();
+        }
         if (edits.isEmpty()) return given;
         edits.sort(null);
         places = new int[edits.size()];
