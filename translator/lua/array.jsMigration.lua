@@ -1,15 +1,9 @@
 -- Array. Elements are taken as they are stored where that is enough, and by every rule where it is not.
 local js = require("jsMigration.lua")
-local math, table, error, pcall = math, table, error, pcall
-local null, str, has, isArray = js.null, js.str, js.has, js.isArray
-local toInteger, position, typeError, addHoles = js.toInteger, js.position, js.typeError, js.addHoles
-local elements = require("elements.jsMigration.lua")
-local open, element, make = elements.open, elements.element, elements.make
-local derived, dense = elements.derived, elements.dense
-local delete, setlength, isConstructor = js.delete, js.setlength, js.isConstructor
-local type, rawget, rawset, select, getmetatable, unpack = type, rawget, rawset, select, getmetatable, unpack
-local min, max, floor = math.min, math.max, math.floor
-local A, H, ArrayProto = js.A, "\0h", js.ArrayProto
+local table, error, pcall, setmetatable, type, rawget, rawset = table, error, pcall, setmetatable, type, rawget, rawset
+local select, getmetatable, unpack, min, max, null = select, getmetatable, unpack, math.min, math.max, js.null
+local str, has, isArray, toInteger, position, delete = js.str, js.has, js.isArray, js.toInteger, js.position, js.delete
+local setlength, addHoles, A, ArrayProto, H = js.setlength, js.addHoles, js.A, js.ArrayProto, "\0h"
 local LONGEST, MAX_SAFE = 4294967295, 9007199254740991
 
 -- Array.prototype is an array. Its elements are seen through every array, which a plain lookup doesn't expect.
@@ -20,10 +14,25 @@ function meta.__newindex(a, k, v)
 end
 rawset(js.fillProto(ArrayProto, nil, meta), "length", 0)
 
+-- What the methods have in common.
+
+local function checkLength(n, most)
+  if n <= most then return end
+  if most == MAX_SAFE then js.typeError("The array would become too long") end
+  js.throwError("RangeError", "Invalid array length")
+end
+
+local function make(n)
+  checkLength(n, LONGEST)
+  return setmetatable({ length = n }, A)
+end
+
+local function lengthOf(o) return min(max(toInteger(o.length), 0), MAX_SAFE) end
+
 local function construct(...)
   local n, first = select("#", ...), ...
   if n ~= 1 or type(first) ~= "number" then return js.rest(...) end
-  if js.uint32(first) ~= first then elements.tooLong() end
+  checkLength(js.uint32(first) == first and first or 1 / 0, LONGEST)
   local a = make(first)
   if first > 0 then addHoles(a, 0, first) end
   return a
@@ -31,8 +40,53 @@ end
 
 local Array = js.constructor("Array", 1, ArrayProto, function(_, ...) return construct(...) end, construct)
 
-local function static(name, count, f) return js.builtin(Array, name, count, f) end
-local function method(name, count, f) return js.builtin(ArrayProto, name, count, f) end
+-- The object to work on and its length.
+local function open(this, name)
+  if getmetatable(this) == A then return this, this.length end
+  if this == nil or this == null then js.typeError("Array.prototype." .. name .. " called on null or undefined") end
+  local o = js.toObject(this)
+  return o, lengthOf(o)
+end
+
+-- Whether o has an element, and its value.
+local function element(o, i)
+  if type(o) == "table" then
+    local v = rawget(o, i)
+    if v ~= nil then return true, v end
+  end
+  if has(i, o) then return true, o[i] end
+  return false
+end
+
+-- The array that a method of o fills.
+local function derived(o, n)
+  local c
+  if isArray(o) then c = o.constructor end
+  if c ~= nil and not js.isObject(c) then js.typeError(js.str(c) .. " is not a constructor") end
+  return make(n)
+end
+
+-- Puts what o has at i into an array, a hole where that has none.
+local function copy(o, i, into, at)
+  local found, v = element(o, i)
+  if found then rawset(into, at, v) else addHoles(into, at, at + 1) end
+end
+
+-- A copy without holes.
+local function dense(o, n)
+  local a = make(n)
+  for i = 0, n - 1 do rawset(a, i, o[i]) end
+  return a
+end
+js.open, js.element, js.derived, js.dense = open, element, derived, dense
+
+-- Defines a method that gets the object to work on and its length.
+local function method(name, count, f)
+  return js.builtin(ArrayProto, name, count, function(this, ...)
+    local o, n = open(this, name)
+    return f(o, n, ...)
+  end)
+end
 
 -- True for an array without holes and attributes.
 local function plain(o) return getmetatable(o) == A and not rawget(o, H) and not rawget(o, "\0s") end
@@ -54,9 +108,9 @@ end
 
 -- Ends.
 
-local push = method("push", 1, function(this, ...)
+local push = js.builtin(ArrayProto, "push", 1, function(this, ...)
   local count = select("#", ...)
-  if type(this) == "table" and getmetatable(this) == A and this.length + count <= LONGEST then
+  if getmetatable(this) == A and this.length + count <= LONGEST then
     local n = this.length
     if count == 1 then
       rawset(this, n, (...))
@@ -68,13 +122,17 @@ local push = method("push", 1, function(this, ...)
     return n + count
   end
   local o, n = open(this, "push")
-  if n + count > MAX_SAFE then typeError("The array would become too long") end
+  checkLength(n + count, MAX_SAFE)
   for i = 1, count do o[n + i - 1] = (select(i, ...)) end
   setlength(o, n + count)
   return n + count
 end)
 
-local function dropLast(o, n)
+-- Removes the first or the last element and gives it.
+local function take(o, n, at)
+  if n == 0 then setlength(o, 0) return nil end
+  local v = o[at]
+  if at < n - 1 then move(o, at + 1, n, -1) end
   if plain(o) then
     rawset(o, n - 1, nil)
     o.length = n - 1
@@ -82,36 +140,21 @@ local function dropLast(o, n)
     delete(o, n - 1)
     setlength(o, n - 1)
   end
+  return v
 end
-
-method("pop", 0, function(this)
-  local o, n = open(this, "pop")
-  if n == 0 then setlength(o, 0) return nil end
-  local v = o[n - 1]
-  dropLast(o, n)
-  return v
-end)
-
-method("shift", 0, function(this)
-  local o, n = open(this, "shift")
-  if n == 0 then setlength(o, 0) return nil end
-  local v = o[0]
-  move(o, 1, n, -1)
-  dropLast(o, n)
-  return v
-end)
+method("pop", 0, function(o, n) return take(o, n, n - 1) end)
+method("shift", 0, function(o, n) return take(o, n, 0) end)
 
 -- Puts count values in place of the elements first .. first + remove - 1.
 local function replace(o, n, first, remove, count, ...)
-  if n - remove + count > MAX_SAFE then typeError("The array would become too long") end
+  checkLength(n - remove + count, MAX_SAFE)
   if count ~= remove then move(o, first + remove, n, count - remove) end
   if not plain(o) then for i = n - 1, n - remove + count, -1 do delete(o, i) end end
   for i = 1, count do o[first + i - 1] = (select(i, ...)) end
   setlength(o, n - remove + count)
 end
 
-method("unshift", 1, function(this, ...)
-  local o, n = open(this, "unshift")
+method("unshift", 1, function(o, n, ...)
   local count = select("#", ...)
   replace(o, n, 0, 0, count, ...)
   return n + count
@@ -120,54 +163,43 @@ end)
 -- Parts.
 
 local function part(o, first, last)
-  local a = derived(o, last > first and last - first or 0)
-  for i = first, last - 1 do
-    local found, v = element(o, i)
-    if found then rawset(a, i - first, v) else addHoles(a, i - first, i - first + 1) end
-  end
+  local a = derived(o, max(last - first, 0))
+  for i = first, last - 1 do copy(o, i, a, i - first) end
   return a
 end
+method("slice", 2, function(o, n, first, last) return part(o, position(first, n, 0), position(last, n, n)) end)
 
-method("slice", 2, function(this, first, last)
-  local o, n = open(this, "slice")
-  return part(o, position(first, n, 0), position(last, n, n))
-end)
-
--- Where a splice begins and how many elements it removes.
-local function removal(n, given, start, remove)
+-- Where a splice begins, how many elements it removes, and how many it inserts.
+local function removal(n, ...)
+  local given, start, remove = select("#", ...), ...
   local first = position(start, n, 0)
-  if given < 2 then return first, given == 0 and 0 or n - first end
-  return first, max(0, min(toInteger(remove), n - first))
+  if given < 2 then return first, given == 0 and 0 or n - first, 0 end
+  return first, max(0, min(toInteger(remove), n - first)), given - 2
 end
 
-method("splice", 2, function(this, ...)
-  local o, n = open(this, "splice")
-  local given = select("#", ...)
-  local first, remove = removal(n, given, ...)
-  if n - remove + max(0, given - 2) > MAX_SAFE then typeError("The array would become too long") end
+method("splice", 2, function(o, n, ...)
+  local first, remove, count = removal(n, ...)
+  checkLength(n - remove + count, MAX_SAFE)
   local removed = part(o, first, first + remove)
-  replace(o, n, first, remove, max(0, given - 2), select(3, ...))
+  replace(o, n, first, remove, count, select(3, ...))
   return removed
 end)
 
-local concat = method("concat", 1, function(this, ...)
+local concat = js.builtin(ArrayProto, "concat", 1, function(this, ...)
   this = js.toObject(this)
   local a, n = derived(this, 0), 0
   for i = 0, select("#", ...) do
     local item = this
     if i > 0 then item = (select(i, ...)) end
     if isArray(item) then
-      for k = 0, item.length - 1 do
-        local found, v = element(item, k)
-        if found then rawset(a, n + k, v) else addHoles(a, n + k, n + k + 1) end
-      end
+      for k = 0, item.length - 1 do copy(item, k, a, n + k) end
       n = n + item.length
     else
       rawset(a, n, item)
       n = n + 1
     end
   end
-  if n > LONGEST then elements.tooLong() end
+  checkLength(n, LONGEST)
   a.length = n
   return a
 end)
@@ -192,46 +224,40 @@ local function join(o, n, separator, text)
   return js.mend(table.concat(parts, separator))
 end
 
-method("join", 1, function(this, separator)
-  local o, n = open(this, "join")
-  return join(o, n, separator == nil and "," or str(separator), str)
-end)
-method("toString", 0, function(this)
+method("join", 1, function(o, n, separator) return join(o, n, separator == nil and "," or str(separator), str) end)
+js.builtin(ArrayProto, "toString", 0, function(this)
   local o = js.toObject(this)
   if type(o.join) == "function" then return o:join() end
   return js.ObjectProto.toString(o)
 end)
-method("toLocaleString", 0, function(this)
-  local o, n = open(this, "toLocaleString")
+method("toLocaleString", 0, function(o, n)
   return join(o, n, ",", function(v) return str(v:toLocaleString()) end)
 end)
 
+local function put(o, i, found, v, other)
+  if found then o[i] = v elseif other then delete(o, i) end
+end
+
 local function reverse(o, n)
-  for i = 0, floor(n / 2) - 1 do
+  for i = 0, n / 2 - 1 do
     local j = n - 1 - i
     local hasA, a = element(o, i)
     local hasB, b = element(o, j)
-    if hasB then o[i] = b elseif hasA then delete(o, i) end
-    if hasA then o[j] = a elseif hasB then delete(o, j) end
+    put(o, i, hasB, b, hasA)
+    put(o, j, hasA, a, hasB)
   end
   return o
 end
-method("reverse", 0, function(this) return reverse(open(this, "reverse")) end)
-
-method("at", 1, function(this, i)
-  local o, n = open(this, "at")
+method("reverse", 0, reverse)
+method("at", 1, function(o, n, i)
   i = toInteger(i)
   return o[i < 0 and i + n or i]
 end)
-
-method("fill", 1, function(this, value, first, last)
-  local o, n = open(this, "fill")
+method("fill", 1, function(o, n, value, first, last)
   for i = position(first, n, 0), position(last, n, n) - 1 do o[i] = value end
   return o
 end)
-
-method("copyWithin", 2, function(this, target, first, last)
-  local o, n = open(this, "copyWithin")
+method("copyWithin", 2, function(o, n, target, first, last)
   local to, from = position(target, n, 0), position(first, n, 0)
   move(o, from, from + min(position(last, n, n) - from, n - to), to - from)
   return o
@@ -239,22 +265,17 @@ end)
 
 -- Searching.
 
-method("indexOf", 1, function(this, x, from)
-  local o, n = open(this, "indexOf")
-  for i = position(n > 0 and from or nil, n, 0), n - 1 do if o[i] == x and (x ~= nil or has(i, o)) then return i end end
+local function search(o, x, from, to, step)
+  for i = from, to, step do if o[i] == x and (x ~= nil or has(i, o)) then return i end end
   return -1
-end)
+end
 
-method("lastIndexOf", 1, function(this, x, ...)
-  local o, n = open(this, "lastIndexOf")
+method("indexOf", 1, function(o, n, x, from) return search(o, x, position(n > 0 and from or nil, n, 0), n - 1, 1) end)
+method("lastIndexOf", 1, function(o, n, x, ...)
   local from = n > 0 and select("#", ...) > 0 and toInteger((...)) or n - 1
-  if from < 0 then from = n + from end
-  for i = min(from, n - 1), 0, -1 do if o[i] == x and (x ~= nil or has(i, o)) then return i end end
-  return -1
+  return search(o, x, min(from < 0 and n + from or from, n - 1), 0, -1)
 end)
-
-method("includes", 1, function(this, x, from)
-  local o, n = open(this, "includes")
+method("includes", 1, function(o, n, x, from)
   for i = position(n > 0 and from or nil, n, 0), n - 1 do
     local v = o[i]
     if v == x or v ~= v and x ~= x then return true end
@@ -264,20 +285,14 @@ end)
 
 -- The copying kin of what changes an array in place; a copy has no holes.
 
-method("toReversed", 0, function(this)
-  local o, n = open(this, "toReversed")
-  return reverse(dense(o, n), n)
-end)
-method("toSpliced", 2, function(this, ...)
-  local o, n = open(this, "toSpliced")
-  local given = select("#", ...)
-  local first, remove = removal(n, given, ...)
+method("toReversed", 0, function(o, n) return reverse(dense(o, n), n) end)
+method("toSpliced", 2, function(o, n, ...)
+  local first, remove, count = removal(n, ...)
   local a = dense(o, n)
-  replace(a, n, first, remove, max(0, given - 2), select(3, ...))
+  replace(a, n, first, remove, count, select(3, ...))
   return a
 end)
-method("with", 2, function(this, i, value)
-  local o, n = open(this, "with")
+method("with", 2, function(o, n, i, value)
   local at = toInteger(i)
   if at < 0 then at = at + n end
   if at < 0 or at >= n then js.throwError("RangeError", "Invalid index : " .. str(i)) end
@@ -288,45 +303,48 @@ end)
 
 -- Making arrays, or what else `this` constructs.
 
-static("isArray", 1, function(_, x) return isArray(x) end)
-
 local function define(a, i, v)
-  if getmetatable(a) == A then a[i] = v
-  elseif not js.create(a, i, v) then typeError("Cannot add property " .. str(i) .. ", object is not extensible") end
+  if getmetatable(a) == A then
+    rawset(a, i, v)
+    a.length = i + 1
+  elseif not js.create(a, i, v) then js.typeError("Cannot add property " .. str(i) .. ", object is not extensible")
+  end
 end
 
-static("of", 0, function(this, ...)
-  if this == Array or not isConstructor(this) then return js.rest(...) end
+js.builtin(Array, "isArray", 1, function(_, x) return isArray(x) end)
+
+-- An object to fill: what `new` makes of `this`, given a length if there is one; by default an array.
+local function target(this, ...)
+  if this == Array or not js.isConstructor(this) then return make(0) end
+  return js.new(this, ...)
+end
+
+js.builtin(Array, "of", 0, function(this, ...)
   local n = select("#", ...)
-  local a = js.new(this, n)
+  local a = target(this, n)
   for i = 1, n do define(a, i - 1, (select(i, ...))) end
   setlength(a, n)
   return a
 end)
-
-static("from", 1, function(this, items, f, that)
+js.builtin(Array, "from", 1, function(this, items, f, that)
   if f ~= nil then js.needFunction(f) end
-  if items == nil or items == null then typeError(str(items) .. " is not iterable") end
-  local n, a = nil, nil
-  if not js.iterable(items) then
-    items = js.toObject(items)
-    n = elements.lengthOf(items)
-  end
-  if this == Array or not isConstructor(this) then a = make(0)
-  elseif n then a = js.new(this, n)
-  else a = js.new(this)
-  end
+  if items == nil or items == null then js.typeError(str(items) .. " is not iterable") end
+  local a, n
   local function take(i, v)
     if f then v = f(that, v, i) end
     define(a, i, v)
   end
-  for i = 0, (n or 0) - 1 do take(i, items[i]) end
-  if not n then
-    n = 0
+  if js.iterable(items) then
+    a, n = target(this), 0
     for i, v in js.each(items) do
       take(i, v)
       n = i + 1
     end
+  else
+    items = js.toObject(items)
+    n = lengthOf(items)
+    a = target(this, n)
+    for i = 0, n - 1 do take(i, items[i]) end
   end
   setlength(a, n)
   return a
@@ -334,7 +352,15 @@ end)
 
 for i = 1, 3 do
   local kind = select(i, "keys", "values", "entries")
-  method(kind, 0, function(this) return js.iterator((open(this, kind)), kind) end)
+  method(kind, 0, function(o)
+    local i = -1
+    return js.iterator(function()
+      i = i + 1
+      if i >= lengthOf(o) then i = 1 / 0 return false end
+      if kind == "keys" then return true, i end
+      return true, kind == "entries" and js.rest(i, o[i]) or o[i]
+    end)
+  end)
 end
 
 js.applyList[push] = function(this, list, n)
@@ -346,5 +372,4 @@ js.applyList[concat] = function(this, list, n)
   return this
 end
 js.applyList[Array] = function(_, list, n) return dense(list, n) end
-
 require("callbacks.jsMigration.lua")

@@ -1,46 +1,42 @@
--- The methods of arrays that call functions of the script.
+-- The methods of arrays that call functions of the script. Sorting is stable: it merges runs.
 local js = require("jsMigration.lua")
-local elements = require("elements.jsMigration.lua")
-local open, element, derived, needFunction = elements.open, elements.element, elements.derived, js.needFunction
-local truthy, has, isArray, typeError, addHoles = js.truthy, js.has, js.isArray, js.typeError, js.addHoles
-local rawset, select, type, delete = rawset, select, type, js.delete
+local rawset, select, type, min, open, element = rawset, select, type, math.min, js.open, js.element
+local derived, dense, truthy, has, isArray, addHoles = js.derived, js.dense, js.truthy, js.has, js.isArray, js.addHoles
 
-local function method(name, count, f) js.builtin(js.ArrayProto, name, count, f) end
-
--- Defines a pair of searches, from the front and from the back.
-local function finder(name, back, result)
-  method(name, 1, function(this, f, that)
+-- Defines a method that calls a function with the elements of an object: visit(object, length, function, this).
+local function visitor(name, visit)
+  js.builtin(js.ArrayProto, name, 1, function(this, f, that)
     local o, n = open(this, name)
-    needFunction(f)
+    if type(f) ~= "function" then js.needFunction(f) end
+    return visit(o, n, f, that)
+  end)
+end
+
+-- Defines a search from the front or the back.
+local function finder(name, back, wantsIndex)
+  visitor(name, function(o, n, f, that)
     for i = back and n - 1 or 0, back and 0 or n - 1, back and -1 or 1 do
       local v = o[i]
       if truthy(f(that, v, i, o)) then
-        if result == "value" then return v end
-        return i
+        if wantsIndex then return i end
+        return v
       end
     end
-    if result == "index" then return -1 end
+    return wantsIndex and -1 or nil
   end)
 end
-finder("find", false, "value")
-finder("findIndex", false, "index")
-finder("findLast", true, "value")
-finder("findLastIndex", true, "index")
+finder("find", false, false)
+finder("findIndex", false, true)
+finder("findLast", true, false)
+finder("findLastIndex", true, true)
 
--- Callbacks.
-
-method("forEach", 1, function(this, f, that)
-  local o, n = open(this, "forEach")
-  needFunction(f)
+visitor("forEach", function(o, n, f, that)
   for i = 0, n - 1 do
     local found, v = element(o, i)
     if found then f(that, v, i, o) end
   end
 end)
-
-method("map", 1, function(this, f, that)
-  local o, n = open(this, "map")
-  needFunction(f)
+visitor("map", function(o, n, f, that)
   local a = derived(o, n)
   for i = 0, n - 1 do
     local found, v = element(o, i)
@@ -48,10 +44,7 @@ method("map", 1, function(this, f, that)
   end
   return a
 end)
-
-method("filter", 1, function(this, f, that)
-  local o, n = open(this, "filter")
-  needFunction(f)
+visitor("filter", function(o, n, f, that)
   local a, count = derived(o, 0), 0
   for i = 0, n - 1 do
     local found, v = element(o, i)
@@ -66,9 +59,7 @@ end)
 
 -- Defines a question to the elements, which the first answer of a kind decides.
 local function decider(name, decisive)
-  method(name, 1, function(this, f, that)
-    local o, n = open(this, name)
-    needFunction(f)
+  visitor(name, function(o, n, f, that)
     for i = 0, n - 1 do
       local found, v = element(o, i)
       if found and truthy(f(that, v, i, o)) == decisive then return decisive end
@@ -92,27 +83,22 @@ local function flatten(into, o, n, depth, f, that)
   end
   return into
 end
-
-method("flat", 0, function(this, depth)
+js.builtin(js.ArrayProto, "flat", 0, function(this, depth)
   local o, n = open(this, "flat")
   depth = depth == nil and 1 or js.toInteger(depth)
   return flatten(derived(o, 0), o, n, depth)
 end)
-method("flatMap", 1, function(this, f, that)
-  local o, n = open(this, "flatMap")
-  needFunction(f)
-  return flatten(derived(o, 0), o, n, 1, f, that)
-end)
+visitor("flatMap", function(o, n, f, that) return flatten(derived(o, 0), o, n, 1, f, that) end)
 
 local function reducer(name, back)
-  method(name, 1, function(this, f, ...)
+  js.builtin(js.ArrayProto, name, 1, function(this, f, ...)
     local o, n = open(this, name)
-    needFunction(f)
+    js.needFunction(f)
     local i, last, step = 0, n - 1, 1
     if back then i, last, step = n - 1, 0, -1 end
     local found, value = select("#", ...) > 0, ...
     while not found do
-      if (last - i) * step < 0 then typeError("Reduce of empty array with no initial value") end
+      if (last - i) * step < 0 then js.typeError("Reduce of empty array with no initial value") end
       found, value = element(o, i)
       i = i + step
     end
@@ -126,13 +112,50 @@ end
 reducer("reduce", false)
 reducer("reduceRight", true)
 
--- Sorting itself is in a file of its own.
+-- Sorting.
 
-local function comparator(f)
-  if f ~= nil and type(f) ~= "function" then
-    typeError("The comparison function must be either a function or undefined")
+local function merge(from, to, low, middle, high, before)
+  local i, j = low, middle
+  for k = low, high - 1 do
+    if i < middle and (j >= high or not before(from[j], from[i])) then
+      to[k], i = from[i], i + 1
+    else
+      to[k], j = from[j], j + 1
+    end
   end
-  return f
+end
+
+local function mergeSort(list, n, before)
+  for low = 1, n, 8 do
+    for i = low + 1, min(low + 7, n) do
+      local v, j = list[i], i - 1
+      while j >= low and before(v, list[j]) do list[j + 1], j = list[j], j - 1 end
+      list[j + 1] = v
+    end
+  end
+  local other, width = {}, 8
+  while width < n do
+    for low = 1, n, 2 * width do
+      merge(list, other, low, min(low + width, n + 1), min(low + 2 * width, n + 1), before)
+    end
+    list, other, width = other, list, 2 * width
+  end
+  return list
+end
+
+-- The values list[1] .. list[n] in the order that a script's function gives, or that of their texts.
+local function ordered(list, n, f)
+  if f then
+    return mergeSort(list, n, function(a, b)
+      local r = f(nil, a, b)
+      if type(r) ~= "number" then r = js.num(r) end
+      return r < 0
+    end)
+  end
+  for i = 1, n do list[i] = { js.sortable(js.str(list[i])), list[i] } end
+  list = mergeSort(list, n, function(a, b) return a[1] < b[1] end)
+  for i = 1, n do list[i] = list[i][2] end
+  return list
 end
 
 local function sort(o, n, f)
@@ -142,21 +165,21 @@ local function sort(o, n, f)
     local found, v = element(o, i)
     if v ~= nil then count = count + 1 list[count] = v elseif found then undefineds = undefineds + 1 end
   end
-  list = js.sortList(list, count, f)
-  for i = 1, count do o[i - 1] = list[i] end
-  for i = count, count + undefineds - 1 do o[i] = nil end
-  for i = count + undefineds, n - 1 do if has(i, o) then delete(o, i) end end
+  list = ordered(list, count, f)
+  for i = 1, count + undefineds do o[i - 1] = list[i] end
+  for i = count + undefineds, n - 1 do if has(i, o) then js.delete(o, i) end end
   return o
 end
 
-method("sort", 1, function(this, f)
-  comparator(f)
-  local o, n = open(this, "sort")
-  return sort(o, n, f)
-end)
-
-method("toSorted", 1, function(this, f)
-  comparator(f)
-  local o, n = open(this, "toSorted")
-  return sort(elements.dense(o, n), n, f)
-end)
+-- Defines a method that sorts what prepare(object, length) gives.
+local function sorter(name, prepare)
+  js.builtin(js.ArrayProto, name, 1, function(this, f)
+    if f ~= nil and type(f) ~= "function" then
+      js.typeError("The comparison function must be either a function or undefined")
+    end
+    local o, n = open(this, name)
+    return sort(prepare(o, n), n, f)
+  end)
+end
+sorter("sort", function(o) return o end)
+sorter("toSorted", dense)

@@ -1,8 +1,7 @@
 -- Upper and lower case beyond ASCII, for texts in UTF-8.
 local js = require("jsMigration.lua")
-local string, tonumber = string, tonumber
-local find, gsub, gmatch, match, sub = string.find, string.gsub, string.gmatch, string.match, string.sub
-local lower, upper, utf8 = string.lower, string.upper, js.utf8
+local string, tonumber, find, gsub, gmatch = string, tonumber, string.find, string.gsub, string.gmatch
+local match, sub, lower, upper, utf8 = string.match, string.sub, string.lower, string.upper, js.utf8
 local CHARACTER = "[%z\1-\127\194-\244][\128-\191]*"
 
 -- Runs of small letters: how far the first is from that of the run before, how many there are, a slash when they

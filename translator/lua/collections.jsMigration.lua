@@ -1,10 +1,9 @@
--- Map, Set and their weak kin. Entries stand in two lists by insertion; a removed one leaves a gap until the lists are
--- packed into new ones. The old keys stay as they were for a loop that is still among them, and know the new.
+-- Map, Set and their weak kin, which keep what they are given for as long as they live themselves; scripts cannot tell.
+-- Entries stand in two lists by insertion; a removed one leaves a gap until the lists are packed into new ones. The old
+-- list of keys stays as it was for a loop that is still in it, and knows the new one.
 local js = require("jsMigration.lua")
-local null, builtin, typeError = js.null, js.builtin, js.typeError
-local type, rawget, next = type, rawget, next
-local V, C = "\0v", "\0c"
-local NIL, NAN, GAP = {}, {}, {}
+local type, rawget, select, classOf, typeError = type, rawget, select, js.classOf, js.typeError
+local V, GAP, NIL, NAN = "\0v", {}, {}, {}
 
 -- What stands for a key in a Lua table, which takes neither nil nor NaN.
 local function place(k)
@@ -13,15 +12,18 @@ local function place(k)
   return k
 end
 
-local function newStore() return { at = {}, keys = {}, values = {}, n = 0, size = 0 } end
+local function keyOf(p)
+  if p == NIL then return nil end
+  return p == NAN and 0 / 0 or p
+end
 
 local function put(store, k, v)
   local p = place(k)
   local i = store.at[p]
   if not i then
-    if k == 0 then k = 0 end
     i = store.n + 1
-    store.n, store.size, store.at[p], store.keys[i] = i, store.size + 1, i, k == nil and NIL or k
+    if p == 0 then p = 0 end -- never -0
+    store.n, store.size, store.at[p], store.keys[i] = i, store.size + 1, i, p
   end
   store.values[i] = v
 end
@@ -29,10 +31,10 @@ end
 local function pack(store)
   local keys, values, n = {}, {}, 0
   for i = 1, store.n do
-    local k = store.keys[i]
-    if k ~= GAP then
+    local p = store.keys[i]
+    if p ~= GAP then
       n = n + 1
-      keys[n], values[n], store.at[place(k)] = k, store.values[i], n
+      keys[n], values[n], store.at[p] = p, store.values[i], n
     end
   end
   store.keys.packed = keys
@@ -48,100 +50,81 @@ local function remove(store, k)
   return true
 end
 
-local function storeOf(this, class, name)
-  local store = type(this) == "table" and rawget(this, C) == class and rawget(this, V)
-  if not store then
-    typeError("Method " .. class .. ".prototype." .. name .. " called on incompatible receiver " .. js.describe(this))
+-- The list and the place of the entry behind one that a loop has come to; no entry is there at the end.
+local function following(store, keys, i)
+  while keys ~= store.keys do
+    local live = 0
+    for j = 1, i do if keys[j] ~= GAP then live = live + 1 end end
+    keys, i = keys.packed, live
   end
-  return store
+  repeat i = i + 1 until keys[i] ~= GAP
+  return keys, i
 end
 
--- A function that gives true, a key and its value for one entry after the other, those added meanwhile too.
-local function walk(store)
+-- A function for an iterator: goes through the entries, those added meanwhile too.
+local function walk(store, kind)
   local keys, i = store.keys, 0
   return function()
-    while keys ~= store.keys do
-      local n = 0
-      for j = 1, i do if keys[j] ~= GAP then n = n + 1 end end
-      keys, i = keys.packed, n
+    if not keys then return false end
+    keys, i = following(store, keys, i)
+    local p = keys[i]
+    if p == nil then
+      keys = nil
+      return false
     end
-    while keys[i + 1] ~= nil do
-      i = i + 1
-      local k = keys[i]
-      if k == NIL then return true, nil, store.values[i] end
-      if k ~= GAP then return true, k, store.values[i] end
-    end
-    return false
+    if kind == "entries" then return true, js.rest(keyOf(p), store.values[i]) end
+    if kind == "keys" then return true, keyOf(p) end
+    return true, store.values[i]
   end
 end
+function js.walk(o) return walk(rawget(o, V), js.classOf(o) == "Map" and "entries" or "values") end
 
-local function each(store, kind)
-  local following = walk(store)
-  return js.live(function()
-    local found, k, v = following()
-    if kind == "entries" then return found, found and js.rest(k, v) end
-    if kind == "keys" then return found, k end
-    return found, v
-  end)
+local function storeOf(this, class, name)
+  local store = classOf(this) == class and rawget(this, V)
+  if store then return store end
+  typeError("Method " .. class .. ".prototype." .. name .. " called on incompatible receiver " .. js.describe(this))
 end
 
-function js.collectionValues(o) return each(rawget(o, V), rawget(o, C) == "Map" and "entries" or "values") end
+-- Defines a collection. What its constructor is given goes through the method adder; weak is what a weak one says of a
+-- key that it refuses.
+local function collection(class, adder, weak)
+  local proto = js.fillProto({}, js.ObjectProto)
+  local function method(name, count, f)
+    return js.builtin(proto, name, count, function(this, ...) return f(storeOf(this, class, name), this, ...) end)
+  end
+  local function check(k)
+    if weak and not js.isObject(k) then typeError("Invalid value used " .. weak) end
+  end
 
-local function itself(item) return item end
-
--- Defines a collection. What its constructor is given goes through the method named adder, as take makes it.
-local function collection(class, adder, take)
-  local proto = {}
-  js.fillProto(proto, js.ObjectProto)
-  local function refuse() typeError("Constructor " .. class .. " requires 'new'") end
-  js.constructor(class, 0, proto, refuse, function(items)
-    local o = js.instance(proto, class, newStore())
-    if items == nil or items == null then return o end
+  local function call() typeError("Constructor " .. class .. " requires 'new'") end
+  js.constructor(class, 0, proto, call, function(items)
+    local o = js.instance(proto, class, { at = {}, keys = {}, values = {}, n = 0, size = 0 })
+    if items == nil or items == js.null then return o end
     local add = o[adder]
     if type(add) ~= "function" then typeError(class .. ".prototype." .. adder .. " is not a function") end
-    for _, item in js.each(items) do add(o, take(item)) end
+    for _, item in js.each(items) do
+      if adder == "set" then add(o, js.entry(item)) else add(o, item) end
+    end
     return o
   end)
-  local function method(name, count, f)
-    return builtin(proto, name, count, function(this, ...) return f(storeOf(this, class, name), this, ...) end)
-  end
   method("has", 1, function(store, _, k) return store.at[place(k)] ~= nil end)
   method("delete", 1, function(store, _, k) return remove(store, k) end)
-  return proto, method
-end
-
--- The weak kin keep what they are given for as long as they live themselves; scripts cannot tell.
-local function weakly(what)
-  return function(k)
-    if not js.isObject(k) then typeError("Invalid value used " .. what) end
-    return k
+  if adder == "set" then
+    method("get", 1, function(store, _, k) return store.values[store.at[place(k)] or 0] end)
+    method("set", 2, function(store, this, k, v)
+      check(k)
+      put(store, k, v)
+      return this
+    end)
+  else
+    method("add", 1, function(store, this, k)
+      check(k)
+      put(store, k, k == 0 and 0 or k)
+      return this
+    end)
   end
-end
+  if weak then return end
 
--- Defines a collection of values by key; check refuses a key.
-local function keyed(class, check)
-  local proto, method = collection(class, "set", js.entry)
-  method("get", 1, function(store, _, k) return store.values[store.at[place(k)] or 0] end)
-  method("set", 2, function(store, this, k, v)
-    if check then check(k) end
-    put(store, k, v)
-    return this
-  end)
-  return proto, method
-end
-
-local function single(class, check)
-  local proto, method = collection(class, "add", itself)
-  method("add", 1, function(store, this, k)
-    if k == 0 then k = 0 end -- never -0
-    if check then check(k) end
-    put(store, k, k)
-    return this
-  end)
-  return proto, method
-end
-
-local function iteration(proto, method, class)
   method("clear", 0, function(store)
     for i = 1, store.n do store.keys[i] = GAP end
     store.at, store.size = {}, 0
@@ -149,24 +132,21 @@ local function iteration(proto, method, class)
   end)
   method("forEach", 1, function(store, this, f, that)
     js.needFunction(f)
-    local following = walk(store)
-    local found, k, v = following()
-    while found do
-      f(that, v, k, this)
-      found, k, v = following()
+    local keys, i = following(store, store.keys, 0)
+    while keys[i] ~= nil do
+      f(that, store.values[i], keyOf(keys[i]), this)
+      keys, i = following(store, keys, i)
     end
   end)
-  for _, kind in next, class == "Map" and { "keys", "values", "entries" } or { "values", "entries" } do
-    method(kind, 0, function(store) return js.iterator(each(store, kind)) end)
+  for i = adder == "set" and 1 or 2, 3 do
+    local kind = select(i, "keys", "values", "entries")
+    method(kind, 0, function(store) return js.iterator(walk(store, kind)) end)
   end
-  if class == "Set" then js.defineOwn(proto, "keys", 5, proto.values) end
+  if adder == "add" then js.defineOwn(proto, "keys", 5, proto.values) end
   local size = js.name(function(this) return storeOf(this, class, "size").size end, "get size", 0)
   js.defineOwn(proto, "size", 4, nil, size, false)
 end
-
-local map, mapMethod = keyed("Map")
-iteration(map, mapMethod, "Map")
-local set, setMethod = single("Set")
-iteration(set, setMethod, "Set")
-keyed("WeakMap", weakly("as weak map key"))
-single("WeakSet", weakly("in weak set"))
+collection("Map", "set")
+collection("Set", "add")
+collection("WeakMap", "set", "as weak map key")
+collection("WeakSet", "add", "in weak set")

@@ -1,13 +1,10 @@
 -- Error and its kin, and how what Lua or the host raises becomes one of them.
 local js = require("jsMigration.lua")
-local string, table, getmetatable = string, table, getmetatable
-local ipairs, pcall = ipairs, pcall
-local platform, str, null = js.platform, js.str, js.null
-local builtin, defineOwn = js.builtin, js.defineOwn
-local type, rawget, rawset, tonumber, tostring = type, rawget, rawset, tonumber, tostring
-local match, gmatch, find = string.match, string.gmatch, string.find
-local FRAMES = "\0f"
-local protos = {}
+local string, table, ipairs, pcall, type, getmetatable = string, table, ipairs, pcall, type, getmetatable
+local rawget, rawset, tonumber, tostring, match = rawget, rawset, tonumber, tostring, string.match
+local gmatch, find, gsub, platform, str = string.gmatch, string.find, string.gsub, js.platform, js.str
+local defineOwn = js.defineOwn
+local FRAMES, protos = "\0f", {}
 
 local function create(proto, message)
   local e = js.instance(proto, "Error")
@@ -15,37 +12,42 @@ local function create(proto, message)
   if message ~= nil then defineOwn(e, "message", 5, str(message)) end
   return e
 end
+function js.newError(name, message) return create(protos[name], message) end
 
+-- Defines an error class; gives its constructor and its prototype.
 local function kind(name, parent)
-  local proto = {}
+  local proto = js.fillProto({}, parent)
   protos[name] = proto
-  js.fillProto(proto, parent)
   local function make(message, options)
     local e = create(proto, message)
     if js.isScriptObject(options) and js.has("cause", options) then defineOwn(e, "cause", 5, options.cause) end
     return e
   end
   local constructor = js.constructor(name, 1, proto, function(_, ...) return make(...) end, make)
-  proto.name, proto.message = name, ""
   defineOwn(proto, "name", 5, name)
   defineOwn(proto, "message", 5, "")
   return constructor, proto
 end
 
 local Error, ErrorProto = kind("Error", js.ObjectProto)
+for name in gmatch("TypeError RangeError ReferenceError SyntaxError EvalError URIError", "%S+") do
+  js.setProto(kind(name, ErrorProto), Error)
+end
 
 local function header(e)
   local name, message = js.lookup(e, "name"), js.lookup(e, "message")
   name = name == nil and "Error" or str(name)
   message = message == nil and "" or str(message)
-  if name == "" then return message end
-  return message == "" and name or name .. ": " .. message
+  if name == "" or message == "" then return name .. message end
+  return name .. ": " .. message
 end
 
-builtin(ErrorProto, "toString", 0, function(this)
+js.builtin(ErrorProto, "toString", 0, function(this)
   if not js.isScriptObject(this) then js.typeError("Error.prototype.toString requires that 'this' be a JSReceiver") end
   return header(this)
 end)
+
+-- Stacks.
 
 -- The JavaScript line of each Lua line, decoded when the first stack is read.
 local decoded = {}
@@ -53,8 +55,7 @@ local function sourceLine(file, line)
   local list = decoded[file]
   if not list then
     list = {}
-    local describe = js.scripts[file] or js.scripts.last
-    local n = 0
+    local describe, n = js.scripts[file] or js.scripts.last, 0
     for row in gmatch(describe and describe() or "", "[^\n]+") do list[n], n = tonumber(match(row, "%d+")), n + 1 end
     decoded[file] = list
   end
@@ -62,7 +63,7 @@ local function sourceLine(file, line)
 end
 
 -- A JavaScript name as the translator had to change it for Lua.
-local function original(name) return (string.gsub(string.gsub(name, "ʹ%d*", ""), "＄", "$")) end
+local function original(name) return (gsub(gsub(name, "ʹ%d*", ""), "＄", "$")) end
 
 -- A part of a try statement is a Lua function too: it and the function around it are one frame.
 local function folded(frames)
@@ -92,18 +93,14 @@ defineOwn(ErrorProto, "stack", 5, nil, function(this)
   return type(this) == "table" and rawget(this, FRAMES) and stack(this) or nil
 end, function(this, v) defineOwn(this, "stack", 5, v) end)
 
-builtin(Error, "captureStackTrace", 1, function(_, o) rawset(o, FRAMES, platform.frames())
-  local text = stack(o)
-  defineOwn(o, "stack", 5, text)
+js.builtin(Error, "captureStackTrace", 1, function(_, o)
+  rawset(o, FRAMES, platform.frames())
+  defineOwn(o, "stack", 5, stack(o))
 end)
 
-for name in gmatch("TypeError RangeError ReferenceError SyntaxError EvalError URIError", "%S+") do
-  js.setProto(kind(name, ErrorProto), Error)
-end
+-- What Lua or the host raises.
 
-function js.newError(name, message) return create(protos[name], message) end
-
--- The name and text of the JavaScript error that stands for a message of Lua's or the host's.
+-- The name and text of the JavaScript error that stands for its message.
 local function translate(text)
   if find(text, "stack overflow", 1, true) or find(text, "error in error handling", 1, true) then
     return "RangeError", "Maximum call stack size exceeded"
@@ -118,8 +115,7 @@ local function translate(text)
     what = what == "nil" and "undefined" or what
     return "TypeError", "Cannot read properties of " .. what .. " (reading '" .. indexed .. "')"
   end
-  if find(text, "^attempt to ") then return "TypeError", text end
-  return "Error", text
+  return find(text, "^attempt to ") and "TypeError" or "Error", text
 end
 
 -- The box around a thrown primitive, an object thrown as it is, or an Error for what Lua or the host raised.
@@ -128,21 +124,14 @@ function js.fromNative(e)
   return js.newError(translate(tostring(e)))
 end
 
-local function text(value)
-  local ok, result = pcall(str, value)
-  return ok and result or "Uncaught exception"
-end
-
 -- What the host shows of an error that left the script: its text and its frames, by default those it was raised in.
 function js.describeError(value, frames)
-  local shown
   if type(value) ~= "table" then
     local name, message = translate(tostring(value))
-    shown = name .. ": " .. message
-  else
-    if getmetatable(value) == js.Box then value = value.value end
-    if type(value) == "table" and value ~= null then frames = rawget(value, FRAMES) or frames end
-    shown = text(value)
+    return name .. ": " .. message, frames and folded(frames)
   end
-  return shown, frames and folded(frames)
+  if getmetatable(value) == js.Box then value = value.value end
+  if type(value) == "table" and value ~= js.null then frames = rawget(value, FRAMES) or frames end
+  local ok, text = pcall(str, value)
+  return ok and text or "Uncaught exception", frames and folded(frames)
 end

@@ -1,26 +1,17 @@
 -- The global object: built-in names, what the host offers, what the script defines.
-local js = require("values.jsMigration.lua")
+local js = require("keys.jsMigration.lua")
 local hostGlobals, type, rawget, rawset, select, setmetatable = _G, type, rawget, rawset, select, setmetatable
-local find, gmatch, gsub, concat = string.find, string.gmatch, string.gsub, table.concat
-local str, throwError = js.str, js.throwError
+local find, gmatch, gsub, concat, throwError = string.find, string.gmatch, string.gsub, table.concat, js.throwError
 
 local G = {}
 js.G = G
-local files = { Object = "object", Function = "object", Array = "array", String = "string", JSON = "json", Date = "date" }
-local defined = { undefined = true }
-
-local function provide(file, list) for name in gmatch(list, "%S+") do files[name] = file end end
-provide("number", "Number Boolean Math NaN Infinity isNaN isFinite parseInt parseFloat")
-provide("string", "encodeURI encodeURIComponent decodeURI decodeURIComponent")
-provide("error", "Error TypeError RangeError ReferenceError SyntaxError EvalError URIError")
-provide("collections", "Map Set WeakMap WeakSet")
-provide("object", "globalThis console")
+local files, defined = js.files, { undefined = true }
 
 -- Lua's own names are none of JavaScript's.
 local luaNames = {}
-for name in gmatch([[_G _VERSION assert bit collectgarbage coroutine debug dofile error getfenv getmetatable io
-    ipairs jit load loadfile loadstring math module newproxy next os package pairs pcall print rawequal rawget
-    rawlen rawset require select setfenv setmetatable string table tonumber tostring type unpack utf8 xpcall]], "%S+") do
+for name in gmatch([[_G _VERSION assert bit collectgarbage coroutine debug dofile error getfenv getmetatable io ipairs
+    jit load loadfile loadstring math module newproxy next os package pairs pcall print rawequal rawget rawlen rawset
+    require select setfenv setmetatable string table tonumber tostring type unpack utf8 xpcall]], "%S+") do
   luaNames[name] = true
 end
 
@@ -28,7 +19,7 @@ local function wrap(name, f)
   if name == "log" then
     return function(_, ...)
       local texts = { ... }
-      for i = 1, select("#", ...) do texts[i] = str(texts[i]) end
+      for i = 1, select("#", ...) do texts[i] = js.str(texts[i]) end
       local text = concat(texts, " ")
       -- Half a surrogate pair is no character: shown as JavaScript's consoles do.
       return f(find(text, "\237[\160-\191]") and gsub(text, "\237[\160-\191].", "\239\191\189") or text)
@@ -84,3 +75,5 @@ setmetatable(G, {
 })
 
 function js.typeofglobal(name) return js.typeof((findGlobal(name))) end
+
+return js

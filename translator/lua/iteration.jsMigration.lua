@@ -1,38 +1,23 @@
--- What for-of and its kin walk: arrays, and lists that make their elements when they are asked for them.
+-- What for-of and its kin walk: arrays, and lists that make their elements when they are asked for them. Also spread
+-- elements, rest patterns, and properties by computed key in literals.
 local js = require("jsMigration.lua")
-local type, rawget, setmetatable = type, rawget, setmetatable
-local V, C, isArray, rest = "\0v", "\0c", js.isArray, js.rest
+local type, rawget, select, setmetatable, unpack, A, null = type, rawget, select, setmetatable, unpack, js.A, js.null
+local isArray, V = js.isArray, "\0v"
 
-local IteratorProto = {}
-js.fillProto(IteratorProto, js.ObjectProto)
-
--- An iterator over a list that gives its indexes, its elements, or both in pairs.
-function js.iterator(list, kind)
-  return js.instance(IteratorProto, "Iterator", { list = list, kind = kind, at = 0 })
-end
-
-local function step(state)
-  local i, kind = state.at, state.kind
-  if i >= state.list.length then
-    state.at = 1 / 0
-    return false
-  end
-  state.at = i + 1
-  if kind == "keys" then return true, i end
-  local v = state.list[i]
-  return true, kind == "entries" and rest(i, v) or v
-end
+-- An iterator: next gives true and the next element each time it is called, false from the end on.
+local IteratorProto = js.fillProto({}, js.ObjectProto)
+function js.iterator(next) return js.instance(IteratorProto, "Iterator", next) end
 
 js.builtin(IteratorProto, "next", 0, function(this)
-  local found, value = step(rawget(this, V))
+  local found, value = rawget(this, V)()
   return js.object("value", value, "done", not found)
 end)
 
--- A list to be read from its start to its end: next(state) gives true and an element each time one is asked for.
-function js.live(next, state)
+-- The same as a list to be read from its start to its end.
+function js.live(next)
   local n, found, value = 0, false, nil
   local function peek()
-    if not found then found, value = next(state) end
+    if not found then found, value = next() end
     return found
   end
   return setmetatable({}, { __index = function(_, k)
@@ -45,7 +30,7 @@ function js.live(next, state)
 end
 
 local function characters(s)
-  local a, units, i = rest(), js.units(s), 0
+  local a, units, i = js.rest(), js.units(s), 0
   local size = units and units.n or #s
   while i < size do
     local width = units and js.isPair(units, i) and 2 or 1
@@ -54,19 +39,19 @@ local function characters(s)
   return a
 end
 
-local function collection(o) return js.collectionValues(o) end
+local function collection(o) return js.live(js.walk(o)) end
 local walkers = { Map = collection, Set = collection,
-  Arguments = function(o) return js.list(o, 0, o.length - 1) end,
-  Iterator = function(o) return js.live(step, rawget(o, V)) end,
+  Arguments = function(o) return js.tail(o, 0) end,
+  Iterator = function(o) return js.live(rawget(o, V)) end,
   String = function(o) return characters(rawget(o, V)) end }
 
 local function walker(o)
   if type(o) == "string" then return characters end
-  return type(o) == "table" and walkers[rawget(o, C)]
+  return walkers[js.classOf(o)]
 end
 
 -- Whether for-of takes o.
-function js.iterable(o) return isArray(o) or walker(o) and true or false end
+function js.iterable(o) return isArray(o) or walker(o) ~= nil end
 
 function js.iterate(o)
   local walk = walker(o)
@@ -94,11 +79,57 @@ function js.tail(list, from)
   local a, n = {}, 0
   while from + n < list.length do a[n], n = list[from + n], n + 1 end
   a.length = n
-  return setmetatable(a, js.A)
+  return setmetatable(a, A)
 end
 
--- All elements of an iterable, as an array.
-function js.listOf(o)
+-- The values of an iterable, for a call.
+function js.spread(o)
   local list = js.values(o)
-  return isArray(list) and list or js.tail(list, 0)
+  if not isArray(list) then list = js.tail(list, 0) end
+  if list.length > 7000 then js.throwError("RangeError", "Maximum call stack size exceeded") end
+  return unpack(list, 0, list.length - 1)
+end
+
+-- The elements of several iterables as one array.
+function js.gather(...)
+  local all, n = {}, 0
+  for i = 1, select("#", ...) do
+    for _, v in js.each((select(i, ...))) do all[n], n = v, n + 1 end
+  end
+  all.length = n
+  return setmetatable(all, A)
+end
+
+-- Refuses what destructuring cannot take apart.
+function js.destructible(v)
+  if v == nil or v == null then
+    js.typeError("Cannot destructure '" .. js.str(v) .. "' as it is " .. js.str(v) .. ".")
+  end
+end
+
+-- A function that takes its name from a computed key.
+function js.named(f, k)
+  js.names[f] = js.str(k)
+  return f
+end
+
+-- A property of a literal: whatever the prototypes say, it is the object's own.
+function js.field(o, k, v) js.defineOwn(o, js.key(k), 7, v) end
+
+-- Adds to an object the own properties of another that can be enumerated, but for some keys.
+function js.mix(o, from, skipped)
+  if from == nil or from == null then return o end
+  from = js.toObject(from)
+  local keys, n = js.ownKeys(from)
+  for i = 1, n do
+    local k = keys[i]
+    if not (skipped and skipped[k]) then js.defineOwn(o, k, 7, from[k]) end
+  end
+  return o
+end
+
+function js.without(o, ...)
+  local skipped = {}
+  for i = 1, select("#", ...) do skipped[(select(i, ...))] = true end
+  return js.mix(js.object(), o, skipped)
 end

@@ -1,34 +1,25 @@
 -- What a translated script calls beside the operators: properties by computed key, calls, literals, errors, variables.
--- It stands on these files, each on the one before: text, start, functions, objects, keys, values, globals. The built-in
--- objects live in others that load when a script first touches them.
+-- It stands on these files, each on the one before: text, start, objects, values, keys, globals. The built-in objects
+-- live in others that load when a script first touches them.
 local platform = ...
-local js = require("values.jsMigration.lua")
-require("globals.jsMigration.lua")
-local S, C = js.S, "\0c"
-local O, A, null, StringProto, FunctionHome = js.O, js.A, js.null, js.StringProto, js.FunctionHome
-local type, rawget, rawset, select = type, rawget, rawset, select
-local getmetatable, setmetatable, error, xpcall = getmetatable, setmetatable, error, xpcall
-local byte, sub, find, huge = string.byte, string.sub, string.find, math.huge
-local num, str, key, canonical = js.num, js.str, js.key, js.canonical
-local isObject, isScriptObject, numberToString = js.isObject, js.isScriptObject, js.numberToString
-local units, utf8 = js.units, js.utf8
-local own, ownKeys, lookup, protoOf, props, side = js.own, js.ownKeys, js.lookup, js.protoOf, js.props, js.side
-local isIndex, addHoles, addOther, metaFor = js.isIndex, js.addHoles, js.addOther, js.metaFor
-local instances, construct = js.instances, js.construct
-local throwError, typeError = js.throwError, js.typeError
+local js = require("globals.jsMigration.lua")
+local S, O, A, null, StringProto, FunctionHome = js.S, js.O, js.A, js.null, js.StringProto, js.FunctionHome
+local type, rawget, rawset, select, setmetatable, error = type, rawget, rawset, select, setmetatable, error
+local getmetatable, xpcall, byte, sub, find = getmetatable, xpcall, string.byte, string.sub, string.find
+local str, key, canonical, numberToString, units = js.str, js.key, js.canonical, js.numberToString, js.units
+local utf8, isObject, isScriptObject, typeError, own = js.utf8, js.isObject, js.isScriptObject, js.typeError, js.own
+local lookup, props, side, instances, construct = js.lookup, js.props, js.side, js.instances, js.construct
 
 -- Metatables of the primitive types and functions.
 
-local function cannotRead(what)
-  return function(_, k) typeError("Cannot read properties of " .. what .. " (reading '" .. js.describe(k) .. "')") end
+local function cannot(act, verb, what)
+  return function(_, k)
+    typeError("Cannot " .. act .. " properties of " .. what .. " (" .. verb .. " '" .. js.describe(k) .. "')")
+  end
 end
 
-local function cannotSet(what)
-  return function(_, k) typeError("Cannot set properties of " .. what .. " (setting '" .. js.describe(k) .. "')") end
-end
-
-local function primitiveMeta(index, newindex)
-  return js.withArithmetic({ __index = index, __newindex = newindex })
+local function nothingMeta(what)
+  return js.withArithmetic({ __index = cannot("read", "reading", what), __newindex = cannot("set", "setting", what) })
 end
 
 local function cannotCreate(proto)
@@ -37,22 +28,22 @@ local function cannotCreate(proto)
     repeat
       local _, _, slot = own(at, k)
       if slot and slot.set then return slot.set(x) end
-      at = protoOf(at)
+      at = js.protoOf(at)
     until not at
     local what = type(x) .. " '" .. str(x) .. "'"
-    if type(x) == "string" and (k == "length" or isIndex(k) and k < js.length(x)) then
+    if type(x) == "string" and (k == "length" or js.isIndex(k) and k < js.length(x)) then
       typeError("Cannot assign to read only property '" .. str(k) .. "' of " .. what)
     end
     typeError("Cannot create property '" .. str(k) .. "' on " .. what)
   end
 end
 
-local function indexOf(proto)
-  return function(x, k)
+local function primitiveMeta(proto, index)
+  return js.withArithmetic({ __newindex = cannotCreate(proto), __index = index or function(x, k)
     local v = rawget(proto, k)
     if v ~= nil then return v end
     return lookup(proto, k, x)
-  end
+  end })
 end
 
 local function stringIndex(s, k)
@@ -71,22 +62,15 @@ local function stringIndex(s, k)
 end
 
 local function functionIndex(f, k)
-  local p = side[f]
-  if p then
-    local v = rawget(p, k)
-    if v ~= nil then return v end
-    return lookup(p, k, f)
-  end
-  local v = rawget(FunctionHome, k)
+  local p = side[f] or k == "prototype" and props(f) or FunctionHome
+  local v = rawget(p, k)
   if v ~= nil then return v end
-  if k == "prototype" then
-    return lookup(props(f), k, f)
-  elseif k == "name" or k == "length" then
+  if p == FunctionHome and (k == "name" or k == "length") and f ~= js.FunctionProto then
     -- Without an entry on the side, which would keep the function alive.
     local name, count = js.signature(f)
     return k == "name" and name or count
   end
-  return lookup(FunctionHome, k, f)
+  return lookup(p, k, f)
 end
 
 local function functionNewIndex(f, k, v)
@@ -96,12 +80,12 @@ local function functionNewIndex(f, k, v)
 end
 
 local set = platform.setmetatable
-set(nil, primitiveMeta(cannotRead("undefined"), cannotSet("undefined")))
-setmetatable(null, primitiveMeta(cannotRead("null"), cannotSet("null")))
-set(true, primitiveMeta(indexOf(js.BooleanProto), cannotCreate(js.BooleanProto)))
-set(0, primitiveMeta(indexOf(js.NumberProto), cannotCreate(js.NumberProto)))
-set("", primitiveMeta(stringIndex, cannotCreate(StringProto)))
-set(set, primitiveMeta(functionIndex, functionNewIndex))
+set(nil, nothingMeta("undefined"))
+setmetatable(null, nothingMeta("null"))
+set(true, primitiveMeta(js.BooleanProto))
+set(0, primitiveMeta(js.NumberProto))
+set("", primitiveMeta(StringProto, stringIndex))
+set(set, js.withArithmetic({ __index = functionIndex, __newindex = functionNewIndex }))
 
 -- Properties by computed key.
 
@@ -120,12 +104,6 @@ local function get(o, k)
 end
 js.get = get
 
-function js.setlength(o, v)
-  local mt = type(o) == "table" and getmetatable(o)
-  if mt and mt.array then return js.setArrayLength(o, v) end
-  o.length = v
-end
-
 function js.set(o, k, v)
   if type(k) == "number" then
     if k - k == 0 then o[k] = v else o[numberToString(k)] = v end
@@ -136,48 +114,6 @@ function js.set(o, k, v)
   if k == "length" then js.setlength(o, v) else o[k] = v end
 end
 
-local function mark(seen, o)
-  local all, total = ownKeys(o, true)
-  for i = 1, total do seen[str(all[i])] = true end
-end
-
-function js.keys(o)
-  if type(o) == "string" then o = js.toObject(o) end
-  if not isObject(o) or type(o) == "userdata" or type(o) == "cdata" then return {}, 0 end
-  local list, n = ownKeys(o)
-  for i = 1, n do list[i] = str(list[i]) end
-  local proto, seen = protoOf(o), nil
-  while proto do
-    local more, count = ownKeys(proto)
-    if count > 0 and not seen then
-      local at = o
-      seen = {}
-      repeat
-        mark(seen, at)
-        at = protoOf(at)
-      until at == proto
-    end
-    for i = 1, count do
-      local k = str(more[i])
-      if not seen[k] then n = n + 1 list[n] = k end
-    end
-    if seen then mark(seen, proto) end
-    proto = protoOf(proto)
-  end
-  return list, n
-end
-
-function js.has(k, o)
-  if not isObject(o) then typeError("Cannot use 'in' operator to search for '" .. str(k) .. "' in " .. str(o)) end
-  k = key(k)
-  if not isScriptObject(o) then return o[k] ~= nil end
-  repeat
-    if own(o, k) then return true end
-    o = protoOf(o)
-  until not o
-  return false
-end
-
 -- Calls.
 
 local function callable(f)
@@ -185,20 +121,16 @@ local function callable(f)
   local mt = type(f) ~= "string" and getmetatable(f)
   return type(mt) == "table" and mt.__call ~= nil
 end
-js.callable = callable
 
 local boundTarget = setmetatable({}, { __mode = "k" }) -- what bind() made -> the function itself
 js.boundTarget = boundTarget
 
 js["instanceof"] = function(a, b)
   if not callable(b) then typeError("Right-hand side of 'instanceof' is not callable") end
-  b = boundTarget[b] or b
   if not isScriptObject(a) then return false end
-  local proto = b.prototype
-  if not isObject(proto) then
-    typeError("Function has non-object prototype '" .. str(proto) .. "' in instanceof check")
-  end
-  return js.inherits(a, proto)
+  local proto = (boundTarget[b] or b).prototype
+  if isObject(proto) then return js.inherits(a, proto) end
+  typeError("Function has non-object prototype '" .. str(proto) .. "' in instanceof check")
 end
 
 function js.notfunction(text) typeError(text .. " is not a function") end
@@ -223,7 +155,7 @@ local function firstInstance(f)
   local name, _, kind = js.signature(f)
   if kind ~= "f" then typeError((name ~= "" and name or "(intermediate value)") .. " is not a constructor") end
   local proto = f.prototype
-  local mt = metaFor(isScriptObject(proto) and proto or js.ObjectProto)
+  local mt = js.metaFor(isScriptObject(proto) and proto or js.ObjectProto)
   instances[f] = mt
   return mt
 end
@@ -250,26 +182,25 @@ end
 
 -- Literals, arguments, iteration.
 
-js.hole = {}
-
-function js.array(n, ...)
-  local a = setmetatable({ [0] = (...), select(2, ...) }, A)
-  rawset(a, "length", n)
-  for i = 0, n - 1 do
-    if rawget(a, i) == js.hole then
-      rawset(a, i, nil)
-      addHoles(a, i, i + 1)
-    end
-  end
-  return a
-end
-
 -- A table constructor that ends in "..." is not compiled; few values are the common case.
-function js.rest(...)
+local function rest(...)
   local n = select("#", ...)
   if n > 3 then return setmetatable({ [0] = (...), length = n, select(2, ...) }, A) end
   local a, b, c = ...
   return setmetatable({ [0] = a, b, c, length = n }, A)
+end
+js.rest = rest
+js.hole = {}
+
+function js.array(_, ...)
+  local a = rest(...)
+  for i = 0, a.length - 1 do
+    if rawget(a, i) == js.hole then
+      rawset(a, i, nil)
+      js.addHoles(a, i, i + 1)
+    end
+  end
+  return a
 end
 
 -- An array of the values list[first] .. list[last].
@@ -283,38 +214,34 @@ function js.object(...)
   local o = setmetatable({ [S] = O.root }, O)
   for i = 1, select("#", ...), 2 do
     local k, v = select(i, ...)
-    k = key(k)
-    if rawget(o, k) ~= nil then rawset(o, k, v) else addOther(o, rawget(o, S), k, v) end
+    js.addOther(o, key(k), v)
   end
   return o
 end
-
-local argumentShapes = {}
-local Arguments = js.newMeta(js.ObjectProto, nil, true)
 
 -- What only functions that aren't strict have.
 function js.poisoned()
   typeError("'caller', 'callee', and 'arguments' properties may not be accessed on strict mode functions")
 end
 js.name(js.poisoned, "", 0)
-local callee = { flags = 0, get = js.poisoned, set = js.poisoned, accessor = true }
+local Arguments, argumentShapes = js.newMeta(js.ObjectProto, nil, true), {}
 
 js.arguments = function(_, ...)
-  local n = select("#", ...)
+  local a = rest(...)
+  local n = a.length
   local shape = argumentShapes[n]
   if not shape then
     shape = js.newShape()
     for i = 0, n - 1 do js.append(shape, i) end
     js.append(shape, "length")
     js.append(shape, "callee")
-    shape.attr, shape.slots = { length = 5 }, { callee = callee }
+    shape.attr = { length = 5 }
+    shape.slots = { callee = { flags = 0, get = js.poisoned, set = js.poisoned, accessor = true } }
     argumentShapes[n] = shape
   end
-  if n > 3 then
-    return setmetatable({ [0] = (...), length = n, [S] = shape, [C] = "Arguments", select(2, ...) }, Arguments)
-  end
-  local a, b, c = ...
-  return setmetatable({ [0] = a, b, c, length = n, [S] = shape, [C] = "Arguments" }, Arguments)
+  rawset(a, S, shape)
+  rawset(a, "\0c", "Arguments")
+  return setmetatable(a, Arguments)
 end
 
 function js.values(o)
@@ -348,7 +275,6 @@ local function finishTry(ok, ...)
 end
 
 js.try = function(f) return finishTry(xpcall(f, caught)) end
-
 platform.onError(function(value, frames) return js.describeError(value, frames) end)
 
 -- Variables and loops.
@@ -357,16 +283,16 @@ platform.onError(function(value, frames) return js.describeError(value, frames) 
 js.unset = setmetatable({}, { __metatable = false })
 
 function js.ready(v, name)
-  if v == js.unset then throwError("ReferenceError", "Cannot access '" .. name .. "' before initialization") end
+  if v == js.unset then js.throwError("ReferenceError", "Cannot access '" .. name .. "' before initialization") end
   return v
 end
 
 -- The bound of a counting loop: a number, and the object that has to be compared with each turn, if it is one.
 function js.limit(x)
   if type(x) == "number" then return x end
-  if x == nil then return -huge end
-  if isObject(x) then return huge, x end
-  return num(x)
+  if x == nil then return -1 / 0 end
+  if isObject(x) then return 1 / 0, x end
+  return js.num(x)
 end
 
 return js

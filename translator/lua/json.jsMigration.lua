@@ -1,14 +1,12 @@
 -- JSON.
 local js = require("jsMigration.lua")
-local math = math
-local null, str, num, key, typeError = js.null, js.str, js.num, js.key, js.typeError
-local type, rawget, tonumber, getmetatable = type, rawget, tonumber, getmetatable
-local byte, char, sub, find = string.byte, string.char, string.sub, string.find
-local match, gsub, rep, format = string.match, string.gsub, string.rep, string.format
-local concat = table.concat
-local C, V, O = "\0c", "\0v", js.O
+local type, rawget, rawset, tonumber, getmetatable, byte = type, rawget, rawset, tonumber, getmetatable, string.byte
+local char, sub, find, match, gsub, rep = string.char, string.sub, string.find, string.match, string.gsub, string.rep
+local format, concat, min, max, null, str = string.format, table.concat, math.min, math.max, js.null, js.str
+local key, O = js.key, js.O
 
--- Reading.
+-- Reading. Each function takes the text and the position where its part begins, and gives what that says and the
+-- position behind it.
 
 local escapes = { ['"'] = '"', ["\\"] = "\\", ["/"] = "/", b = "\b", f = "\f", n = "\n", r = "\r", t = "\t" }
 
@@ -24,31 +22,30 @@ local function skip(text, at)
   return match(text, "^[ \t\r\n]*()", at)
 end
 
+-- Units written as \u, as many as follow one another, so that the halves of a surrogate pair meet.
+local function readUnits(text, at)
+  local list, n = {}, 0
+  repeat
+    local hex = match(text, "^\\u(%x%x%x%x)", at)
+    if hex then list[n], n, at = tonumber(hex, 16), n + 1, at + 6 end
+  until not hex
+  if n == 0 then fail(text, match(text, "^%x*()", at + 2)) end
+  return js.encode(list, 0, n - 1), at
+end
+
 local function readString(text, at)
   local parts, n, from = {}, 0, at + 1
   while true do
-    local stop = find(text, '[%z\1-\31"\\]', from)
-    if not stop then fail(text, #text + 1) end
+    local stop = find(text, '[%z\1-\31"\\]', from) or fail(text, #text + 1)
     n = n + 1
     parts[n] = sub(text, from, stop - 1)
     local c = byte(text, stop)
     if c == 34 then return n == 1 and parts[1] or concat(parts), stop + 1 end
     if c ~= 92 then fail(text, stop) end
     local e = sub(text, stop + 1, stop + 1)
-    if e == "u" then
-      local list, count = {}, 0
-      repeat
-        local hex = match(text, "^\\u(%x%x%x%x)", stop)
-        if hex then list[count], count, stop = tonumber(hex, 16), count + 1, stop + 6 end
-      until not hex
-      if count == 0 then fail(text, match(text, "^%x*()", stop + 2)) end
-      n, from = n + 1, stop
-      parts[n] = js.encode(list, 0, count - 1)
-    else
-      if not escapes[e] then fail(text, stop + 1) end
-      n, from = n + 1, stop + 2
-      parts[n] = escapes[e]
-    end
+    n = n + 1
+    if e == "u" then parts[n], from = readUnits(text, stop)
+    else parts[n], from = escapes[e] or fail(text, stop + 1), stop + 2 end
   end
 end
 
@@ -86,7 +83,20 @@ local function readItems(holder, text, at, close, readItem)
   end
 end
 
-local words = { { "true", true }, { "false", false }, { "null", null } }
+local function readWord(text, at, word, value)
+  for k = 2, #word do if byte(text, at + k - 1) ~= byte(word, k) then fail(text, at + k - 1) end end
+  return value, at + #word
+end
+
+local function readNumber(text, at)
+  local stop = match(text, "^%-?[1-9]%d*()", at) or match(text, "^%-?0()", at)
+    or fail(text, byte(text, at) == 45 and at + 1 or at)
+  if byte(text, stop) == 46 then stop = match(text, "^%.%d+()", stop) or fail(text, stop + 1) end
+  if find(text, "^[eE]", stop) then
+    stop = match(text, "^.[+-]?%d+()", stop) or fail(text, match(text, "^.[+-]?()", stop))
+  end
+  return tonumber(sub(text, at, stop - 1)), stop
+end
 
 function readValue(text, at)
   at = skip(text, at)
@@ -94,21 +104,11 @@ function readValue(text, at)
   if c == 34 then return readString(text, at)
   elseif c == 123 then return readItems(js.object(), text, at, 125, readProperty)
   elseif c == 91 then return readItems(js.rest(), text, at, 93, readElement)
+  elseif c == 116 then return readWord(text, at, "true", true)
+  elseif c == 102 then return readWord(text, at, "false", false)
+  elseif c == 110 then return readWord(text, at, "null", null)
   end
-  for i = 1, 3 do
-    local word = words[i][1]
-    if c == byte(word) then
-      for k = 2, #word do if byte(text, at + k - 1) ~= byte(word, k) then fail(text, at + k - 1) end end
-      return words[i][2], at + #word
-    end
-  end
-  local stop = match(text, "^%-?[1-9]%d*()", at) or match(text, "^%-?0()", at)
-  if not stop then fail(text, c == 45 and at + 1 or at) end
-  if byte(text, stop) == 46 then stop = match(text, "^%.%d+()", stop) or fail(text, stop + 1) end
-  if find(text, "^[eE]", stop) then
-    stop = match(text, "^.[+-]?%d+()", stop) or fail(text, match(text, "^.[+-]?()", stop))
-  end
-  return tonumber(sub(text, at, stop - 1)), stop
+  return readNumber(text, at)
 end
 
 local function revive(holder, k, f)
@@ -126,7 +126,7 @@ local function revive(holder, k, f)
 end
 
 local JSON = js.object()
-rawset(JSON, C, "JSON")
+rawset(JSON, "\0c", "JSON")
 js.global("JSON", JSON)
 js.builtin(JSON, "parse", 2, function(_, x, reviver)
   local text = str(x)
@@ -140,10 +140,8 @@ end)
 -- Writing.
 
 local quoted = { ['"'] = '\\"', ["\\"] = "\\\\" }
-for letter, c in pairs(escapes) do
-  if byte(c) < 32 then quoted[c] = "\\" .. letter end
-end
-for c = 0, 31 do quoted[char(c)] = quoted[char(c)] or format("\\u%04x", c) end
+for c = 0, 31 do quoted[char(c)] = format("\\u%04x", c) end
+for letter, c in pairs(escapes) do if byte(c) < 32 then quoted[c] = "\\" .. letter end end
 
 local function quote(s)
   if find(s, '[%z\1-\31"\\]') then s = gsub(s, '[%z\1-\31"\\]', quoted) end
@@ -158,7 +156,7 @@ end
 local writeValue
 
 local function open(state, value)
-  if state.open[value] then typeError("Converting circular structure to JSON") end
+  if state.open[value] then js.typeError("Converting circular structure to JSON") end
   state.open[value] = true
   local outer = state.indent
   state.indent = outer .. state.gap
@@ -193,6 +191,15 @@ local function writeObject(state, value)
   return close(state, value, parts, outer, "{", "}")
 end
 
+-- What an object around a primitive stands for.
+local function unwrapped(x)
+  local class = rawget(x, "\0c")
+  if not class then return x end
+  if class == "Number" then return js.num(x) elseif class == "String" then return str(x) end
+  if class == "Boolean" then return rawget(x, "\0v") end
+  return x
+end
+
 function writeValue(state, holder, k)
   local value = holder[k]
   if type(value) == "table" and value ~= null or type(value) == "function" then
@@ -200,14 +207,8 @@ function writeValue(state, holder, k)
     if type(toJSON) == "function" then value = toJSON(value, str(k)) end
   end
   if state.replacer then value = state.replacer(holder, str(k), value) end
+  if type(value) == "table" then value = unwrapped(value) end
   local t = type(value)
-  if t == "table" then
-    local class = rawget(value, C)
-    if class == "Number" then value, t = num(value), "number"
-    elseif class == "String" then value, t = str(value), "string"
-    elseif class == "Boolean" then value, t = rawget(value, V), "boolean"
-    end
-  end
   if t == "string" then return quote(value) end
   if t == "number" then return value - value == 0 and str(value) or "null" end
   if t == "boolean" then return value and "true" or "false" end
@@ -219,10 +220,9 @@ function writeValue(state, holder, k)
 end
 
 local function gapOf(space)
-  local class = type(space) == "table" and rawget(space, C)
-  if class == "Number" then space = num(space) elseif class == "String" then space = str(space) end
-  if type(space) == "number" then return rep(" ", math.max(0, math.min(10, js.toInteger(space)))) end
-  return type(space) == "string" and js.slice(space, 0, math.min(10, js.length(space))) or ""
+  if type(space) == "table" then space = unwrapped(space) end
+  if type(space) == "number" then return rep(" ", max(0, min(10, js.toInteger(space)))) end
+  return type(space) == "string" and js.slice(space, 0, min(10, js.length(space))) or ""
 end
 
 -- The keys that an array as replacer allows, each once.
@@ -230,7 +230,7 @@ local function allowed(replacer)
   local list, seen = {}, {}
   for i = 0, replacer.length - 1 do
     local k = replacer[i]
-    local class = type(k) == "table" and rawget(k, C)
+    local class = js.classOf(k)
     if type(k) == "string" or type(k) == "number" or class == "Number" or class == "String" then
       k = key(str(k))
       if not seen[k] then seen[k], list[#list + 1] = true, k end

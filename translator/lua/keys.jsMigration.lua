@@ -1,12 +1,10 @@
--- The lengths of arrays, deletion, and the lists of an object's own keys.
-local js = require("objects.jsMigration.lua")
-local S, H = js.S, "\0h"
-local type, rawget, rawset, next, getmetatable = type, rawget, rawset, next, getmetatable
-local sort, match = table.sort, string.match
-local own, isIndex, props, loadStub = js.own, js.isIndex, js.props, js.loadStub
-local ownShape, addHoles, typeError = js.ownShape, js.addHoles, js.typeError
-local ENUMERABLE, CONFIGURABLE, ALL = 2, 4, 7
+-- The lengths of arrays, deletion, and the lists of an object's own and inherited keys.
+local js = require("values.jsMigration.lua")
+local type, rawget, rawset, next, getmetatable, sort, S = type, rawget, rawset, next, getmetatable, table.sort, js.S
+local own, isIndex, protoOf, str, key, addHoles, H = js.own, js.isIndex, js.protoOf, js.str, js.key, js.addHoles, "\0h"
+local ENUMERABLE, CONFIGURABLE = 2, 4
 
+-- Forgets what is known of a key beside its value.
 local function forget(s, k)
   if s and s.attr then s.attr[k] = nil end
   if s and s.slots then s.slots[k] = nil end
@@ -44,38 +42,27 @@ function js.resize(a, v)
   local wanted, s = js.uint32(v), rawget(a, S)
   if wanted ~= js.num(v) then js.throwError("RangeError", "Invalid array length") end
   if wanted == a.length then return wanted end
-  if s and s.fixedLength then typeError("Cannot assign to read only property 'length' of object '[object Array]'") end
+  if s and s.fixedLength then js.readOnly("length", a) end
   if wanted > a.length then addHoles(a, a.length, wanted) end
   a.length = dropElements(a, s, wanted)
   dropHoles(a, a.length)
   return wanted
 end
 
-local function cannotDelete(o, k)
-  typeError("Cannot delete property '" .. js.str(k) .. "' of " .. match(js.nameOf(o), "'(.*)'$"))
-end
+local function cannotDelete(o, k) js.typeError("Cannot delete property '" .. str(k) .. "' of " .. js.describe(o)) end
 
-function js.setArrayLength(a, v)
-  local s = rawget(a, S)
-  if s and s.fixedLength then typeError("Cannot assign to read only property 'length' of object '[object Array]'") end
-  local wanted = js.resize(a, v)
-  if a.length > wanted then cannotDelete(a, a.length - 1) end
-end
-
--- Closes the gaps that deleted keys left in an object's list of keys.
-local function pack(s)
-  local n = 0
-  for i = 1, s.n do
-    local live = s.keys[i]
-    s.keys[i] = nil
-    if live then n = n + 1 s.keys[n], s.pos[live] = live, n end
-  end
-  s.n, s.dead = n, nil
+function js.setlength(o, v)
+  local mt = type(o) == "table" and getmetatable(o)
+  if not (mt and mt.array) then o.length = v return end
+  local s = rawget(o, S)
+  if s and s.fixedLength then js.readOnly("length", o) end
+  local wanted = js.resize(o, v)
+  if o.length > wanted then cannotDelete(o, o.length - 1) end
 end
 
 js["delete"] = function(o, k)
   if o == nil or o == js.null or type(o) == "string" then o = js.toObject(o) end
-  k = js.key(k)
+  k = key(k)
   if not js.isScriptObject(o) then
     if js.isObject(o) then o[k] = nil end
     return true
@@ -83,22 +70,18 @@ js["delete"] = function(o, k)
   local flags = own(o, k)
   if not flags then return true end
   if flags < CONFIGURABLE then cannotDelete(o, k) end
-  if type(o) == "function" then
-    js.instances[o] = nil
-    o = props(o)
-  end
+  if type(o) == "function" then js.instances[o] = nil end
+  o = js.home(o)
   rawset(o, k, nil)
   if getmetatable(o).array and isIndex(k) then
     addHoles(o, k, k + 1)
     forget(rawget(o, S), k)
     return true
   end
-  local s = ownShape(o)
-  local at = s.pos[k]
-  if not at then return js.removeGlobal(k) end
-  s.keys[at], s.pos[k], s.order, s.dead = false, nil, nil, (s.dead or 0) + 1
+  local s = js.ownShape(o)
+  if not s.pos[k] then return js.removeGlobal(k) end
+  s.pos[k], s.order = nil, nil
   forget(s, k)
-  if s.dead > 16 and s.dead > s.n / 2 then pack(s) end
   return true
 end
 
@@ -106,42 +89,67 @@ end
 local function ordered(s)
   if s.order then return s.order end
   local list, others, n = {}, {}, 0
-  for i = 1, s.n do
-    local k = s.keys[i]
-    if k and isIndex(k) then list[#list + 1] = k elseif k then n = n + 1 others[n] = k end
+  for k, at in next, s.pos do
+    if isIndex(k) then n = n + 1 list[n] = k else others[at] = k end
   end
   sort(list)
-  local numbers = #list
-  for i = 1, n do list[numbers + i] = others[i] end
+  for at = 1, s.n do
+    if others[at] ~= nil then n = n + 1 list[n] = others[at] end
+  end
   s.order = list
+  if not s.next then -- without the numbers of deleted keys
+    for i = 1, n do s.pos[list[i]] = i end
+    s.n = n
+  end
   return list
 end
 
 local function visible(s, k)
   local slot = s.slots and s.slots[k]
-  return (slot and slot.flags or s.attr and s.attr[k] or s.default or ALL) % CONFIGURABLE >= ENUMERABLE
+  return (slot and slot.flags or s.attr and s.attr[k] or ENUMERABLE) % CONFIGURABLE >= ENUMERABLE
 end
 
 -- A list of the own keys (numbers and strings) and their count; hidden ones too when all is set.
 function js.ownKeys(o, all)
   o = js.home(o)
   local list, n = {}, 0
-  local s, mt = rawget(o, S) or loadStub(o), getmetatable(o)
+  local s, mt = rawget(o, S) or js.loadStub(o), getmetatable(o)
   if not (mt and mt.js) then
     for k in next, o do n = n + 1 list[n] = k end
     return list, n
   end
-  all = all or s and not (s.attr or s.slots or s.default) and "visible"
+  local every = all or not s or not (s.attr or s.slots)
   if mt.array then
     local indexes, count = js.elementIndexes(o)
-    for i = 1, count do if all or not s or visible(s, indexes[i]) then n = n + 1 list[n] = indexes[i] end end
-    if all == true then n = n + 1 list[n] = "length" end
+    for i = 1, count do if every or visible(s, indexes[i]) then n = n + 1 list[n] = indexes[i] end end
+    if all then n = n + 1 list[n] = "length" end
   end
   local keys = s and ordered(s)
   for i = 1, s and #keys or 0 do
-    if all or visible(s, keys[i]) then n = n + 1 list[n] = keys[i] end
+    if every or visible(s, keys[i]) then n = n + 1 list[n] = keys[i] end
   end
   return list, n
+end
+
+function js.keys(o)
+  if type(o) == "string" then o = js.toObject(o) end
+  if not js.isObject(o) or type(o) == "userdata" or type(o) == "cdata" then return {}, 0 end
+  local list, n = js.ownKeys(o)
+  for i = 1, n do list[i] = str(list[i]) end
+  local proto = protoOf(o)
+  while proto do
+    local more, count = js.ownKeys(proto)
+    for i = 1, count do if not js.hasBefore(o, more[i], proto) then n = n + 1 list[n] = str(more[i]) end end
+    proto = protoOf(proto)
+  end
+  return list, n
+end
+
+function js.has(k, o)
+  if not js.isObject(o) then js.typeError("Cannot use 'in' operator to search for '" .. str(k) .. "' in " .. str(o)) end
+  k = key(k)
+  if not js.isScriptObject(o) then return o[k] ~= nil end
+  return js.hasBefore(o, k)
 end
 
 return js

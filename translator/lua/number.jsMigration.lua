@@ -1,32 +1,14 @@
 -- Number, Boolean, Math and the global number functions.
 local js = require("jsMigration.lua")
-local string, table = string, table
-local num, str, toInteger, throwError = js.num, js.str, js.toInteger, js.throwError
-local builtin, constants = js.builtin, js.constants
-local type, rawset, select, tonumber, math, bit = type, rawset, select, tonumber, math, bit
-local floor, abs, huge, frexp = math.floor, math.abs, math.huge, math.frexp
-local ldexp, log, exp, sqrt = math.ldexp, math.log, math.exp, math.sqrt
-local format, match, rep = string.format, string.match, string.rep
-local sub, find = string.sub, string.find
-local NumberProto, BooleanProto = js.NumberProto, js.BooleanProto
+local string, table, type, rawset, select, tonumber, math = string, table, type, rawset, select, tonumber, math
+local bit, floor, abs, huge, frexp, ldexp, log = bit, math.floor, math.abs, math.huge, math.frexp, math.ldexp, math.log
+local exp, sqrt, format, match, rep, sub = math.exp, math.sqrt, string.format, string.match, string.rep, string.sub
+local find, num, str, toInteger, throwError = string.find, js.num, js.str, js.toInteger, js.throwError
+local builtin, constants, NumberProto, BooleanProto = js.builtin, js.constants, js.NumberProto, js.BooleanProto
 local NaN = 0 / 0
 
-js.fillProto(NumberProto, js.ObjectProto)
-js.fillProto(BooleanProto, js.ObjectProto)
-for proto, class in pairs({ [NumberProto] = "Number", [BooleanProto] = "Boolean" }) do
-  rawset(proto, "\0c", class)
-  if class == "Number" then rawset(proto, "\0v", 0) else rawset(proto, "\0v", false) end
-end
-
-local function numberOf(...) return select("#", ...) == 0 and 0 or num((...)) end
-local Number = js.constructor("Number", 1, NumberProto, function(_, ...) return numberOf(...) end,
-  function(...) return js.toObject(numberOf(...)) end)
-js.constructor("Boolean", 1, BooleanProto, function(_, x) return js.truthy(x) end,
-  function(x) return js.toObject(js.truthy(x)) end)
-
-local thisNumber, thisBoolean = js.valueOf("Number", "number"), js.valueOf("Boolean", "boolean")
-builtin(NumberProto, "valueOf", 0, thisNumber)
-builtin(BooleanProto, "valueOf", 0, thisBoolean)
+local Number, thisNumber = js.wrapperClass("Number", "number", NumberProto, 0, num)
+local _, thisBoolean = js.wrapperClass("Boolean", "boolean", BooleanProto, false, js.truthy)
 builtin(BooleanProto, "toString", 0, function(this) return str(thisBoolean(this)) end)
 
 -- Numbers as text.
@@ -39,8 +21,7 @@ local function fractionDigits(value, radix)
   local fraction, _, e = value % 1, frexp(value)
   local delta = math.max(ldexp(0.5, e - 53), 5e-324)
   local list, n, carry = {}, 0, 0
-  if fraction < delta then return list, carry end
-  repeat
+  while fraction >= delta do
     fraction, delta = fraction * radix, delta * radix
     local d = floor(fraction)
     n, fraction = n + 1, fraction - d
@@ -50,7 +31,7 @@ local function fractionDigits(value, radix)
       if n == 0 then carry = 1 else list[n] = list[n] + 1 end
       break
     end
-  until fraction < delta
+  end
   return list, carry
 end
 
@@ -77,7 +58,7 @@ builtin(NumberProto, "toString", 1, function(this, radix)
   return radix == 10 and str(value) or inRadix(value, radix)
 end)
 
--- The digits of a positive number, every one of them, and how many stand before the point.
+-- The digits of a number that is not negative, every one of them, and how many stand before the point.
 local function decimal(x)
   local m, e = frexp(x)
   m, e = m * 9007199254740992, e - 53
@@ -114,8 +95,7 @@ end
 local function fixed(x, places)
   local tie = places >= 99 or find(format("%." .. places + 1 .. "f", x), "5$")
   if not tie then return format("%." .. places .. "f", x) end
-  local digits, point = "", 0
-  if x > 0 then digits, point = decimal(x) end
+  local digits, point = decimal(x)
   local text = point + places < 0 and "" or rounded(digits, point + places)
   text = rep("0", places + 1 - #text) .. text
   return sub(text, 1, #text - places) .. (places > 0 and "." .. sub(text, -places) or "")
@@ -131,11 +111,6 @@ local function scientific(x, count)
   local digits, point = decimal(x)
   local text = rounded(digits, count)
   return sub(text, 1, count), point - 1 + #text - count
-end
-
-local function exponential(digits, e)
-  local tail = #digits > 1 and "." .. sub(digits, 2) or ""
-  return sub(digits, 1, 1) .. tail .. (e < 0 and "e-" or "e+") .. str(abs(e))
 end
 
 local function signed(x, text) return x < 0 and "-" .. text or text end
@@ -156,19 +131,13 @@ local function writer(name, low, write)
 end
 
 writer("toFixed", 0, function(x, places) return x < 1e21 and fixed(x, places) or str(x) end)
-
 writer("toPrecision", 1, function(x, count)
   local digits, e = scientific(x, count)
-  if e < -6 or e >= count then return exponential(digits, e) end
-  if e == count - 1 then return digits end
-  if e >= 0 then return sub(digits, 1, e + 1) .. "." .. sub(digits, e + 2) end
-  return "0." .. rep("0", -e - 1) .. digits
+  return ((e < -6 or e >= count) and js.exponential or js.positional)(digits, e)
 end)
-
 writer("toExponential", 0, function(x, count, shortest)
-  if not shortest then return exponential(scientific(x, count + 1)) end
-  local first, more, e = match(js.shortest(x), "^(%d)%.?(%d-)0*e(.+)$")
-  return exponential(first .. more, tonumber(e))
+  if not shortest then return js.exponential(scientific(x, count + 1)) end
+  return js.exponential(js.digitsOf(js.shortest(x)))
 end)
 
 -- Whole numbers get their thousands marked, fractions three digits at most.
@@ -199,14 +168,11 @@ local function parseInt(_, x, radix)
   if (radix == 0 or radix == 16) and find(rest, "^0[xX]") then rest, radix = sub(rest, 3), 16 end
   if radix == 0 then radix = 10 end
   if radix < 2 or radix > 36 then return NaN end
-  local n = 0
-  while n < #rest do
-    local d = tonumber(sub(rest, n + 1, n + 1), 36)
-    if not d or d >= radix then break end
-    n = n + 1
-  end
-  if n == 0 then return NaN end
-  local value = js.parseDigits(sub(rest, 1, n), radix)
+  local last = digit(radix - 1)
+  local known = radix > 10 and "^[0-9a-" .. last .. "A-" .. string.upper(last) .. "]+" or "^[0-" .. last .. "]+"
+  local digits = match(rest, known)
+  if not digits then return NaN end
+  local value = js.parseDigits(digits, radix)
   return sign == "-" and -value or value
 end
 
@@ -217,7 +183,6 @@ global("isNaN", 1, function(_, x) x = num(x) return x ~= x end)
 global("isFinite", 1, function(_, x) x = num(x) return x - x == 0 end)
 js.global("NaN", NaN)
 js.global("Infinity", huge)
-
 local function whole(x) return type(x) == "number" and x % 1 == 0 end
 builtin(Number, "parseFloat", 1, parseFloat)
 builtin(Number, "parseInt", 2, parseInt)
@@ -231,7 +196,8 @@ constants(Number, "MAX_VALUE", 1.7976931348623157e308, "MIN_VALUE", 5e-324, "NaN
 
 -- Math.
 
-local Math = setmetatable({ ["\0s"] = { keys = {}, pos = {}, n = 0, default = 5, attr = {} }, ["\0c"] = "Math" }, js.O)
+local Math = js.fillProto({}, js.ObjectProto)
+rawset(Math, "\0c", "Math")
 js.global("Math", Math)
 constants(Math, "E", exp(1), "LN10", log(10), "LN2", log(2), "LOG10E", 0.4342944819032518, "LOG2E", 1.4426950408889634,
   "PI", math.pi, "SQRT1_2", sqrt(0.5), "SQRT2", sqrt(2))
@@ -289,13 +255,10 @@ odd("cbrt", function(x)
 end)
 unary("fround", function(x)
   if x == 0 or x - x ~= 0 then return x end
-  local m, e = frexp(x)
-  local scale = 24 - math.max(0, -125 - e)
-  local scaled = ldexp(m, scale)
-  local r = floor(scaled)
-  local over = scaled - r
-  if over > 0.5 or over == 0.5 and r % 2 == 1 then r = r + 1 end
-  r = ldexp(r, e - scale)
+  local _, e = frexp(x)
+  local unit = ldexp(1, math.max(e, -125) - 24)
+  -- A sum of that size has no bits below 1: it rounds, and a tie goes to the even neighbour.
+  local r = (x / unit + 6755399441055744 - 6755399441055744) * unit
   return abs(r) > 3.4028234663852886e38 and (r < 0 and -huge or huge) or r
 end)
 unary("clz32", function(x)
@@ -304,7 +267,6 @@ unary("clz32", function(x)
   local _, e = frexp(x)
   return 32 - e
 end)
-
 builtin(Math, "atan2", 2, function(_, y, x) return math.atan2(num(y), num(x)) end)
 builtin(Math, "pow", 2, function(_, x, y) return js.pow(x, y) end)
 builtin(Math, "imul", 2, function(_, a, b)
@@ -347,6 +309,5 @@ local function extreme(name, pick, start)
 end
 extreme("max", js.max2, -huge)
 extreme("min", js.min2, huge)
-
 math.randomseed(js.platform.now() % 2147483648)
 builtin(Math, "random", 0, function() return math.random() end)

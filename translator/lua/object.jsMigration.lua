@@ -1,14 +1,10 @@
 -- Object, Function.prototype, the global object as a value, console.
 local js = require("jsMigration.lua")
-local bit, math, pairs = bit, math, pairs
-local null, str, key, own, defineOwn, builtin = js.null, js.str, js.key, js.own, js.defineOwn, js.builtin
-local isObject, isScriptObject, typeError = js.isObject, js.isScriptObject, js.typeError
-local protoOf, ownKeys = js.protoOf, js.ownKeys
-local type, rawget, select = type, rawget, select
-local getmetatable, setmetatable, unpack = getmetatable, setmetatable, unpack
-local A, C = js.A, "\0c"
-local ObjectProto, FunctionProto = js.ObjectProto, js.FunctionProto
-local WRITABLE, ENUMERABLE, CONFIGURABLE = 1, 2, 4
+local bit, math, pairs, type, rawget, select, getmetatable = bit, math, pairs, type, rawget, select, getmetatable
+local setmetatable, unpack, null, str, key, own = setmetatable, unpack, js.null, js.str, js.key, js.own
+local defineOwn, home, isScriptObject, ownKeys = js.defineOwn, js.home, js.isScriptObject, js.ownKeys
+local protoOf, typeError, ObjectProto, FunctionProto = js.protoOf, js.typeError, js.ObjectProto, js.FunctionProto
+local S, WRITABLE, ENUMERABLE, CONFIGURABLE = js.S, 1, 2, 4
 
 js.fillProto(ObjectProto, nil)
 js.fillProto(js.FunctionHome, ObjectProto)
@@ -18,7 +14,7 @@ defineOwn(FunctionProto, "name", CONFIGURABLE, "")
 -- The wrapper object of a primitive; an object is its own.
 local wrappers = { string = { js.StringProto, "String" }, number = { js.NumberProto, "Number" },
   boolean = { js.BooleanProto, "Boolean" } }
-function js.toObject(x)
+local function toObject(x)
   local wrapper = wrappers[type(x)]
   if not wrapper then
     if x == nil or x == null then typeError("Cannot convert undefined or null to object") end
@@ -32,36 +28,28 @@ function js.toObject(x)
   end
   return o
 end
-local toObject = js.toObject
+js.toObject = toObject
 
 local function makeObject(x)
   if x == nil or x == null then return js.object() end
   return toObject(x)
 end
 local Object = js.constructor("Object", 1, ObjectProto, function(_, x) return makeObject(x) end, makeObject)
-
-local function default(name, count, f) return builtin(ObjectProto, name, count, f) end
-
+local function default(name, count, f) return js.builtin(ObjectProto, name, count, f) end
 default("hasOwnProperty", 1, function(this, k) return own(toObject(this), key(k)) ~= nil end)
-default("isPrototypeOf", 1, function(this, o)
-  if not isScriptObject(o) then return false end
-  return js.inherits(o, toObject(this))
-end)
+default("isPrototypeOf", 1, function(this, o) return isScriptObject(o) and js.inherits(o, toObject(this)) end)
 local function isEnumerable(o, k) return (own(o, k) or 0) % CONFIGURABLE >= ENUMERABLE end
 default("propertyIsEnumerable", 1, function(this, k) return isEnumerable(toObject(this), key(k)) end)
-default("valueOf", 0, function(this) return toObject(this) end)
+default("valueOf", 0, toObject)
 default("toLocaleString", 0, function(this) return this:toString() end)
 default("toString", 0, function(this)
   if this == nil then return "[object Undefined]" elseif this == null then return "[object Null]" end
   local o = toObject(this)
-  local mt = getmetatable(o)
   if type(o) == "function" then return "[object Function]" end
-  return "[object " .. (type(o) == "table" and (rawget(o, C) or mt and mt.array and "Array") or "Object") .. "]"
+  return "[object " .. (js.classOf(o) or js.isArray(o) and "Array" or "Object") .. "]"
 end)
 
-local function static(name, count, f) return builtin(Object, name, count, f) end
-
-local function needObject(o, what) if not isScriptObject(o) then typeError(what .. " called on non-object") end end
+-- Descriptors.
 
 -- A descriptor's getter or setter: false when it is given as undefined, nil when it is not given.
 local function accessorOf(d, k, what)
@@ -71,7 +59,7 @@ local function accessorOf(d, k, what)
   return f or false
 end
 
--- Reads a descriptor object: flags given, flags set, value, getter, setter; false for an accessor given as undefined.
+-- Reads a descriptor object: which flags are given (WRITABLE also by a value) and set, whether there is a value.
 local function descriptor(d)
   if not isScriptObject(d) then typeError("Property description must be an object: " .. str(d)) end
   local given, set = 0, 0
@@ -81,116 +69,109 @@ local function descriptor(d)
       if js.truthy(d[name]) then set = set + flag end
     end
   end
-  local hasValue = js.has("value", d)
-  local value = d.value
-  local get, setter = accessorOf(d, "get", "Getter"), accessorOf(d, "set", "Setter")
-  if (get ~= nil or setter ~= nil) and (hasValue or given % 2 == 1) then
+  local new = { given = given, set = set, hasValue = js.has("value", d), value = d.value }
+  new.get, new.setter = accessorOf(d, "get", "Getter"), accessorOf(d, "set", "Setter")
+  new.accessor, new.data = new.get ~= nil or new.setter ~= nil, new.hasValue or given % 2 == 1
+  if new.accessor and new.data then
     typeError("Invalid property descriptor. Cannot both specify accessors and a value or writable attribute")
   end
-  return given, set, hasValue, value, get, setter
+  return new
 end
 
 local function same(a, b)
   if a == b then return a ~= 0 or 1 / a == 1 / b end
   return a ~= a and b ~= b
 end
-js.same = same
 
-local function bits(flags, mask) return bit.band(flags, mask) end
-
-local function defineLength(a, given, set, hasValue, value, accessor)
+local function defineLength(a, new)
   local s = js.ownShape(a)
-  local refused = accessor or bits(set, 6) > 0 or set % 2 == 1 and s.fixedLength
+  local refused = new.accessor or new.set >= ENUMERABLE or new.set % 2 == 1 and s.fixedLength
   if refused then typeError("Cannot redefine property: length") end
-  local wanted = hasValue and js.resize(a, value) or a.length
-  if given % 2 == 1 and set % 2 == 0 then
+  local wanted = new.hasValue and js.resize(a, new.value) or a.length
+  if new.given % 2 == 1 and new.set % 2 == 0 then
     s.fixedLength = true
     js.general(a)
   end
   if wanted ~= a.length then typeError("Cannot redefine property: length") end
 end
 
-local function defineProperty(o, k, given, set, hasValue, value, get, setter)
-  local home = js.home(o)
-  if getmetatable(home).array and k == "length" then
-    return defineLength(o, given, set, hasValue, value, get ~= nil or setter ~= nil)
-  end
-  local accessor = get ~= nil or setter ~= nil
-  local flags, old, slot = own(o, k)
-  if not flags then
-    if not js.mayAdd(home, k) then typeError("Cannot define property " .. str(k) .. ", object is not extensible") end
-    if accessor then get, setter = get or false, setter or false end
-    return defineOwn(o, k, set, value, get, setter)
-  end
+-- Whether a property that cannot be configured may become what a descriptor says.
+local function mayBecome(new, flags, old, slot)
   local wasAccessor = slot and slot.accessor or false
-  if flags < CONFIGURABLE then
-    local toData = hasValue or given % 2 == 1
-    if bits(set, CONFIGURABLE) > 0 or bits(given, ENUMERABLE) > 0 and bits(set, ENUMERABLE) ~= bits(flags, ENUMERABLE)
-      or accessor and not wasAccessor or toData and wasAccessor
-      or accessor and (get ~= nil and (get or nil) ~= slot.get or setter ~= nil and (setter or nil) ~= slot.set)
-      or toData and flags % 2 == 0 and (set % 2 == 1 or hasValue and not same(value, old)) then
-      typeError("Cannot redefine property: " .. str(k))
-    end
+  if new.set >= CONFIGURABLE or bit.band(new.given, ENUMERABLE, bit.bxor(new.set, flags)) ~= 0 then return false end
+  if new.accessor then
+    return wasAccessor and (new.get == nil or (new.get or nil) == slot.get)
+      and (new.setter == nil or (new.setter or nil) == slot.set)
   end
-  local merged = bits(flags, bit.bnot(given)) + set
-  if accessor then
-    merged = bits(merged, 6)
-    if get == nil then get = wasAccessor and slot.get or false end
-    if setter == nil then setter = wasAccessor and slot.set or false end
-    return defineOwn(o, k, merged, nil, get, setter)
-  elseif wasAccessor then
-    if hasValue or given % 2 == 1 then return defineOwn(o, k, merged, value) end
-    return defineOwn(o, k, merged, nil, slot.get or false, slot.set or false)
-  end
-  if not hasValue then value = old end
-  defineOwn(o, k, merged, value)
+  if not new.data then return true end
+  return not wasAccessor and (flags % 2 == 1 or new.set % 2 == 0 and (not new.hasValue or same(new.value, old)))
 end
 
-static("defineProperty", 3, function(_, o, k, d)
-  needObject(o, "Object.defineProperty")
-  k = key(k)
-  defineProperty(o, k, descriptor(d))
-  return o
-end)
+local function defineProperty(o, k, new)
+  if js.isArray(o) and k == "length" then return defineLength(o, new) end
+  local flags, value, slot = own(o, k)
+  if not flags and not js.mayAdd(home(o), k) then
+    typeError("Cannot define property " .. str(k) .. ", object is not extensible")
+  elseif flags and flags < CONFIGURABLE and not mayBecome(new, flags, value, slot) then
+    typeError("Cannot redefine property: " .. str(k))
+  end
+  local merged = bit.band(flags or 0, bit.bnot(new.given)) + new.set
+  local halves = slot and slot.accessor and slot
+  if new.accessor or halves and not new.data then
+    local get, setter = new.get, new.setter
+    if get == nil then get = halves and halves.get or false end
+    if setter == nil then setter = halves and halves.set or false end
+    return defineOwn(o, k, bit.band(merged, ENUMERABLE + CONFIGURABLE), nil, get, setter)
+  end
+  if new.hasValue then value = new.value end
+  defineOwn(o, k, merged, value)
+end
 
 local function defineProperties(o, list)
   list = toObject(list)
   local keys, n = ownKeys(list)
   local all = {}
-  for i = 1, n do all[i] = { descriptor(list[keys[i]]) } end
-  for i = 1, n do defineProperty(o, keys[i], unpack(all[i], 1, 6)) end
+  for i = 1, n do all[i] = descriptor(list[keys[i]]) end
+  for i = 1, n do defineProperty(o, keys[i], all[i]) end
   return o
 end
 
-static("defineProperties", 2, function(_, o, list)
+-- Object's own functions.
+
+local function static(name, count, f) return js.builtin(Object, name, count, function(_, ...) return f(...) end) end
+local function needObject(o, what) if not isScriptObject(o) then typeError(what .. " called on non-object") end end
+local function needProto(proto)
+  if proto == null or isScriptObject(proto) then return end
+  typeError("Object prototype may only be an Object or null: " .. str(proto))
+end
+
+static("defineProperty", 3, function(o, k, d)
+  needObject(o, "Object.defineProperty")
+  k = key(k)
+  defineProperty(o, k, descriptor(d))
+  return o
+end)
+static("defineProperties", 2, function(o, list)
   needObject(o, "Object.defineProperties")
   return defineProperties(o, list)
 end)
-
-static("create", 2, function(_, proto, list)
-  if proto ~= null and not isScriptObject(proto) then
-    typeError("Object prototype may only be an Object or null: " .. str(proto))
-  end
+static("create", 2, function(proto, list)
+  needProto(proto)
   local o = js.instance(proto ~= null and proto or nil)
   return list == nil and o or defineProperties(o, list)
 end)
-
-static("getPrototypeOf", 1, function(_, o)
+static("getPrototypeOf", 1, function(o)
   local wrapper = wrappers[type(o)]
   if wrapper then return wrapper[1] end
   return protoOf(toObject(o)) or null
 end)
-
-static("setPrototypeOf", 2, function(_, o, proto)
+static("setPrototypeOf", 2, function(o, proto)
   if o == nil or o == null then typeError("Object.setPrototypeOf called on null or undefined") end
-  if proto ~= null and not isScriptObject(proto) then
-    typeError("Object prototype may only be an Object or null: " .. str(proto))
-  end
+  needProto(proto)
   if not isScriptObject(o) then return o end
-  local home = js.home(o)
   proto = proto ~= null and proto or nil
   if protoOf(o) == proto then return o end
-  local s = rawget(home, "\0s")
+  local s = rawget(home(o), S)
   if s and s.noext then typeError("#<Object> is not extensible") end
   if proto and (proto == o or js.inherits(proto, o)) then typeError("Cyclic __proto__ value") end
   js.setProto(o, proto)
@@ -198,27 +179,25 @@ static("setPrototypeOf", 2, function(_, o, proto)
 end)
 
 -- Own enumerable keys, and their values, as arrays made by row(object, key).
-local function lister(row)
-  return function(_, o)
+local function lister(name, row)
+  static(name, 1, function(o)
     o = toObject(o)
     if type(o) == "userdata" or type(o) == "cdata" then return js.rest() end
     local keys, n = ownKeys(o)
-    local s, count = rawget(js.home(o), "\0s"), 0
+    local s, count = rawget(home(o), S), 0
     for i = 1, n do
       -- What a getter did to a later key counts.
       if not (s and s.slots) or isEnumerable(o, keys[i]) then keys[count], count = row(o, keys[i]), count + 1 end
     end
     for i = count, n do keys[i] = nil end
     keys.length = count
-    return setmetatable(keys, A)
-  end
+    return setmetatable(keys, js.A)
+  end)
 end
-
-static("keys", 1, lister(function(_, k) return str(k) end))
-static("values", 1, lister(function(o, k) return o[k] end))
-static("entries", 1, lister(function(o, k) return js.rest(str(k), o[k]) end))
-
-static("getOwnPropertyNames", 1, function(_, o)
+lister("keys", function(_, k) return str(k) end)
+lister("values", function(o, k) return o[k] end)
+lister("entries", function(o, k) return js.rest(str(k), o[k]) end)
+static("getOwnPropertyNames", 1, function(o)
   local keys, n = ownKeys(toObject(o), true)
   for i = 1, n do keys[i] = str(keys[i]) end
   return js.list(keys, 1, n)
@@ -237,33 +216,27 @@ local function describe(o, k)
     "configurable", configurable)
 end
 
-static("getOwnPropertyDescriptor", 2, function(_, o, k) return describe(toObject(o), key(k)) end)
-static("getOwnPropertyDescriptors", 1, function(_, o)
+static("getOwnPropertyDescriptor", 2, function(o, k) return describe(toObject(o), key(k)) end)
+static("getOwnPropertyDescriptors", 1, function(o)
   o = toObject(o)
   local d, keys, n = js.object(), ownKeys(o, true)
   for i = 1, n do js.create(d, keys[i], describe(o, keys[i])) end
   return d
 end)
-
-static("assign", 2, function(_, target, ...)
+static("assign", 2, function(target, ...)
   target = toObject(target)
   for i = 1, select("#", ...) do
-    local from = select(i, ...)
-    if from ~= nil and from ~= null then
-      from = toObject(from)
-      local keys, n = ownKeys(from)
-      for j = 1, n do if isEnumerable(from, keys[j]) then js.set(target, keys[j], from[keys[j]]) end end
-    end
+    local from = makeObject((select(i, ...)))
+    local keys, n = ownKeys(from)
+    for j = 1, n do if isEnumerable(from, keys[j]) then js.set(target, keys[j], from[keys[j]]) end end
   end
   return target
 end)
-
-static("getOwnPropertySymbols", 1, function(_, o)
+static("getOwnPropertySymbols", 1, function(o)
   toObject(o)
   return js.rest() -- an object has none, as there are none
 end)
-
-static("fromEntries", 1, function(_, list)
+static("fromEntries", 1, function(list)
   local o = js.object()
   for _, item in js.each(list) do
     local k, v = js.entry(item)
@@ -271,117 +244,100 @@ static("fromEntries", 1, function(_, list)
   end
   return o
 end)
-
-static("hasOwn", 2, function(_, o, k) return own(toObject(o), key(k)) ~= nil end)
-static("is", 2, function(_, a, b) return same(a, b) end)
+static("hasOwn", 2, function(o, k) return own(toObject(o), key(k)) ~= nil end)
+static("is", 2, same)
 
 -- Levels of integrity: 1 no new keys, 2 sealed, 3 frozen.
-local function restrict(level)
-  return function(_, o)
+local function restrict(name, level)
+  static(name, 1, function(o)
     if not isScriptObject(o) then return o end
-    local home = js.home(o)
-    local array = getmetatable(home).array
-    if level > 1 then
-      local keys, n = ownKeys(o, true)
-      for i = 1, n do
-        local k = keys[i]
-        local flags, value, slot = own(o, k)
-        local kept = bits(flags, level == 3 and not (slot and slot.accessor) and 2 or 3)
-        if array and k == "length" then js.ownShape(o).fixedLength = kept % 2 == 0 or nil
-        elseif slot then slot.flags = kept
-        else defineOwn(o, k, kept, value)
-        end
+    local keys, n = {}, 0
+    if level > 1 then keys, n = ownKeys(o, true) end
+    for i = 1, n do
+      local k = keys[i]
+      local flags, value, slot = own(o, k)
+      local kept = bit.band(flags, level == 3 and not (slot and slot.accessor) and ENUMERABLE or ENUMERABLE + WRITABLE)
+      if js.isArray(o) and k == "length" then js.ownShape(o).fixedLength = kept % 2 == 0 or nil
+      elseif slot then slot.flags = kept
+      else defineOwn(o, k, kept, value)
       end
     end
-    js.ownShape(home).noext = true
-    js.general(home)
+    js.ownShape(home(o)).noext = true
+    js.general(home(o))
     return o
-  end
+  end)
 end
+restrict("preventExtensions", 1)
+restrict("seal", 2)
+restrict("freeze", 3)
 
-static("preventExtensions", 1, restrict(1))
-static("seal", 1, restrict(2))
-static("freeze", 1, restrict(3))
-
-local function restricted(level)
-  return function(_, o)
-    if not isScriptObject(o) then return true end
-    local s = rawget(js.home(o), "\0s")
-    if not (s and s.noext) then return false end
-    if level == 1 then return true end
-    local keys, n = ownKeys(o, true)
-    for i = 1, n do
-      local flags, _, slot = own(o, keys[i])
-      if flags >= CONFIGURABLE or level == 3 and flags % 2 == 1 and not (slot and slot.accessor) then return false end
-    end
-    return true
+local function isRestricted(o, level)
+  if not isScriptObject(o) then return true end
+  local s = rawget(home(o), S)
+  if not (s and s.noext) then return false end
+  local keys, n = {}, 0
+  if level > 1 then keys, n = ownKeys(o, true) end
+  for i = 1, n do
+    local flags, _, slot = own(o, keys[i])
+    if flags >= CONFIGURABLE or level == 3 and flags % 2 == 1 and not (slot and slot.accessor) then return false end
   end
+  return true
 end
-
-static("isSealed", 1, restricted(2))
-static("isFrozen", 1, restricted(3))
-static("isExtensible", 1, function(_, o) return isScriptObject(o) and not restricted(1)(nil, o) end)
+static("isSealed", 1, function(o) return isRestricted(o, 2) end)
+static("isFrozen", 1, function(o) return isRestricted(o, 3) end)
+static("isExtensible", 1, function(o) return not isRestricted(o, 1) end)
 
 -- Functions.
 
 local function refuse() js.throwError("Error", "Function from text is not supported") end
 js.constructor("Function", 1, FunctionProto, refuse, refuse)
-
 defineOwn(FunctionProto, "caller", CONFIGURABLE, nil, js.poisoned, js.poisoned)
 defineOwn(FunctionProto, "arguments", CONFIGURABLE, nil, js.poisoned, js.poisoned)
 
-local function method(name, count, f) return builtin(FunctionProto, name, count, f) end
-
-local function needFunction(f, name)
-  if type(f) == "function" then return end
-  typeError("Function.prototype." .. name .. " was called on " .. js.describe(f) .. ", which is not a function")
+local function method(name, count, f)
+  return js.builtin(FunctionProto, name, count, function(this, ...)
+    if type(this) == "function" then return f(this, ...) end
+    typeError("Function.prototype." .. name .. " was called on " .. js.describe(this) .. ", which is not a function")
+  end)
 end
 
-method("call", 1, function(f, this, ...)
-  if type(f) ~= "function" then needFunction(f, "call") end
-  return f(this, ...)
-end)
-
+method("call", 1, function(f, this, ...) return f(this, ...) end)
 method("apply", 2, function(f, this, list)
-  needFunction(f, "apply")
   if list == nil or list == null then return f(this) end
-  if not isObject(list) then typeError("CreateListFromArrayLike called on non-object") end
+  if not js.isObject(list) then typeError("CreateListFromArrayLike called on non-object") end
   local n = js.toInteger(list.length)
   if n > 200 then
     if js.applyList[f] then return js.applyList[f](this, list, n) end
     if n > 7000 then js.throwError("RangeError", "Maximum call stack size exceeded") end
   end
-  if getmetatable(list) == A then return f(this, unpack(list, 0, n - 1)) end
-  local values = {}
-  for i = 0, n - 1 do values[i] = list[i] end
-  return f(this, unpack(values, 0, n - 1))
+  if getmetatable(list) ~= js.A then
+    local values = {}
+    for i = 0, n - 1 do values[i] = list[i] end
+    list = values
+  end
+  return f(this, unpack(list, 0, n - 1))
 end)
-
 method("bind", 1, function(f, this, ...)
-  needFunction(f, "bind")
   local n, first = select("#", ...), { ... }
   local function join(...)
+    if n == 0 then return ... end
     local values = { unpack(first, 1, n) }
     for i = 1, select("#", ...) do values[n + i] = (select(i, ...)) end
     return unpack(values, 1, n + select("#", ...))
   end
-  local bound = n == 0 and function(_, ...) return f(this, ...) end or function(_, ...) return f(this, join(...)) end
+  local function bound(_, ...) return f(this, join(...)) end
   js.name(bound, "bound " .. str(f.name), math.max(0, js.toInteger(f.length) - n))
   if js.isConstructor(f) then js.construct[bound] = function(...) return js.new(f, join(...)) end end
   js.boundTarget[bound] = js.boundTarget[f] or f
   return bound
 end)
-
-method("toString", 0, function(f)
-  needFunction(f, "toString")
-  return "function " .. str(f.name) .. "() { [native code] }"
-end)
+method("toString", 0, function(f) return "function " .. str(f.name) .. "() { [native code] }" end)
 
 -- The global object as a value: reading what is not there gives undefined. What a script adds is its own property;
 -- the built-in names, which load when they are first read, are found by the way.
 local fixed = { NaN = true, Infinity = true, undefined = true }
 local globalMeta = js.newMeta(ObjectProto, nil, true)
-local globalObject = setmetatable({ ["\0s"] = globalMeta.root }, globalMeta)
+local globalObject = setmetatable({ [S] = globalMeta.root }, globalMeta)
 
 function globalMeta.own(k)
   local v, found = js.builtinGlobal(k)
@@ -396,7 +352,6 @@ function globalMeta.__newindex(o, k, v)
   if globalMeta.own(k) == 5 then js.global(k, v) else js.put(o, k, v) end
 end
 js.global("globalThis", globalObject)
-
 local console = js.object()
 local function write(_, ...) js.G.log(nil, ...) end
 for name in string.gmatch("log info warn error debug", "%S+") do console[name] = write end

@@ -4,35 +4,32 @@
 --   "\0s" shape: the own keys in order, shared until the object needs a list of its own
 --   "\0m" metatable of the objects whose prototype this is
 --   "\0h" an array's record of holes, "\0v" a wrapped or internal value, "\0c" its class
-local js = require("functions.jsMigration.lua")
-local S, M, H = "\0s", "\0m", "\0h"
-local type, rawget, rawset, select, next = type, rawget, rawset, select, next
-local getmetatable, setmetatable = getmetatable, setmetatable
-local match, sort, huge = string.match, table.sort, math.huge
-local numberToString, loadStub, typeError = js.numberToString, js.loadStub, js.typeError
-local side, instances, props, name, homeOf = js.side, js.instances, js.props, js.name, js.home
-local ObjectProto, ArrayProto, FunctionProto = js.ObjectProto, js.ArrayProto, js.FunctionProto
+local js = require("start.jsMigration.lua")
+local type, rawget, rawset, select, next, getmetatable = type, rawget, rawset, select, next, getmetatable
+local setmetatable, sort, huge, numberToString = setmetatable, table.sort, math.huge, js.numberToString
+local loadStub, typeError, side, props, homeOf = js.loadStub, js.typeError, js.side, js.props, js.home
+local ArrayProto, FunctionProto, S, M, H = js.ArrayProto, js.FunctionProto, "\0s", "\0m", "\0h"
 
 -- Shapes. A shared one is never changed but for its transitions; an object that needs attributes, deletes a key or
 -- grows past what is worth sharing owns its shape.
---   keys, n    own keys by insertion; a deleted one leaves false
---   pos        key -> place in keys
+--   pos, n     own key -> its number by insertion, and the last number
 --   next       key -> the shape with that key added (shared shapes)
---   attr       key -> flags, where they differ from default (itself 7 when nil)
+--   attr       key -> flags, where they are not ALL
 --   slots      key -> what a plain field cannot hold: accessors, read-only values
+--   order      the list of keys, once it has been asked for
 local WRITABLE, ENUMERABLE, CONFIGURABLE, ALL = 1, 2, 4, 7
 local SHARED_KEYS, SHARED_FORKS = 32, 128
-
-local function newShape() return { keys = {}, pos = {}, n = 0, next = {}, forks = 0 } end
+local function newShape() return { pos = {}, n = 0, next = {}, forks = 0 } end
 local emptyShape = newShape()
 
+local function append(s, k)
+  s.n, s.order = s.n + 1, nil
+  s.pos[k] = s.n
+end
+
 function js.shape(...)
-  local shape, n = newShape(), select("#", ...)
-  shape.n = n
-  for i = 1, n do
-    local k = select(i, ...)
-    shape.keys[i], shape.pos[k] = k, i
-  end
+  local shape = newShape()
+  for i = 1, select("#", ...) do append(shape, (select(i, ...))) end
   return shape
 end
 
@@ -44,14 +41,7 @@ local function copyTable(from)
 end
 
 local function copyShape(s)
-  return { keys = copyTable(s.keys), pos = copyTable(s.pos), n = s.n, default = s.default, noext = s.noext,
-    attr = copyTable(s.attr), slots = copyTable(s.slots) }
-end
-
-local function append(s, k)
-  local n = s.n + 1
-  s.n, s.keys[n], s.pos[k], s.order = n, k, n, nil
-  if s.default then s.attr[k] = ALL end
+  return { pos = copyTable(s.pos), n = s.n, noext = s.noext, attr = copyTable(s.attr), slots = copyTable(s.slots) }
 end
 
 -- The object's own shape, to change in place.
@@ -65,7 +55,7 @@ local function ownShape(o)
 end
 
 local function isIndex(k) return type(k) == "number" and k >= 0 and k % 1 == 0 and k < 4294967295 end
-js.isIndex, js.ownShape = isIndex, ownShape
+js.newShape, js.append, js.ownShape, js.isIndex = newShape, append, ownShape, isIndex
 
 local function protoOf(o)
   if type(o) == "function" then
@@ -97,10 +87,8 @@ function js.elementIndexes(a)
   local list, n, record = {}, 0, rawget(a, H)
   for k = 0, (record and record.lo or a.length) - 1 do n = n + 1 list[n] = k end
   if not record then return list, n end
-  local marked = {}
-  for k in next, record do if type(k) == "number" then marked[#marked + 1] = k end end
-  sort(marked)
-  for i = 1, #marked do n = n + 1 list[n] = marked[i] end
+  for k in next, record do if type(k) == "number" then n = n + 1 list[n] = k end end
+  sort(list)
   for k = record.hi, a.length - 1 do n = n + 1 list[n] = k end
   return list, n
 end
@@ -114,6 +102,7 @@ local function addHoles(a, first, last)
   if first < record.lo then record.lo = first end
   if last > record.hi then record.hi = last end
 end
+js.addHoles = addHoles
 
 local function fillHole(a, k)
   local record = rawget(a, H)
@@ -125,7 +114,6 @@ local function fillHole(a, k)
   end
   if record.lo == record.hi then rawset(a, H, nil) end
 end
-js.addHoles = addHoles
 
 -- Own properties of any object: flags, value, slot; nothing when there is none.
 local function own(o, k)
@@ -134,7 +122,7 @@ local function own(o, k)
   if s then
     local slot = s.slots and s.slots[k]
     if slot then return slot.flags, slot.value, slot end
-    if s.pos[k] then return s.attr and s.attr[k] or s.default or ALL, rawget(o, k) end
+    if s.pos[k] then return s.attr and s.attr[k] or ALL, rawget(o, k) end
   end
   local mt = getmetatable(o)
   if not (mt and mt.js) then
@@ -147,22 +135,24 @@ local function own(o, k)
     if isElement(o, k) then return s and s.attr and s.attr[k] or ALL, rawget(o, k) end
   end
 end
-js.own = own
 
--- Whether an object has the property of its own, and its value for the receiver.
+-- Whether o, or a prototype of it before the last one, has a key of its own.
+local function has(o, k, last)
+  while o ~= last do
+    if own(o, k) then return true end
+    o = protoOf(o)
+  end
+  return false
+end
+
+-- Whether o has a key of its own, and the value for a receiver.
 local function ownValue(o, k, receiver)
   o = homeOf(o)
-  local s = rawget(o, S) or loadStub(o)
   local v = rawget(o, k)
   if v ~= nil then return true, v end
-  if s then
-    local slot = s.slots and s.slots[k]
-    if slot and slot.get then return true, (slot.get(receiver)) end
-    if slot then return true, slot.value end
-    if s.pos[k] then return true end
-  end
-  local mt = getmetatable(o)
-  return mt and mt.array and isElement(o, k)
+  local flags, value, slot = own(o, k)
+  if slot and slot.get then value = slot.get(receiver) end
+  return flags, value
 end
 
 -- Reads along the prototypes with every rule observed; the __index of objects that a plain lookup would get wrong.
@@ -170,30 +160,32 @@ local function lookup(o, k, receiver)
   if receiver == nil then receiver = o end
   local found, v = ownValue(o, k, receiver)
   if found then return v end
-  local mt = getmetatable(homeOf(o))
-  local at = mt and mt.js and mt.proto
+  local at = protoOf(o)
   -- The common case, a method of the nearest prototype, ahead of the loop, which keeps callers from being compiled.
-  v = at and type(at) == "table" and rawget(at, k)
+  v = type(at) == "table" and rawget(at, k)
   if v then return v end
   while at do
     found, v = ownValue(at, k, receiver)
     if found then return v end
-    mt = getmetatable(homeOf(at))
-    if not (mt and mt.js) then return mt and at[k] or nil end
-    at = mt.proto
+    at = protoOf(at)
   end
 end
-js.lookup = lookup
+js.own, js.hasBefore, js.lookup = own, has, lookup
 
--- How a message names an object.
-local function nameOf(o)
-  if type(o) == "function" then return "function '" .. js.str(o) .. "'" end
-  local mt = getmetatable(o)
-  if mt.array then return "object '[object Array]'" end
-  local constructor = lookup(o, "constructor")
-  return "object '#<" .. (type(constructor) == "function" and constructor.name or "Object") .. ">'"
+-- How a message shows a value, and an object with what it is.
+local function describe(x)
+  local mt = type(x) == "table" and getmetatable(x)
+  if not (mt and mt.js) then return (type(x) ~= "table" or x == js.null) and js.str(x) or "#<Object>" end
+  if mt.array then return "[object Array]" end
+  local constructor = lookup(x, "constructor")
+  return "#<" .. (type(constructor) == "function" and constructor.name or "Object") .. ">"
 end
-js.nameOf = nameOf
+local function typed(o) return (type(o) == "function" and "function '" or "object '") .. describe(o) .. "'" end
+js.describe = describe
+
+function js.readOnly(k, o)
+  typeError("Cannot assign to read only property '" .. js.str(k) .. "' of " .. typed(o))
+end
 
 -- Metatables: one a prototype for ordinary objects (and one for arrays, of Array.prototype alone), and its general
 -- twin, whose reads and writes observe accessors, read-only values and fields that hold undefined over a
@@ -201,12 +193,12 @@ js.nameOf = nameOf
 
 local metas = setmetatable({}, { __mode = "k" })
 local add, addElement, put, newMeta
+
+-- Gives a metatable the operators that Lua's own syntax stands for.
 local function subtract(a, b) return js.num(a) - js.num(b) end
 local function multiply(a, b) return js.num(a) * js.num(b) end
 local function divide(a, b) return js.num(a) / js.num(b) end
 local function negate(a) return -js.num(a) end
-
--- Gives a metatable the operators that Lua's own syntax stands for.
 function js.withArithmetic(mt)
   mt.__sub, mt.__mul, mt.__div, mt.__unm = subtract, multiply, divide, negate
   return mt
@@ -275,36 +267,29 @@ function js.setProto(o, proto)
   if proto then general(home) end
   for mt in next, metas do if mt.proto == o then generalise(mt) end end
 end
-js.metaFor, js.general, js.slotsInChain = metaFor, general, slotsInChain
+js.newMeta, js.metaFor, js.general, js.slotsInChain = newMeta, metaFor, general, slotsInChain
 
-local function inherited(o, k)
-  local at = protoOf(o)
-  return at ~= nil and (own(at, k) ~= nil or inherited(at, k))
-end
-
--- The __newindex of ordinary objects: a key that has no field yet.
-local function addOther(o, s, k, v)
+-- Gives an object a key that has no field yet.
+local function addOther(o, k, v)
+  local s = rawget(o, S) or emptyShape
   if k ~= k or k == huge or k == -huge then k = numberToString(k) end
   if not s.pos[k] then
+    local t = ownShape(o)
+    append(t, k)
     if s.next and s.n < SHARED_KEYS and s.forks < SHARED_FORKS then
-      local t = copyShape(s)
-      append(t, k)
-      t.next, t.forks, t.shadows = {}, 0, inherited(o, k)
+      t.next, t.forks, t.shadows = {}, 0, has(protoOf(o), k)
       s.next[k], s.forks = t, s.forks + 1
-      rawset(o, S, t)
-      if t.shadows then general(o) end
-    else
-      append(ownShape(o), k)
-      if inherited(o, k) then general(o) end
     end
+    if t.shadows or not t.next and has(protoOf(o), k) then general(o) end
   end
   rawset(o, k, v)
 end
 
+-- The __newindex of ordinary objects.
 function add(o, k, v)
   local s = rawget(o, S)
   local t = s.next and s.next[k]
-  if not t then return addOther(o, s, k, v) end
+  if not t then return addOther(o, k, v) end
   rawset(o, S, t)
   if t.shadows then general(o) end
   rawset(o, k, v)
@@ -312,39 +297,33 @@ end
 
 -- The __newindex of arrays.
 function addElement(a, k, v)
-  if isIndex(k) then
-    local n = a.length
-    if k >= n then
-      if k > n then addHoles(a, n, k) end
-      a.length = k + 1
-    elseif rawget(a, H) then
-      fillHole(a, k)
-    end
-    rawset(a, k, v)
-  else
-    addOther(a, rawget(a, S) or emptyShape, k, v)
+  if not isIndex(k) then return addOther(a, k, v) end
+  local n = a.length
+  if k >= n then
+    if k > n then addHoles(a, n, k) end
+    a.length = k + 1
+  elseif rawget(a, H) then
+    fillHole(a, k)
   end
+  rawset(a, k, v)
 end
 
 local function mayAdd(o, k)
   local s = rawget(o, S) or loadStub(o)
   return not s or not (s.noext or s.fixedLength and isIndex(k) and k >= o.length)
 end
-js.mayAdd = mayAdd
 
 -- The __newindex of everything else: observes setters, read-only properties, objects that may not grow.
 function put(o, k, v, receiver)
   if type(k) == "number" and k - k ~= 0 then k = numberToString(k) end
+  if receiver == nil then receiver = o end
   local at = o
   repeat
     local flags, _, slot = own(at, k)
     if slot then
-      if slot.set then slot.set(receiver or o, v) return end
-      if slot.accessor then
-        local text = match(nameOf(receiver or o), "'(.*)'$")
-        typeError("Cannot set property " .. js.str(k) .. " of " .. text .. " which has only a getter")
-      end
-      typeError("Cannot assign to read only property '" .. js.str(k) .. "' of " .. nameOf(receiver or o))
+      if slot.set then slot.set(receiver, v) return end
+      if not slot.accessor then js.readOnly(k, receiver) end
+      typeError("Cannot set property " .. js.str(k) .. " of " .. describe(receiver) .. " which has only a getter")
     elseif flags then
       if at == o then return rawset(o, k, v) end
       break
@@ -353,13 +332,14 @@ function put(o, k, v, receiver)
   until not at
   if not mayAdd(o, k) then typeError("Cannot add property " .. js.str(k) .. ", object is not extensible") end
   if getmetatable(o).array then return addElement(o, k, v) end
-  addOther(o, rawget(o, S) or emptyShape, k, v)
+  addOther(o, k, v)
 end
+js.addOther, js.mayAdd, js.put = addOther, mayAdd, put
 
 -- Makes or replaces an own property without asking: a value, or an accessor when get or set is not nil.
 local function defineOwn(o, k, flags, value, get, set)
   if type(o) == "function" then
-    instances[o] = nil
+    js.instances[o] = nil
     o = props(o)
   end
   local s = ownShape(o)
@@ -368,10 +348,9 @@ local function defineOwn(o, k, flags, value, get, set)
   elseif not s.pos[k] then
     append(s, k)
   end
-  s.order = nil
-  if get ~= nil or set ~= nil or flags % 2 == 0 then
+  local accessor = get ~= nil or set ~= nil
+  if accessor or flags % 2 == 0 then
     s.slots = s.slots or {}
-    local accessor = get ~= nil or set ~= nil
     s.slots[k] = { flags = flags, value = value, get = get or nil, set = set or nil, accessor = accessor }
     rawset(o, k, nil)
     general(o)
@@ -379,9 +358,9 @@ local function defineOwn(o, k, flags, value, get, set)
   else
     if s.slots then s.slots[k] = nil end
     s.attr = s.attr or {}
-    s.attr[k] = flags ~= (s.default or ALL) and flags or nil
+    s.attr[k] = flags ~= ALL and flags or nil
     rawset(o, k, value)
-    if inherited(o, k) then general(o) end
+    if has(protoOf(o), k) then general(o) end
   end
 end
 js.defineOwn = defineOwn
@@ -397,17 +376,14 @@ end
 -- Half an accessor of a literal; the other half stays as it is.
 local function accessor(o, k, get, set)
   k = js.key(k)
-  local f = get or set
-  name(f, (get and "get " or "set ") .. js.str(k), select(2, js.signature(f)))
-  local _, _, slot = own(o, k)
+  local f, _, _, slot = get or set, own(o, k)
+  js.name(f, (get and "get " or "set ") .. js.str(k), select(2, js.signature(f)))
   defineOwn(o, k, ENUMERABLE + CONFIGURABLE, nil, get or slot and slot.get or false, set or slot and slot.set or false)
 end
 function js.getter(o, k, f) accessor(o, k, f, nil) end
 function js.setter(o, k, f) accessor(o, k, nil, f) end
 
 -- The metatables of object and array literals.
-js.O, js.A = metaFor(ObjectProto), newMeta(ArrayProto, true)
-
-js.newMeta, js.newShape, js.append, js.addOther, js.put = newMeta, newShape, append, addOther, put
+js.O, js.A = metaFor(js.ObjectProto), newMeta(ArrayProto, true)
 
 return js

@@ -1,41 +1,29 @@
 -- String and the URI functions. Byte positions serve where the text is ASCII, units elsewhere; searching for whole
 -- strings works on the bytes in both cases.
 local js = require("jsMigration.lua")
-local string, ipairs, tonumber = string, ipairs, tonumber
-local null, num, str, units, utf8, encode = js.null, js.num, js.str, js.units, js.utf8, js.encode
-local toInteger, typeError, slice, length = js.toInteger, js.typeError, js.slice, js.length
-local join, mend, position = js.join, js.mend, js.position
-local type, rawset, select = type, rawset, select
-local byte, char, sub, find = string.byte, string.char, string.sub, string.find
-local rep, lower, upper = string.rep, string.lower, string.upper
-local gsub, format, concat = string.gsub, string.format, table.concat
-local min, max, floor = math.min, math.max, math.floor
-local StringProto = js.StringProto
-
-js.fillProto(StringProto, js.ObjectProto)
-rawset(StringProto, "\0c", "String")
-rawset(StringProto, "\0v", "")
+local string, tonumber, type, select, byte, char = string, tonumber, type, select, string.byte, string.char
+local sub, find, match, rep, gsub = string.sub, string.find, string.match, string.rep, string.gsub
+local format, concat, min, max, floor, str = string.format, table.concat, math.min, math.max, math.floor, js.str
+local num, units, utf8, encode, toInteger, slice = js.num, js.units, js.utf8, js.encode, js.toInteger, js.slice
+local length, join, mend, position, StringProto = js.length, js.join, js.mend, js.position, js.StringProto
+local String, valueOf = js.wrapperClass("String", "string", StringProto, "", str)
 js.defineOwn(StringProto, "length", 0, 0)
-
-local function textOf(...) return select("#", ...) == 0 and "" or str((...)) end
-local String = js.constructor("String", 1, StringProto, function(_, ...) return textOf(...) end,
-  function(...) return js.toObject(textOf(...)) end)
+js.builtin(StringProto, "toString", 0, function(this) return valueOf(this) end)
 
 local function static(name, count, f) return js.builtin(String, name, count, f) end
+
+local function refuse(kind, what) js.throwError(kind, "String.prototype." .. what) end
 
 -- Defines a method on the text of `this`.
 local function method(name, count, f)
   js.builtin(StringProto, name, count, function(this, ...)
     if type(this) ~= "string" then
-      if this == nil or this == null then typeError("String.prototype." .. name .. " called on null or undefined") end
+      if this == nil or this == js.null then refuse("TypeError", name .. " called on null or undefined") end
       this = str(this)
     end
     return f(this, ...)
   end)
 end
-
-local valueOf = js.builtin(StringProto, "valueOf", 0, js.valueOf("String", "string"))
-js.builtin(StringProto, "toString", 0, function(this) return valueOf(this) end)
 
 local function fromCharCodes(_, values, n)
   local list = {}
@@ -60,7 +48,6 @@ static("fromCodePoint", 1, function(_, ...)
   end
   return mend(concat(parts))
 end)
-
 static("raw", 1, function(_, template, ...)
   local strings = js.toObject(js.toObject(template).raw)
   local parts, n = {}, toInteger(strings.length)
@@ -147,10 +134,9 @@ local function pad(s, width, filler)
 end
 method("padStart", 1, function(s, width, filler) return join(pad(s, width, filler), s) end)
 method("padEnd", 1, function(s, width, filler) return join(s, pad(s, width, filler)) end)
-
 method("trim", 0, function(s) return js.trimEnd(js.trimStart(s)) end)
-method("trimStart", 0, function(s) return js.trimStart(s) end)
-method("trimEnd", 0, function(s) return js.trimEnd(s) end)
+method("trimStart", 0, js.trimStart)
+method("trimEnd", 0, js.trimEnd)
 js.defineOwn(StringProto, "trimLeft", 5, StringProto.trimStart)
 js.defineOwn(StringProto, "trimRight", 5, StringProto.trimEnd)
 
@@ -194,28 +180,22 @@ method("endsWith", 1, function(s, what, last)
   local head = last == nil and s or slice(s, 0, clamp(last, n, n))
   return #what <= #head and sub(head, #head - #what + 1) == what
 end)
-
 method("split", 2, function(s, separator, limit)
   limit = limit == nil and 4294967295 or js.uint32(limit)
-  local list, n = {}, 0
   if limit == 0 then return js.rest() end
   if separator == nil then return js.rest(s) end
   separator = str(separator)
+  local list, n, from = {}, 0, 1
   if separator == "" then
-    for i = 0, length(s) - 1 do
-      if n == limit then break end
-      n = n + 1
-      list[n] = utf8(unitAt(s, i))
-    end
+    n = min(length(s), limit)
+    for i = 1, n do list[i] = utf8(unitAt(s, i - 1)) end
     return js.list(list, 1, n)
   end
-  local from = 1
-  while n < limit do
+  while from and n < limit do
     local at, last = find(s, separator, from, true)
     n = n + 1
     list[n] = sub(s, from, (at or 0) - 1)
-    if not at then break end
-    from = last + 1
+    from = at and last + 1
   end
   return js.list(list, 1, n)
 end)
@@ -254,7 +234,7 @@ method("replaceAll", 2, function(s, what, with) return replace(s, what, with, tr
 
 local function changeCase(s, toUpper)
   if find(s, "[\128-\255]") then return js.changeCase(s, toUpper) end
-  return toUpper and upper(s) or lower(s)
+  return toUpper and string.upper(s) or string.lower(s)
 end
 for _, infix in ipairs({ "", "Locale" }) do
   method("to" .. infix .. "UpperCase", 0, function(s) return changeCase(s, true) end)
@@ -262,16 +242,17 @@ for _, infix in ipairs({ "", "Locale" }) do
 end
 
 -- What other engines have. A script that calls one of these is told why it cannot.
-local function refuse(what) js.throwError("Error", "String.prototype." .. what) end
 for name in string.gmatch("match matchAll search", "%S+") do
-  method(name, 1, function() refuse(name .. " is not supported: there are no regular expressions here") end)
+  method(name, 1, function() refuse("Error", name .. " is not supported: there are no regular expressions here") end)
 end
 method("normalize", 0, function(s, form)
   form = form == nil and "NFC" or str(form)
   if not find(",NFC,NFD,NFKC,NFKD,", "," .. form .. ",", 1, true) then
     js.throwError("RangeError", "The normalization form should be one of NFC, NFD, NFKC, NFKD.")
   end
-  if find(s, "[\128-\255]") then refuse("normalize is not supported beyond ASCII: there are no tables of characters here") end
+  if find(s, "[\128-\255]") then
+    refuse("Error", "normalize is not supported beyond ASCII: there are no tables of characters here")
+  end
   return s
 end)
 
@@ -295,52 +276,33 @@ end)
 
 -- URIs.
 
+local LONE_SURROGATE = "\237[\160-\191]"
 local function malformed() js.throwError("URIError", "URI malformed") end
 
 local function encoder(name, unescaped)
-  local f = function(_, x)
+  js.globalFunction(name, 1, function(_, x)
     local s = str(x)
-    local list = units(s)
-    if list then
-      for i = 0, list.n - 1 do
-        local c = list[i]
-        if c >= 0xD800 and c < 0xE000 and not js.isPair(list, i) and not js.isPair(list, i - 1) then malformed() end
-      end
-    end
+    if find(s, LONE_SURROGATE) then malformed() end
     return (gsub(s, "[^%w" .. unescaped .. "]", function(c) return format("%%%02X", byte(c)) end))
-  end
-  js.globalFunction(name, 1, f)
+  end)
 end
 encoder("encodeURIComponent", "%-_.!~*'()")
 encoder("encodeURI", "%-_.!~*'();/?:@&=+$,#")
 
--- Decodes the escapes from byte position i: the text and the position behind it.
+-- Decodes the escapes of a character from byte position i: the text and the position behind it.
 local function unescape(s, i)
-  local function hex(at)
-    local digits = string.match(s, "^%%(%x%x)", at)
-    if not digits then malformed() end
-    return tonumber(digits, 16)
-  end
-  local c = hex(i)
-  if c < 128 then return char(c), i + 3 end
-  local more = c >= 0xF0 and c < 0xF5 and 3 or c >= 0xE0 and c < 0xF0 and 2 or c >= 0xC2 and c < 0xE0 and 1
-  if not more then malformed() end
-  local bytes = { char(c) }
-  for k = 1, more do
-    local d = hex(i + 3 * k)
-    if d < 128 or d > 191 then malformed() end
-    bytes[k + 1] = char(d)
-  end
-  local text = concat(bytes)
+  local lead = tonumber(match(s, "^%%(%x%x)", i) or malformed(), 16)
+  local size = lead < 0x80 and 1 or lead < 0xC0 and malformed() or lead < 0xE0 and 2 or lead < 0xF0 and 3 or 4
+  local escapes = match(s, "^%%%x%x" .. rep("%%[89ABab]%x", size - 1), i) or malformed()
+  local text = gsub(escapes, "%%(%x%x)", function(digits) return char(tonumber(digits, 16)) end)
   local list = units(text)
-  if more == 2 and (list[0] < 0x800 or list[0] >= 0xD800 and list[0] < 0xE000) or more == 3 and list.n ~= 2 then
-    malformed()
-  end
-  return text, i + 3 * more + 3
+  -- What is longer than need be, or too large, comes back as something else.
+  if find(text, LONE_SURROGATE) or list and encode(list, 0, list.n - 1) ~= text then malformed() end
+  return text, i + #escapes
 end
 
 local function decoder(name, reserved)
-  local f = function(_, x)
+  js.globalFunction(name, 1, function(_, x)
     local s = str(x)
     local parts, from = {}, 1
     while true do
@@ -351,8 +313,7 @@ local function decoder(name, reserved)
       parts[#parts + 1] = find(reserved, text, 1, true) and sub(s, at, behind - 1) or text
       from = behind
     end
-  end
-  js.globalFunction(name, 1, f)
+  end)
 end
 decoder("decodeURIComponent", "")
 decoder("decodeURI", ";/?:@&=+$,#")

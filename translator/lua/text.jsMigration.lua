@@ -1,7 +1,6 @@
 -- Numbers as text, text as numbers, and strings in UTF-16 units.
-local tonumber, tostring = tonumber, tostring
-local byte, char, sub, rep, gsub = string.byte, string.char, string.sub, string.rep, string.gsub
-local find, match, format, concat = string.find, string.match, string.format, table.concat
+local tonumber, tostring, byte, char, sub, rep = tonumber, tostring, string.byte, string.char, string.sub, string.rep
+local gsub, find, match, format, concat = string.gsub, string.find, string.match, string.format, table.concat
 local floor, huge = math.floor, math.huge
 
 -- Numbers as text: the shortest digits that read back as the same number.
@@ -22,6 +21,24 @@ local function shortest(n)
   end
 end
 
+-- The digits that such a text has, without zeros at the end, and the exponent.
+local function digitsOf(text)
+  local first, more, e = match(text, "^(%d)%.?(%d-)0*e(.+)$")
+  return first .. more, tonumber(e)
+end
+
+-- Digits as a number is written, with an exponent and without.
+local function exponential(digits, e)
+  local tail = #digits > 1 and "." .. sub(digits, 2) or ""
+  return sub(digits, 1, 1) .. tail .. (e < 0 and "e-" or "e+") .. tostring(e < 0 and -e or e)
+end
+local function positional(digits, e)
+  local count = e + 1
+  if count <= 0 then return "0." .. rep("0", -count) .. digits end
+  if count >= #digits then return digits .. rep("0", count - #digits) end
+  return sub(digits, 1, count) .. "." .. sub(digits, count + 1)
+end
+
 local function numberToString(n)
   if n % 1 == 0 and n < 1e14 and n > -1e14 then return n == 0 and "0" or tostring(n) end
   local size = n < 0 and -n or n
@@ -35,18 +52,10 @@ local function numberToString(n)
     end
   end
   if n ~= n then return "NaN" end
-  if size == huge then return n > 0 and "Infinity" or "-Infinity" end
-  local sign, int, fraction, exponent = match(shortest(n), "^(-?)(%d)%.?(%d*)e(.+)$")
-  local digits = match(int .. fraction, "^(.-)0*$")
-  local count, point = #digits, tonumber(exponent) + 1
-  if point > 21 or point < -5 then
-    local e = point - 1
-    local tail = count > 1 and "." .. sub(digits, 2) or ""
-    return sign .. sub(digits, 1, 1) .. tail .. (e < 0 and "e-" or "e+") .. tostring(e < 0 and -e or e)
-  elseif point >= count then return sign .. digits .. rep("0", point - count)
-  elseif point > 0 then return sign .. sub(digits, 1, point) .. "." .. sub(digits, point + 1)
-  end
-  return sign .. "0." .. rep("0", -point) .. digits
+  local sign = n < 0 and "-" or ""
+  if size == huge then return sign .. "Infinity" end
+  local digits, e = digitsOf(shortest(size))
+  return sign .. ((e > 20 or e < -6) and exponential or positional)(digits, e)
 end
 
 -- White space as trim() and ToNumber see it; everything above ASCII is matched by its bytes.
@@ -209,7 +218,8 @@ local function joined(pieces)
 end
 
 return {
-  numberToString = numberToString, shortest = shortest, stringToNumber = stringToNumber, parseDigits = parseDigits,
-  trimStart = trimStart, trimEnd = trimEnd,
-  units = units, utf8 = utf8, encode = encode, length = length, slice = slice, join = join, mend = mend, joined = joined, isPair = isPair,
+  numberToString = numberToString, shortest = shortest, digitsOf = digitsOf, exponential = exponential,
+  positional = positional, stringToNumber = stringToNumber, parseDigits = parseDigits, trimStart = trimStart,
+  trimEnd = trimEnd, units = units, utf8 = utf8, encode = encode, length = length, slice = slice, join = join,
+  mend = mend, joined = joined, isPair = isPair,
 }

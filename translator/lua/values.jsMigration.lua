@@ -1,13 +1,10 @@
 -- Conversions and operators.
-local js = require("keys.jsMigration.lua")
-local null, numberToString, stringToNumber, join = js.null, js.numberToString, js.stringToNumber, js.join
-local lookup, typeError = js.lookup, js.typeError
-local type, rawget, getmetatable, tonumber, tostring = type, rawget, getmetatable, tonumber, tostring
-local byte, find, gsub = string.byte, string.find, string.gsub
-local floor, ceil, huge, tobit = math.floor, math.ceil, math.huge, bit.tobit
-local max, min = math.max, math.min
+local js = require("objects.jsMigration.lua")
+local type, rawget, getmetatable, tonumber, tostring, byte = type, rawget, getmetatable, tonumber, tostring, string.byte
+local find, gsub, floor, ceil, huge, tobit = string.find, string.gsub, math.floor, math.ceil, math.huge, bit.tobit
+local max, min, null, numberToString, stringToNumber = math.max, math.min, js.null, js.numberToString, js.stringToNumber
+local join = js.join
 local str, primitive
-local C = "\0c"
 
 local function isObject(x)
   local t = type(x)
@@ -22,6 +19,10 @@ local function isScriptObject(x)
 end
 js.isScriptObject = isScriptObject
 
+-- The class of a built-in object, as far as it has one.
+local function classOf(x) return type(x) == "table" and rawget(x, "\0c") or nil end
+js.classOf = classOf
+
 function js.isArray(x)
   local mt = type(x) == "table" and getmetatable(x)
   return mt and mt.array or false
@@ -31,18 +32,18 @@ end
 function primitive(x, hint)
   if not isObject(x) then return x end
   if not isScriptObject(x) then return tostring(x) end
-  if not hint and type(x) == "table" and rawget(x, C) == "Date" then hint = "string" end
+  if not hint and classOf(x) == "Date" then hint = "string" end
   local first, second = "valueOf", "toString"
   if hint == "string" then first, second = second, first end
   for _ = 1, 2 do
-    local f = type(x) == "function" and x[first] or lookup(x, first)
+    local f = type(x) == "function" and x[first] or js.lookup(x, first)
     if type(f) == "function" then
       local v = f(x)
       if not isObject(v) then return v end
     end
     first = second
   end
-  typeError("Cannot convert object to primitive value")
+  js.typeError("Cannot convert object to primitive value")
 end
 js.primitive = primitive
 
@@ -67,7 +68,6 @@ function str(x)
   return str(primitive(x, "string"))
 end
 js.str = str
-
 local function truthy(x) return x and x ~= 0 and x ~= "" and x ~= null and x == x or false end
 js.truthy = truthy
 
@@ -94,17 +94,13 @@ local function int32(x)
   return tobit((x < 0 and ceil(x) or floor(x)) % 4294967296)
 end
 
-local function uint32(x)
-  local r = int32(x)
-  return r < 0 and r + 4294967296 or r
-end
-js.int32, js.uint32 = int32, uint32
+js.int32 = int32
+function js.uint32(x) return int32(x) % 4294967296 end
 
+local typeNames = { ["nil"] = "undefined", table = "object", userdata = "object", cdata = "object", thread = "object" }
 function js.typeof(x)
   local t = type(x)
-  if t == "nil" then return "undefined" end
-  if t == "table" or t == "userdata" or t == "cdata" or t == "thread" then return "object" end
-  return t
+  return typeNames[t] or t
 end
 
 -- Property keys: a canonical number is a Lua number, everything else a string.
@@ -125,24 +121,7 @@ local function key(k)
   return k
 end
 js.key, js.canonical = key, canonical
-
--- A value as a message shows it.
-function js.describe(x)
-  if type(x) ~= "table" or x == null then return str(x) end
-  local mt = getmetatable(x)
-  return mt and mt.array and "[object Array]" or "#<Object>"
-end
-
--- Makes the valueOf of a class that wraps a primitive type.
-function js.valueOf(class, kind)
-  return function(this)
-    if type(this) == kind then return this end
-    if type(this) == "table" and rawget(this, C) == class then return rawget(this, "\0v") end
-    typeError(class .. ".prototype.valueOf requires that 'this' be a " .. class)
-  end
-end
-
-function js.needFunction(f) if type(f) ~= "function" then typeError(js.describe(f) .. " is not a function") end end
+function js.needFunction(f) if type(f) ~= "function" then js.typeError(js.describe(f) .. " is not a function") end end
 
 -- Operators.
 
@@ -185,56 +164,44 @@ function js.bxor(a, b) return bxor(int32(a), int32(b)) end
 function js.bnot(a) return bnot(int32(a)) end
 function js.shl(a, b) return lshift(int32(a), int32(b)) end
 function js.shr(a, b) return arshift(int32(a), int32(b)) end
-function js.ushr(a, b)
-  local r = rshift(int32(a), int32(b))
-  return r < 0 and r + 4294967296 or r
-end
+function js.ushr(a, b) return rshift(int32(a), int32(b)) % 4294967296 end
 
--- a < b and a <= b after conversion; the operands arrive in the order in which JavaScript converts them.
-local function operands(a, b)
-  if type(a) == "string" and type(b) == "string" then return a, b end
-  a = primitive(a, "number")
-  b = primitive(b, "number")
-  if type(a) == "string" and type(b) == "string" then return a, b end
-  a = num(a)
-  return a, num(b)
-end
-
--- A text that Lua compares as units compare. Bytes put what lies above U+FFFF (from 0xF0 on) behind what lies from U+E000
--- on (0xEE and 0xEF), units before it. The searches are compiled, a pattern is not.
+-- A text that Lua compares as units compare. Bytes put what lies above U+FFFF (from 0xF0 on) behind what lies from
+-- U+E000 on (0xEE and 0xEF), units before it. The searches are compiled, a pattern is not.
 local function sortable(s)
   if not (find(s, "\239", 1, true) or find(s, "\238", 1, true)) then return s end
   return (gsub(s, "[\238\239]", "\255%0"))
 end
 js.sortable = sortable
 
-local function less(a, b)
-  if type(a) == "string" then return sortable(a) < sortable(b) end
-  return a < b
-end
--- Not the contrary of b < a, as every comparison with NaN fails.
-local function lessOrEqual(a, b)
-  if type(a) == "string" then return sortable(a) <= sortable(b) end
-  return a <= b
+-- Two texts or two numbers, which Lua compares as JavaScript compares a and b.
+local function comparable(a, b)
+  a = primitive(a, "number")
+  b = primitive(b, "number")
+  if type(a) == "string" and type(b) == "string" then return sortable(a), sortable(b) end
+  a = num(a)
+  return a, num(b)
 end
 
 function js.lt(a, b)
   if type(a) == "number" and type(b) == "number" then return a < b end
-  return less(operands(a, b))
+  a, b = comparable(a, b)
+  return a < b
 end
 function js.le(a, b)
   if type(a) == "number" and type(b) == "number" then return a <= b end
-  return lessOrEqual(operands(a, b))
+  a, b = comparable(a, b)
+  return a <= b
 end
 function js.gt(a, b)
   if type(a) == "number" and type(b) == "number" then return a > b end
-  a, b = operands(a, b)
-  return less(b, a)
+  a, b = comparable(a, b)
+  return a > b
 end
 function js.ge(a, b)
   if type(a) == "number" and type(b) == "number" then return a >= b end
-  a, b = operands(a, b)
-  return lessOrEqual(b, a)
+  a, b = comparable(a, b)
+  return a >= b
 end
 
 -- Math on operands known to be numbers.
