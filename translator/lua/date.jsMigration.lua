@@ -185,7 +185,12 @@ method("getYear", 0, function(t) return t == t and fields(t) - 1900 or NaN end)
 
 -- Writing. Each text is made from the fields.
 
-local function writer(name, f) method(name, 0, function(t) return t == t and f(fields(t)) or "Invalid Date" end) end
+local function writer(name, f)
+  method(name, 0, function(t, _, ...)
+    if string.find(name, "Locale", 1, true) then js.inEnglish(name, ...) end
+    return t == t and f(fields(t)) or "Invalid Date"
+  end)
+end
 local function yearText(year) return format(year < 0 and "-%04d" or "%04d", abs(year)) end
 
 local function dateText(year, month, date, _, _, _, _, day)

@@ -65,14 +65,15 @@ end
 -- A JavaScript name as the translator had to change it for Lua.
 local function original(name) return (gsub(gsub(name, "ʹ%d*", ""), "＄", "$")) end
 
--- A part of a try statement is a Lua function too: it and the function around it are one frame.
+-- The frames by their functions' own names, if they have one. A part of a try statement is a Lua function too: it and
+-- the function around it are one frame.
 local function folded(frames)
   local list, line = {}, nil
   for _, frame in ipairs(frames) do
-    if line and frame.line ~= 0 then
-      frame = { file = frame.file, name = frame.name, main = frame.main, defined = frame.defined, line = line }
-    end
-    line = js.isPartAt(frame.defined) and frame.line or nil
+    local name, isPart = js.functionAt(frame.defined)
+    frame = { file = frame.file, name = original(name ~= "" and name or frame.name or ""), main = frame.main,
+      defined = frame.defined, line = frame.line ~= 0 and line or frame.line }
+    line = isPart and frame.line or nil
     if not line then list[#list + 1] = frame end
   end
   return list
@@ -83,7 +84,7 @@ local function stack(e)
   for _, frame in ipairs(folded(e[FRAMES])) do
     -- The host leaves out the middle of a very deep stack, and marks it by line 0.
     local at = frame.line == 0 and "..." or frame.file .. ":" .. sourceLine(frame.file, frame.line)
-    if frame.name and frame.name ~= "" then at = original(frame.name) .. " (" .. at .. ")" end
+    if frame.name ~= "" then at = frame.name .. " (" .. at .. ")" end
     lines[#lines + 1] = "    at " .. at
   end
   return table.concat(lines, "\n")

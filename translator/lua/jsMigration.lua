@@ -96,7 +96,7 @@ local function get(o, k)
   end
   if type(k) == "string" then
     local b = byte(k, 1)
-    if b and b < 58 and (b > 47 or b == 45) then k = canonical(k) end
+    if b and b < 58 and (b > 47 or b == 45 or b == 0) then k = canonical(k) end
     return o[k]
   end
   if o == nil or o == null then return o[k] end
@@ -274,7 +274,10 @@ local function finishTry(ok, ...)
   return false, e
 end
 
-js.try = function(f) return finishTry(xpcall(f, caught)) end
+js.try = function(f)
+  if not js.loaded.error then js.load("error") end -- while there is stack to do so
+  return finishTry(xpcall(f, caught))
+end
 platform.onError(function(value, frames) return js.describeError(value, frames) end)
 
 -- Variables and loops.

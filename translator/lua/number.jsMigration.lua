@@ -41,12 +41,11 @@ local function inRadix(value, radix)
   value = abs(value)
   local list, carry = fractionDigits(value, radix)
   local whole, text = floor(value) + carry, ""
-  while whole >= 9007199254740992 do whole, text = whole / radix, "0" .. text end
-  whole = floor(whole)
+  while whole / radix >= 9007199254740992 do whole, text = whole / radix, "0" .. text end
   repeat
-    text = digit(whole % radix) .. text
-    whole = floor(whole / radix)
-  until whole == 0
+    local last = math.fmod(whole, radix)
+    text, whole = digit(floor(last)) .. text, (whole - last) / radix
+  until whole <= 0
   for i = 1, #list do list[i] = digit(list[i]) end
   return sign .. text .. (#list > 0 and "." .. table.concat(list) or "")
 end
@@ -141,8 +140,9 @@ writer("toExponential", 0, function(x, count, shortest)
 end)
 
 -- Whole numbers get their thousands marked, fractions three digits at most.
-builtin(NumberProto, "toLocaleString", 0, function(this)
+builtin(NumberProto, "toLocaleString", 0, function(this, ...)
   local x = thisNumber(this)
+  js.inEnglish("toLocaleString", ...)
   if x ~= x then return "NaN" end
   if abs(x) == huge then return signed(x, "∞") end
   local int, more = match(fixed(abs(x), 3), "^(%d+)%.(%d-)0*$")

@@ -359,6 +359,7 @@ js.global("console", console)
 
 -- A variable of the script's top level as a property of the global object.
 function js.variable(name, get, set)
+  js.removeGlobal(name)
   defineOwn(globalObject, name, ENUMERABLE, nil, get, function(_, v) set(v) end)
   select(3, own(globalObject, name)).variable = true
 end

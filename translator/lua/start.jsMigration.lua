@@ -134,10 +134,11 @@ local function signature(f)
 end
 js.signature = signature
 
--- Whether a part of a try statement begins on a Lua line.
-function js.isPartAt(line)
+-- What begins on a Lua line: the name of a function, and whether it is a part of a try statement.
+function js.functionAt(line)
   local row = rowAt(line)
-  return row ~= nil and row[3] == "p"
+  if row then return row[1], row[3] == "p" end
+  return "", false
 end
 
 function js.isConstructor(f)

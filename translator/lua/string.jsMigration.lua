@@ -262,8 +262,12 @@ local function weight(c)
   if c >= 97 and c <= 122 or c >= 128 then return 2000 + c end
   return c
 end
-method("localeCompare", 1, function(s, other)
+method("localeCompare", 1, function(s, other, locale, options)
   other = str(other)
+  js.inEnglish("localeCompare", locale, options)
+  if find(s .. other, "[\204\205][\128-\191]") then
+    refuse("Error", "localeCompare is not supported for combining marks: there are no tables of characters here")
+  end
   if s == other then return 0 end
   local a, b = changeCase(s, false), changeCase(other, false)
   for i = 0, min(length(a), length(b)) - 1 do
@@ -297,7 +301,8 @@ local function unescape(s, i)
   local text = gsub(escapes, "%%(%x%x)", function(digits) return char(tonumber(digits, 16)) end)
   local list = units(text)
   -- What is longer than need be, or too large, comes back as something else.
-  if find(text, LONE_SURROGATE) or list and encode(list, 0, list.n - 1) ~= text then malformed() end
+  if find(text, LONE_SURROGATE) or list and encode(list, 0, list.n - 1) ~= text
+    or text > "\244\143\191\191" then malformed() end
   return text, i + #escapes
 end
 

@@ -103,10 +103,18 @@ function js.typeof(x)
   return typeNames[t] or t
 end
 
+-- Refuses what the library's texts for people cannot follow: they are English, and without options.
+function js.inEnglish(name, locale, options)
+  if options == nil and (locale == nil or find(str(locale), "^en")) then return end
+  js.throwError("Error", name .. " is not supported with options, or for other languages than English")
+end
+
 -- Property keys: a canonical number is a Lua number, everything else a string.
 local function canonical(s)
   local n = tonumber(s)
   if n and n - n == 0 and numberToString(n) == s then return n end
+  -- The library's own fields have such names.
+  if find(s, "^%z%l$") then js.throwError("Error", "The property name " .. gsub(s, "%z", "\\0") .. " is not supported") end
   return s
 end
 
@@ -117,7 +125,7 @@ local function key(k)
   end
   if type(k) ~= "string" then k = str(k) end
   local b = byte(k, 1)
-  if b and b < 58 and (b > 47 or b == 45) then return canonical(k) end
+  if b and b < 58 and (b > 47 or b == 45 or b == 0) then return canonical(k) end
   return k
 end
 js.key, js.canonical = key, canonical

@@ -100,10 +100,11 @@ final class Refusals {
         return from >= to;
     }
 
-    /** The support library keeps what it knows of an object under such names. */
+    /** The support library keeps what it knows of an object under names like \0s. */
     static String key(StringLiteral literal) {
-        if (!literal.getValue().startsWith("\0")) return literal.getValue();
-        throw new Generator.Refusal(literal, "A property name that begins with \\0 is not supported");
+        String key = literal.getValue();
+        if (key.length() != 2 || key.charAt(0) != 0) return key;
+        throw new Generator.Refusal(literal, "The property name \\0" + key.charAt(1) + " is not supported");
     }
 
     void member(Name name) {
