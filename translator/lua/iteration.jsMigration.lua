@@ -53,10 +53,10 @@ end
 -- Whether for-of takes o.
 function js.iterable(o) return isArray(o) or walker(o) ~= nil end
 
-function js.iterate(o)
+function js.iterate(o, text)
   local walk = walker(o)
   if walk then return walk(o) end
-  js.typeError((js.isObject(o) and "object" or js.describe(o)) .. " is not iterable")
+  js.typeError((text or js.isObject(o) and "object" or js.describe(o)) .. " is not iterable")
 end
 
 -- For a Lua loop: the positions and elements of an iterable, as it is by then.

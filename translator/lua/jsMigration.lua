@@ -244,10 +244,10 @@ js.arguments = function(_, ...)
   return setmetatable(a, Arguments)
 end
 
-function js.values(o)
+function js.values(o, text)
   local mt = type(o) == "table" and getmetatable(o)
   if mt and mt.array then return o end
-  return js.iterate(o)
+  return js.iterate(o, text)
 end
 
 -- Errors. What JavaScript throws and is no object travels in a box, so that it cannot be taken for a Lua message.

@@ -49,6 +49,7 @@ final class Assignments {
         if (!plain) return compound(node, left, wanted);
         if (left.getType() == Token.ARRAYLIT || left.getType() == Token.OBJECTLIT) {
             Code value = g.keep(g.value(node.getRight()));
+            value.origin = node.getRight();
             give(left, value, false);
             return value;
         }
@@ -151,8 +152,7 @@ final class Assignments {
     }
 
     private void arrayPattern(ArrayLiteral pattern, Code given, boolean declaring) {
-        int blamed = given.lastLine != 0 ? given.lastLine : g.line(pattern);
-        Code list = g.save(g.operators.library(blamed, "values", given));
+        Code list = g.save(g.calls.values(given, given.origin, g.line(given.origin != null ? given.origin : pattern)));
         int index = 0;
         for (AstNode element : pattern.getElements()) {
             int line = g.line(element);

@@ -152,6 +152,13 @@ final class Calls {
         return library(g.line(target), "new", operands.from(1), operands.get(0)).typed(Types.OBJECT);
     }
 
+    /** The elements of what a loop or pattern goes through; a message names what has none. */
+    Code values(Code iterated, AstNode node, int line) {
+        boolean named = node != null && (node.getType() == Token.NAME || node.getType() == Token.GETPROP);
+        Code text = Code.atom(named ? name(node) : "nil", Types.UNKNOWN);
+        return g.operators.library(line, "values", iterated, text);
+    }
+
     /** A callee as a message names it, quoted. */
     private static String name(AstNode target) {
         return Lua.quote(text(target, MOST_NAMED));

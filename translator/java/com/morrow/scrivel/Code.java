@@ -2,6 +2,7 @@ package com.morrow.scrivel;
 
 import java.util.ArrayList;
 import java.util.List;
+import org.mozilla.javascript.ast.AstNode;
 
 /**
  * A piece of Lua text in the making: strings, other pieces, and marks that say from which JavaScript line what follows
@@ -41,6 +42,8 @@ final class Code {
     boolean beginsWhole, endsWhole;
     /** A bound on the registers and nesting that its evaluation needs. */
     int weight = 1;
+    /** The expression that a pattern takes apart, which faults are blamed on, or null. */
+    AstNode origin;
     /** The JavaScript line of its last mark, or 0. */
     int lastLine;
 

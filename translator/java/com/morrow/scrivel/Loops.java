@@ -169,7 +169,7 @@ final class Loops {
     }
 
     private void elements(ForInLoop node, Code object, String item, int line) {
-        Code list = g.save(g.operators.library(g.line(node.getIteratedObject()), "values", object));
+        Code list = g.save(g.calls.values(object, node.getIteratedObject(), g.line(node.getIteratedObject())));
         String index = g.fresh();
         g.reserve(node, 2);
         g.out.add("local " + index + " = 0");
@@ -199,7 +199,6 @@ final class Loops {
         int before = g.temporaries;
         g.functions.enter(Names.scope(node));
         Code value = Code.read(item, Types.UNKNOWN);
-        value.lastLine = g.line(node.getIteratedObject());
         if (node.getIterator() instanceof VariableDeclaration declaration) {
             AstNode target = declaration.getVariables().get(0).getTarget();
             g.statements.declareHere(target);

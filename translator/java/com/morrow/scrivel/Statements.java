@@ -173,7 +173,7 @@ final class Statements {
         int before = g.temporaries;
         Block outer = g.collect();
         Code value = g.save(g.value(part.getInitializer()));
-        value.lastLine = g.line(part.getInitializer());
+        value.origin = part.getInitializer();
         g.assignments.give(part.getTarget(), value, true);
         g.enclose(g.line, g.collected(outer), before);
     }
