@@ -71,8 +71,10 @@ local function folded(frames)
   local list, line = {}, nil
   for _, frame in ipairs(frames) do
     local name, isPart = js.functionAt(frame.defined)
-    frame = { file = frame.file, name = original(name ~= "" and name or frame.name or ""), main = frame.main,
-      defined = frame.defined, line = frame.line ~= 0 and line or frame.line }
+    -- Lua goes by what the function was called as, which may be a name of the library's.
+    if name == "" and rawget(js, frame.name or "") == nil then name = frame.name or "" end
+    frame = { file = frame.file, name = original(name), main = frame.main, defined = frame.defined,
+      line = frame.line ~= 0 and line or frame.line }
     line = isPart and frame.line or nil
     if not line then list[#list + 1] = frame end
   end
@@ -134,5 +136,6 @@ function js.describeError(value, frames)
   if getmetatable(value) == js.Box then value = value.value end
   if type(value) == "table" and value ~= js.null then frames = rawget(value, FRAMES) or frames end
   local ok, text = pcall(str, value)
+  if text == "[object Object]" then text = select(2, pcall(js.G.JSON.stringify, nil, value)) or text end
   return ok and text or "Uncaught exception", frames and folded(frames)
 end

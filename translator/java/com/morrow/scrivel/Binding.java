@@ -176,7 +176,7 @@ final class Binding implements NodeVisitor {
         switch (node.getType()) {
             case Token.NAME -> {
                 Name name = (Name) node;
-                if (how == null) refusals.binding(name);
+                if (how == null) refusals.binding(name, null);
                 else declared(name, names.declare(name, how.kind), how, value);
                 types.assigned(names.use(name, value != null), value);
             }
@@ -193,7 +193,8 @@ final class Binding implements NodeVisitor {
                 for (ObjectProperty property : ((ObjectLiteral) node).getElements()) {
                     if (Patterns.isSpread(property)) {
                         mustBeLast(property, true);
-                        if (isPattern(property.getRight())) invalid(property.getRight());
+                        AstNode rest = property.getRight();
+                        if (isPattern(rest) || rest.getType() == Token.ASSIGN) invalid(rest);
                     }
                     if (Patterns.isKey(property)) property.getRight().visit(this);
                     else target(property.getRight(), how, Types.ANYTHING);
@@ -202,11 +203,11 @@ final class Binding implements NodeVisitor {
             case Token.ASSIGN -> withDefault((Assignment) node, how);
             case Token.LP -> {
                 AstNode inner = ((ParenthesizedExpression) node).getExpression();
-                if (isPattern(inner)) invalid(node);
+                if (how != null || isPattern(inner)) invalid(node);
                 else target(inner, how, value);
             }
             case Token.GETPROP, Token.GETELEM -> {
-                if (Patterns.isOptional(node)) invalid(node);
+                if (how != null || Patterns.isOptional(node)) invalid(node);
                 else if (node instanceof PropertyGet member) {
                     names.hooks |= isHook(member.getProperty());
                     names.mathShared |= member.getTarget() instanceof Name name && name.getIdentifier().equals("Math");
@@ -337,7 +338,10 @@ final class Binding implements NodeVisitor {
             names.close();
             if (last != null) names.leave();
         }
-        if (last != null) last.visit(this);
+        if (last != null) {
+            if (source.text.charAt(last.getPosition()) != '{') errors.report(last, "What follows finally stands in braces");
+            last.visit(this);
+        }
     }
 
     // -- functions

@@ -155,8 +155,8 @@ final class Calls {
     /** The elements of what a loop or pattern goes through; a message names what has none. */
     Code values(Code iterated, AstNode node, int line) {
         boolean named = node != null && (node.getType() == Token.NAME || node.getType() == Token.GETPROP);
-        Code text = Code.atom(named ? name(node) : "nil", Types.UNKNOWN);
-        return g.operators.library(line, "values", iterated, text);
+        if (!named) return g.operators.library(line, "values", iterated);
+        return g.operators.library(line, "values", iterated, Code.atom(name(node), Types.STRING));
     }
 
     /** A callee as a message names it, quoted. */

@@ -111,12 +111,14 @@ final class Refusals {
         if (name.getIdentifier().equals("__proto__")) refuse(name, "The property __proto__ is");
     }
 
-    /** A name that is declared or assigned. */
-    void binding(Name node) {
+    /** A name that is declared or assigned; `kind` says how it is declared. */
+    void binding(Name node, Variable.Kind kind) {
         String name = node.getIdentifier();
         switch (name) {
             case "eval", "arguments" -> errors.report(node, "Unexpected eval or arguments in strict mode");
-            case "undefined", "NaN", "Infinity" -> refuse(node, "A variable named " + name + " is");
+            case "undefined", "NaN", "Infinity" -> {
+                if (kind != Variable.Kind.PARAMETER) refuse(node, "A variable named " + name + " is");
+            }
             default -> reserved(node);
         }
     }

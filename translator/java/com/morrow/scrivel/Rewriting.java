@@ -51,6 +51,8 @@ final class Rewriting {
             case Tokens.NAME -> {
                 if (t.escaped != null && actsAsKeyword(t)) {
                     errors.reportToken(t.start, "Keyword must not contain escaped characters");
+                } else if (t.is("await") && !t.before.is(Tokens.DOT) && !(isKey(t) && (t.after.is(':') || t.after.is('(')))) {
+                    errors.reportToken(t.start, "Asynchronous functions, and await as a name, are not supported");
                 } else if (t.is("async") && (t.after.is("function") || isKey(t) && t.after.is(Tokens.NAME))) {
                     errors.reportToken(t.start, "Asynchronous functions are not supported");
                 } else if (isKey(t) && t.after.is('=')) {
@@ -69,7 +71,8 @@ final class Rewriting {
                 if (!t.after.is(Tokens.NAME)) unexpected(t.after);
             }
             case Tokens.SPREAD -> {
-                if (t.before.is(Tokens.NAME) || t.before.is(Tokens.KEYWORD)) unexpected(t);
+                boolean begins = t.before.is('(') || t.before.is('[') || t.before.is('{') || t.before.is(',');
+                if (!begins || t.around.is('{') && !t.inObject()) unexpected(t);
                 if (!isLast(t)) notes.put(t.start, ",");
                 replace(t, t.inObject() ? MARK + " :" : MARK + " =");
             }
@@ -103,8 +106,9 @@ final class Rewriting {
     }
 
     private void keyword(Token t) {
-        if (isKey(t)) return;
+        if (isKey(t) || t.inObject() && isKey(t.before)) return;
         Token second = t.after.after;
+        if (t.is("for") && t.after.opens()) head(t.after);
         if (t.is("const") || t.is("let") && (t.after.is(Tokens.NAME) || t.after.is('[') || t.after.is('{'))) {
             notes.put(t.start, t.text());
             replace(t, t.is("let") ? "var" : "var  ");
@@ -113,6 +117,14 @@ final class Rewriting {
             notes.put(second.start, "catch");
             edits.insert(second.start, MARK + " if ");
         }
+    }
+
+    /** The parser overlooks a name at the end of the first part of a for loop's head. */
+    private void head(Token open) {
+        Token t = open.after;
+        while (t != open.partner && !t.is(';')) t = t.opens() ? t.partner.after : t.after;
+        boolean doubled = t.before.is(Tokens.NAME) && Tokens.isOperand(t.before.before);
+        if (t.is(';') && doubled) unexpected(t.before);
     }
 
     /** Whether no comma follows a spread element. */
@@ -141,7 +153,7 @@ final class Rewriting {
                     edits.insert(first.start, "[" + MARK + ",");
                     edits.insert(t.before.end, "]");
                 }
-                if (t == close && t == first && t.before != open) replace(t.before, " ");
+                if (t == close && t == first && t.before != open && t.before.before != open) replace(t.before, " ");
                 first = t.after;
                 changed = first.is(Tokens.SPREAD);
             } else if (t.is('=')) changed = true;
@@ -150,11 +162,15 @@ final class Rewriting {
     }
 
     private void computed(Token open) {
+        Token inner = open.after;
+        while (inner != open.partner && !inner.is(',') && !inner.is(Tokens.SPREAD)) inner = inner.opens() ? inner.partner.after : inner.after;
+        boolean single = inner == open.partner && inner != open.after;
         Token word = open.before, next = open.partner.after;
         boolean accessor = isKey(word) && (word.is("get") || word.is("set")) && next.is('(');
         if (accessor) replace(word, KEY + ":");
         else if (isKey(open) && (next.is(':') || next.is('('))) edits.insert(open.start, KEY + ":");
         else return;
+        if (!single) unexpected(inner);
         if (next.is(':')) replace(next, "," + VALUE + ":");
         else edits.insert(next.start, "," + (accessor ? word.text() + " " : "") + VALUE);
     }

@@ -3,6 +3,7 @@ package com.morrow.scrivel;
 import org.mozilla.javascript.CompilerEnvirons;
 import org.mozilla.javascript.Context;
 import org.mozilla.javascript.Parser;
+import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** Parses a script, and says in an author's words what the parser did not take. */
@@ -32,9 +33,34 @@ final class Syntax {
             if (parent instanceof Loop loop && isMisplaced(node, loop)) node.setPosition(node.getPosition() + labelAround(loop));
             if (parent != null) node.setPosition(parent.getPosition() + node.getPosition());
             node.setLength(length(node));
+            if (isExpressionBody(parent)) shorten(parent, Names.end(node));
             if (!(node instanceof ObjectProperty property) || property.getLeft() != property.getRight()) return true;
             property.getLeft().visit(this);
             return false;
+        }
+
+        /** The body of an arrow function that has no braces; its only statement has been placed. */
+        private static boolean isExpressionBody(AstNode node) {
+            return node != null && node.getType() == Token.BLOCK && node.getFirstChild() instanceof ReturnStatement only
+                && only.getPosition() == node.getPosition();
+        }
+
+        /** The parser takes the token after such a body for a part of it, and of all that ends with it. */
+        private static void shorten(AstNode body, int end) {
+            int wrong = Names.end(body);
+            for (AstNode node = body; node != null && Names.end(node) == wrong && !isClosed(node); node = node.getParent()) {
+                node.setLength(end - node.getPosition());
+            }
+        }
+
+        /** Ends with a bracket of its own. */
+        private static boolean isClosed(AstNode node) {
+            return switch (node.getType()) {
+                case Token.LP, Token.ARRAYLIT, Token.OBJECTLIT, Token.CALL, Token.NEW, Token.GETELEM, Token.TEMPLATE_LITERAL,
+                    Token.SWITCH -> true;
+                case Token.BLOCK -> !isExpressionBody(node);
+                default -> false;
+            };
         }
 
         /** Of a statement that ends with another: as far as that goes. */

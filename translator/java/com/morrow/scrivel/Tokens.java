@@ -20,7 +20,8 @@ final class Tokens {
         "implements", "interface", "let", "package", "private", "protected", "public", "static", "yield");
     private static final Set<String> VALUES = Set.of("this", "null", "true", "false", "super");
     private static final Set<String> CONTEXTUAL = Set.of("get", "set", "of", "async");
-    private static final Set<String> STATEMENTS = Set.of("do", "else", "try", "finally", "catch");
+    private static final Set<String> STATEMENTS = Set.of(
+        "do", "else", "try", "finally", "catch", "break", "continue", "debugger");
     private static final Set<String> HEADED = Set.of("if", "while", "for", "with");
 
     /** A token between its neighbours. */
@@ -124,7 +125,7 @@ final class Tokens {
 
     private static boolean isNamePart(char c) {
         if (c < 128) return isNameStart(c) || isDigit(c);
-        return c == '\u200C' || c == '\u200D' || Character.isUnicodeIdentifierPart(c) && !Character.isIdentifierIgnorable(c);
+        return Character.isUnicodeIdentifierPart(c) && !Character.isIdentifierIgnorable(c);
     }
 
     /** Goes to the next token; false at the end. */
@@ -354,6 +355,11 @@ final class Tokens {
         else if ("+-*/%<>=!&|^~".indexOf(c) < 0) illegal();
         else while (at < start + 4 && (peek(0) == '=' || peek(0) == c && "<>*&|".indexOf(c) >= 0)) at++;
         return OPERATOR;
+    }
+
+    /** A token that can only be an operand, or end one. */
+    static boolean isOperand(Token token) {
+        return token.is(NAME) || token.is(NUMBER) || token.is(STRING) || token.is(']') || token.is(')') || token.is('}');
     }
 
     /** Whether a token ends an operand, so that what follows is an operator. */
