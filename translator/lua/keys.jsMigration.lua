@@ -152,4 +152,10 @@ function js.has(k, o)
   return js.hasBefore(o, k)
 end
 
+-- Whether a key that for-in is about to give is still there.
+function js.lasts(k, o)
+  local t = type(o)
+  return t ~= "table" and t ~= "function" or js.has(k, o)
+end
+
 return js

@@ -97,6 +97,7 @@ final class Assignments {
 
     private Code append(Assignment node, Variable text) {
         Code piece = g.operators.piece(g.value(node.getRight()), g.operatorLine(node));
+        if (piece.calls) piece = g.save(piece); // what runs may read the text, which changes how many pieces there are
         g.out.add(g.line, text.access() + "[#" + text.access() + " + 1] = ", piece);
         return piece;
     }

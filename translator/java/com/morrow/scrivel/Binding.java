@@ -80,10 +80,13 @@ final class Binding implements NodeVisitor {
             }
             case Token.SWITCH -> switchStatement((SwitchStatement) node);
             case Token.TRY -> tryStatement((TryStatement) node);
-            case Token.CONTINUE -> names.continues.add(node.getPosition());
-            case Token.BREAK -> {}
-            case Token.CALL, Token.NEW -> {
-                names.function.callAt(Names.end(node));
+            case Token.CONTINUE -> {
+                names.continues.add(node.getPosition());
+                names.function.leaveAt(Names.end(node));
+            }
+            case Token.BREAK -> names.function.leaveAt(Names.end(node));
+            case Token.CALL, Token.NEW, Token.THROW -> {
+                names.function.leaveAt(Names.end(node));
                 return true;
             }
             case Token.OR -> {
@@ -91,6 +94,7 @@ final class Binding implements NodeVisitor {
                 return true;
             }
             case Token.RETURN -> {
+                names.function.leaveAt(Names.end(node));
                 types.returned(names.function.real(), ((ReturnStatement) node).getReturnValue());
                 return true;
             }
@@ -115,7 +119,7 @@ final class Binding implements NodeVisitor {
     }
 
     private void member(PropertyGet node) {
-        if (node.getTarget() instanceof Name name) name(name, true);
+        if (node.getTarget() instanceof Name name) name(name, node.getParent().getType() != Token.DELPROP);
         else node.getTarget().visit(this);
         refusals.member(node.getProperty());
         if (Patterns.isLink(node)) chain(node);
@@ -176,6 +180,7 @@ final class Binding implements NodeVisitor {
         switch (node.getType()) {
             case Token.NAME -> {
                 Name name = (Name) node;
+                names.mathShared |= name.getIdentifier().equals("Math");
                 if (how == null) refusals.binding(name, null);
                 else declared(name, names.declare(name, how.kind), how, value);
                 types.assigned(names.use(name, value != null), value);
@@ -239,7 +244,7 @@ final class Binding implements NodeVisitor {
             target(left, how, Types.ANYTHING);
             right.visit(this);
             Variable variable = left instanceof Name name && how != null ? names.scope.find(name.getIdentifier()) : null;
-            if (variable != null) variable.ownEnd = Math.max(variable.start, Names.end(part));
+            if (variable != null && variable.start == left.getPosition()) variable.ownEnd = Math.max(variable.start, Names.end(part));
         }
     }
 
@@ -275,8 +280,8 @@ final class Binding implements NodeVisitor {
                 errors.report(part, "Missing initializer in " + what + " declaration");
             }
             target(part.getTarget(), new Declaring(kind, iterator ? null : part, direct), iterator ? Types.ANYTHING : value);
-            if (lexicalCase && part.getTarget() instanceof Name name) {
-                names.scope.find(name.getIdentifier()).caseEnd = Names.end(parent);
+            if (lexicalCase) {
+                for (Name name : Patterns.names(part.getTarget())) names.scope.find(name.getIdentifier()).caseEnd = Names.end(parent);
             }
             if (value != null) value.visit(this);
         }

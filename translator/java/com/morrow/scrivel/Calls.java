@@ -109,7 +109,7 @@ final class Calls {
         Block.Link mark = g.out.mark();
         Code object = operands.get(0);
         arguments(operands, arguments);
-        if (g.out.mark() != mark && !areQuiet(arguments)) {
+        if ((g.out.mark() != mark || !Lua.isName(name)) && !areQuiet(arguments)) {
             Code saved = operands.get(0);
             Code method = g.save(Code.of(saved.within(Code.PREFIX), line, Lua.member(name)), saved == object ? mark : mark.next);
             return library(line, "call", operands.from(0), method, ", " + name(target));

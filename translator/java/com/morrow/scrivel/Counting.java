@@ -9,6 +9,9 @@ import org.mozilla.javascript.ast.*;
  * is compared with each turn.
  */
 final class Counting {
+    /** With larger steps, a loop gets to where whole numbers are no longer exact. */
+    private static final double MOST_STEP = 1e6;
+
     private final Generator g;
     private final ForLoop loop;
     private Variable counter;
@@ -43,7 +46,7 @@ final class Counting {
         if (counter == null || counter.spilledIn != null || counter.checked) return false;
         step = step(Expressions.bare(loop.getIncrement()));
         start = start(loop.getInitializer());
-        return (up ? step > 0 : step < 0) && start != null && Quiet.is(start, g) && settlesOthers(loop.getInitializer());
+        return (up ? step > 0 : step < 0) && Math.abs(step) <= MOST_STEP && start != null && Quiet.is(start, g) && settlesOthers(loop.getInitializer());
     }
 
     private boolean isCounter(AstNode node) {
@@ -77,9 +80,11 @@ final class Counting {
 
     private boolean settlesOthers(AstNode head) {
         if (!(head instanceof VariableDeclaration declaration)) return true;
+        boolean after = false;
         for (VariableInitializer part : declaration.getVariables()) {
             if (part.getTarget().getType() != Token.NAME) return false;
-            if (!isCounter(part.getTarget()) && !Names.variable(part.getTarget()).isSettled()) return false;
+            if (isCounter(part.getTarget())) after = true;
+            else if (after && !isInvariant(start) || !Names.variable(part.getTarget()).isSettled()) return false;
         }
         return true;
     }

@@ -3,6 +3,7 @@ package com.morrow.scrivel;
 import java.util.ArrayList;
 import java.util.LinkedHashSet;
 import java.util.TreeSet;
+import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.FunctionNode;
 
 /** What is known of a function, of the script itself, or of a part of a try statement, which becomes a Lua function too. */
@@ -24,14 +25,16 @@ final class FunctionInfo {
     final int start;
     /** From which position on it can be called: where a name that leads to it is first used. */
     int reachedAt = Integer.MAX_VALUE;
+    /** What stands there; null while nothing leads to it. */
+    AstNode reachedBy;
     final LinkedHashSet<Variable> outer = new LinkedHashSet<>();
     final LinkedHashSet<String> runtime = new LinkedHashSet<>();
     int returnType = Types.NONE;
 
     /** The hoisted functions that its code leads to, where it is hoisted beside them. */
     final ArrayList<FunctionInfo> leads = new ArrayList<>(0);
-    /** Where the calls end that its own code makes. */
-    private final TreeSet<Integer> calls = new TreeSet<>();
+    /** Where the calls and jumps end that its own code makes. */
+    private final TreeSet<Integer> leaves = new TreeSet<>();
 
     FunctionInfo(FunctionInfo parent, FunctionNode node) {
         this.parent = parent;
@@ -54,20 +57,21 @@ final class FunctionInfo {
         return function;
     }
 
-    void callAt(int position) {
-        real().calls.add(position);
+    void leaveAt(int position) {
+        real().leaves.add(position);
     }
 
-    /** Whether its own code makes a call that ends between two positions. */
-    boolean callsBetween(int from, int to) {
-        Integer call = calls.ceiling(from);
-        return call != null && call <= to;
+    /** Whether other code may run, by a call or a jump that ends between two positions of its own. */
+    boolean leavesBetween(int from, int to) {
+        Integer first = leaves.ceiling(from);
+        return first != null && first <= to;
     }
 
     /** It can be called from a position on; true when that is earlier than was known. */
-    boolean reached(int position) {
+    boolean reached(int position, AstNode by) {
         if (position >= reachedAt) return false;
         reachedAt = position;
+        reachedBy = by;
         return true;
     }
 }

@@ -169,7 +169,7 @@ final class Functions {
         if (all) top.add(g.line(node), "local arguments = " + g.js("arguments") + "(nil, ...)");
         if (all && !named.isEmpty()) top.add("local " + list + " = ...");
         if (info.hasRest) {
-            String rest = all && !named.isEmpty() ? "select(" + names.size() + ", ...)" : "...";
+            String rest = all && !named.isEmpty() ? g.js("select") + "(" + names.size() + ", ...)" : "...";
             top.add("local " + names.get(named.size()) + " = " + g.js("rest") + "(" + rest + ")");
         }
         g.line = g.line(node);
@@ -193,9 +193,7 @@ final class Functions {
             if (variable.spilledIn != null) g.out.add(variable.access() + " = " + name);
             return;
         }
-        ArrayList<Name> names = new ArrayList<>();
-        Patterns.names(target, names);
-        for (Name part : names) if (Names.variable(part).spilledIn == null) g.out.add("local " + Names.variable(part).lua);
+        for (Name part : Patterns.names(target)) if (Names.variable(part).spilledIn == null) g.out.add("local " + Names.variable(part).lua);
         g.assignments.give(target, value, true);
     }
 

@@ -28,7 +28,7 @@ final class Generator {
     static final int MOST_DEPTH = 158;
     /** Below this depth, statements with temporaries are no longer enclosed in blocks of their own. */
     static final int MOST_ENCLOSED = 15;
-    private static final int MOST_TEMPORARIES = 40;
+    static final int MOST_TEMPORARIES = 40;
     /** What a function's statements may take for themselves beside the variables and those temporaries. */
     private static final int MOST_RESERVED = 80;
 

@@ -90,7 +90,7 @@ final class Jumps {
         Scope scope = Names.scope(node);
         Code value = g.value(node.getExpression());
         value = scope.variables.isEmpty() || value.rank == Code.ATOM ? g.keep(value) : g.save(value);
-        if (!scope.variables.isEmpty()) g.temporaries++;
+        g.loops.own(scope);
         g.functions.enter(scope);
         g.flow = new Flow(g.flow, labels, false, true);
         if (isChain(node.getCases())) chain(node, value);

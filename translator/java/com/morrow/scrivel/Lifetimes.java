@@ -5,6 +5,7 @@ import java.util.ArrayList;
 import java.util.HashMap;
 import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.ForInLoop;
+import org.mozilla.javascript.ast.Loop;
 
 /**
  * Decides from the places where a variable is used whether it is always initialised before it is seen, whether it can
@@ -42,11 +43,14 @@ final class Lifetimes {
             if (to == null || use.name == to.node.getFunctionName()) continue;
             FunctionInfo from = use.closure();
             if (from != null && from.hoistedIn == use.variable.scope) from.leads.add(to);
-            else if (to.reached(from == null ? use.position : from.start)) changed.add(to);
+            else {
+                int at = from == null ? use.position : from.hoistedIn == null ? from.start : from.hoistedIn.node.getPosition();
+                if (to.reached(at, from == null ? use.name : from.node)) changed.add(to);
+            }
         }
         while (!changed.isEmpty()) {
             FunctionInfo from = changed.poll();
-            for (FunctionInfo to : from.leads) if (to.reached(from.reachedAt)) changed.add(to);
+            for (FunctionInfo to : from.leads) if (to.reached(from.reachedAt, from.reachedBy)) changed.add(to);
         }
     }
 
@@ -58,7 +62,7 @@ final class Lifetimes {
             if (closure == null) use.early = use.position != v.start && use.position < end;
             else if (use.position < function.body.node.getPosition()) {
                 if (v.again) errors.report(use.name, "A function in a default value cannot use what the body declares again");
-                if (use.position < end && function.callsBetween(closure.start, end)) {
+                if (use.position < end && function.leavesBetween(closure.start, end)) {
                     errors.report(use.name, "A default value cannot call a function that uses a later parameter");
                 }
             }
@@ -89,6 +93,8 @@ final class Lifetimes {
             if (v.home.inLoop && !v.initialised) v.safe = v.inPlace = false;
             if (v.captured && (v.home.inLoop || v.home.node instanceof ForInLoop)) v.inPlace = false;
         }
+        // The conditions of a switch run before the statements that come first.
+        v.checked |= v.home.isSwitch && v.captured;
         v.checked &= v.isLexical();
     }
 
@@ -112,9 +118,14 @@ final class Lifetimes {
         boolean hoisted = closure.hoistedIn != null && closure.hoistedIn.node.getPosition() <= v.home.node.getPosition()
             && closure.hoistedIn.function.real() == function;
         int from = closure.hoistedIn != null ? closure.reachedAt : closure.start;
+        // What comes earlier in a loop around that place may run after it.
+        AstNode around = closure.hoistedIn != null ? closure.reachedBy : closure.node;
+        for (; around != null && (v.start < around.getPosition() || v.start >= Names.end(around)); around = around.getParent()) {
+            if (around instanceof Loop) from = around.getPosition();
+        }
         if (hoisted || closure.start < v.start) v.inPlace = false;
         else if (closure.start < v.end) v.selfReferring = true;
-        if (from < v.end && (names.hooks || function.callsBetween(from, v.end))) {
+        if (from < v.end && (names.hooks || function.leavesBetween(from, v.end))) {
             v.safe = v.inPlace = false;
             v.checked = true;
         }

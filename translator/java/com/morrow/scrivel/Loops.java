@@ -128,7 +128,12 @@ final class Loops {
         initialise(node.getInitializer());
         g.line = line;
         ArrayList<Variable> fresh = new ArrayList<>();
-        for (Variable variable : scope.variables) if (variable.captured && variable.writes > 1) fresh.add(variable);
+        boolean anew = false;
+        for (Variable variable : scope.variables) anew |= variable.captured && variable.writes > 1;
+        // With one variable that lives in the scope's table, all that do move to the next turn's.
+        for (Variable variable : scope.variables) {
+            if (anew && variable.captured && (variable.writes > 1 || variable.spilledIn == scope)) fresh.add(variable);
+        }
         if (fresh.isEmpty()) whileLoop(node.getCondition(), node.getBody(), node.getIncrement());
         else freshLoop(node, scope, fresh);
     }
@@ -186,10 +191,7 @@ final class Loops {
         g.out.add(line, "for " + index + " = 1, " + count + " do");
         g.out.add("local " + item + " = " + list + "[" + index + "]");
         boolean lasting = Quiet.is(node.getBody(), g);
-        if (!lasting) {
-            g.out.add("if " + g.js("type") + "(", object, ") ~= \"table\" or ",
-                g.operators.library("has", Code.read(item, Types.STRING), object), " then");
-        }
+        if (!lasting) g.out.add("if ", g.operators.library("lasts", Code.read(item, Types.STRING), object), " then");
         turn(node, item);
         if (!lasting) g.out.add("end");
     }

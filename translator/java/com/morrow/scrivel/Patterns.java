@@ -79,8 +79,14 @@ final class Patterns {
         return false;
     }
 
-    /** Adds the names that a target gives values to. */
-    static void names(AstNode target, ArrayList<Name> names) {
+    /** The names that a target gives values to. */
+    static List<Name> names(AstNode target) {
+        ArrayList<Name> names = new ArrayList<>();
+        names(target, names);
+        return names;
+    }
+
+    private static void names(AstNode target, ArrayList<Name> names) {
         target = Expressions.bare(target);
         if (target instanceof Name name) {
             if (!Rewriting.isMark(name)) names.add(name);

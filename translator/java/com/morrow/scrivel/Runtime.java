@@ -37,9 +37,9 @@ final class Runtime {
 
     /** A library function as a function of the script reaches it. */
     String name(String name, FunctionInfo user) {
-        boolean isLua = name.equals("setmetatable") || name.equals("type");
+        boolean isLua = name.equals("setmetatable") || name.equals("type") || name.equals("select");
         String value = isLua ? name : js + '.' + name;
-        if (!fits(name, user)) return value;
+        if (!fits(name, user) && !(isLua && taken.contains(name))) return value;
         String local = locals.get(name);
         if (local != null) return local;
         local = name.equals("arguments") ? name + Lua.CHANGED : free(name);

@@ -35,7 +35,7 @@ final class Statements {
                 Block outer = g.collect();
                 simple(node, tail);
                 Block inner = g.collected(outer);
-                if (g.depth < Generator.MOST_ENCLOSED) g.enclose(g.line(node), inner, before);
+                if (g.depth < Generator.MOST_ENCLOSED || g.temporaries > Generator.MOST_TEMPORARIES) g.enclose(g.line(node), inner, before);
                 else g.out.add(inner);
             }
         }
@@ -180,9 +180,7 @@ final class Statements {
 
     /** Declares the variables of a target that are declared in place. */
     void declareHere(AstNode target) {
-        ArrayList<Name> names = new ArrayList<>();
-        Patterns.names(target, names);
-        for (Name name : names) if (isDeclaredAt(name)) declare(Names.variable(name));
+        for (Name name : Patterns.names(target)) if (isDeclaredAt(name)) declare(Names.variable(name));
     }
 
     private static boolean isDeclaredAt(Name name) {
