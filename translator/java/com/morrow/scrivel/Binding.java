@@ -344,7 +344,7 @@ final class Binding implements NodeVisitor {
             if (last != null) names.leave();
         }
         if (last != null) {
-            if (source.text.charAt(last.getPosition()) != '{') errors.report(last, "What follows finally stands in braces");
+            if (!isBlock(last)) errors.report(last, "What follows finally stands in braces");
             last.visit(this);
         }
     }
@@ -356,8 +356,7 @@ final class Binding implements NodeVisitor {
             || node.getFunctionType() == FunctionNode.FUNCTION_EXPRESSION_STATEMENT;
         boolean hoisted = statement && !(node.getParent() instanceof ObjectProperty);
         FunctionInfo info = names.enter(node, node);
-        boolean arrow = info.arrow, block = source.text.charAt(node.getBody().getPosition()) == '{';
-        if (!arrow && !block) errors.report(node.getBody(), "A function's body stands in braces");
+        if (!info.arrow && !isBlock(node.getBody())) errors.report(node.getBody(), "A function's body stands in braces");
         if (hoisted && node.getFunctionName() == null) {
             errors.report(node, "Function statements require a function name");
             hoisted = false;
@@ -381,6 +380,10 @@ final class Binding implements NodeVisitor {
         names.close();
         names.close();
         names.leave();
+    }
+
+    private boolean isBlock(AstNode node) {
+        return source.text.charAt(node.getPosition()) == '{';
     }
 
     /** Whether a function says that it is strict. */

@@ -46,7 +46,8 @@ final class Counting {
         if (counter == null || counter.spilledIn != null || counter.checked) return false;
         step = step(Expressions.bare(loop.getIncrement()));
         start = start(loop.getInitializer());
-        return (up ? step > 0 : step < 0) && Math.abs(step) <= MOST_STEP && start != null && Quiet.is(start, g) && settlesOthers(loop.getInitializer());
+        boolean steps = (up ? step > 0 : step < 0) && Math.abs(step) <= MOST_STEP;
+        return steps && start != null && Quiet.is(start, g) && settlesOthers(loop.getInitializer());
     }
 
     private boolean isCounter(AstNode node) {

@@ -71,8 +71,9 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
 
     void write(Code value) {
         if (variable != null) g.assignments.write(variable, value, false);
-        else if (field == null && !Types.isNumber(operands.get(keyAt).type)) g.out.add(g.operators.library(line, "set", object(), keyValue(), value));
-        else if ("length".equals(field)) g.out.add(g.operators.library(line, "setlength", object(), value));
+        else if (field == null && !Types.isNumber(keyValue().type)) {
+            g.out.add(g.operators.library(line, "set", object(), keyValue(), value));
+        } else if ("length".equals(field)) g.out.add(g.operators.library(line, "setlength", object(), value));
         else {
             // Lua blames the line of the last token for a failing store, and for a read that stands right before it.
             if (value.lastLine != 0 && value.lastLine != line) value = value.pure ? Code.of("(", value, line, ")") : g.save(value);

@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import java.util.List;
 import java.util.Set;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
@@ -132,9 +133,10 @@ final class Refusals {
         AstNode key = property.getLeft();
         boolean getter = property.isGetterMethod();
         if (getter || property.isSetterMethod()) {
-            int count = ((FunctionNode) property.getRight()).getParams().size();
-            if (getter && count != 0) errors.report(key, "Getter must not have any formal parameters.");
-            if (!getter && (count != 1 || Patterns.isRest(((FunctionNode) property.getRight()).getParams().get(0)))) errors.report(key, "Setter must have exactly one formal parameter.");
+            List<AstNode> parameters = ((FunctionNode) property.getRight()).getParams();
+            boolean one = parameters.size() == 1 && !Patterns.isRest(parameters.get(0));
+            if (getter && !parameters.isEmpty()) errors.report(key, "Getter must not have any formal parameters.");
+            if (!getter && !one) errors.report(key, "Setter must have exactly one formal parameter.");
         }
         boolean proto = key instanceof Name name && name.getIdentifier().equals("__proto__")
             || key instanceof StringLiteral text && text.getValue().equals("__proto__");

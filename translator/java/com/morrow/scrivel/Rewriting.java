@@ -48,18 +48,7 @@ final class Rewriting {
 
     private void token(Token t) {
         switch (t.kind) {
-            case Tokens.NAME -> {
-                if (t.escaped != null && actsAsKeyword(t)) {
-                    errors.reportToken(t.start, "Keyword must not contain escaped characters");
-                } else if (t.is("await") && !t.before.is(Tokens.DOT) && !(isKey(t) && (t.after.is(':') || t.after.is('(')))) {
-                    errors.reportToken(t.start, "Asynchronous functions, and await as a name, are not supported");
-                } else if (t.is("async") && (t.after.is("function") || isKey(t) && t.after.is(Tokens.NAME))) {
-                    errors.reportToken(t.start, "Asynchronous functions are not supported");
-                } else if (isKey(t) && t.after.is('=')) {
-                    notes.put(t.start, "=");
-                    edits.insert(t.end, ": " + t.text());
-                }
-            }
+            case Tokens.NAME -> name(t);
             case Tokens.KEYWORD -> keyword(t);
             case '(' -> {
                 if (t.opens() && isParameters(t)) parameters(t);
@@ -86,6 +75,20 @@ final class Rewriting {
                 replace(t, t.is(Tokens.NULLISH) ? "||" : "|= ");
             }
             default -> {}
+        }
+    }
+
+    private void name(Token t) {
+        boolean named = isKey(t) && (t.after.is(':') || t.after.is('(')) || t.before.is(Tokens.DOT) || t.before.is(Tokens.OPTIONAL);
+        if (t.escaped != null && actsAsKeyword(t)) {
+            errors.reportToken(t.start, "Keyword must not contain escaped characters");
+        } else if (t.is("await") && !named) {
+            errors.reportToken(t.start, "Asynchronous functions, and await as a name, are not supported");
+        } else if (t.is("async") && (t.after.is("function") || isKey(t) && t.after.is(Tokens.NAME))) {
+            errors.reportToken(t.start, "Asynchronous functions are not supported");
+        } else if (isKey(t) && t.after.is('=')) {
+            notes.put(t.start, "=");
+            edits.insert(t.end, ": " + t.text());
         }
     }
 
@@ -122,17 +125,14 @@ final class Rewriting {
     /** The parser overlooks a name at the end of the first part of a for loop's head. */
     private void head(Token open) {
         Token t = open.after;
-        while (t != open.partner && !t.is(';')) t = t.opens() ? t.partner.after : t.after;
+        while (t != open.partner && !t.is(';')) t = t.next();
         boolean doubled = t.before.is(Tokens.NAME) && Tokens.isOperand(t.before.before);
         if (t.is(';') && doubled) unexpected(t.before);
     }
 
     /** Whether no comma follows a spread element. */
     private static boolean isLast(Token spread) {
-        for (Token t = spread.after; t.around == spread.around; t = t.after) {
-            if (t.is(',')) return false;
-            while (t.opens()) t = t.partner;
-        }
+        for (Token t = spread.after; t.around == spread.around; t = t.next()) if (t.is(',')) return false;
         return true;
     }
 
@@ -145,7 +145,7 @@ final class Rewriting {
     private void parameters(Token open) {
         Token first = open.after, close = open.partner;
         boolean changed = first.is(Tokens.SPREAD);
-        for (Token t = first; t != close.after; t = t.after) {
+        for (Token t = first; t != close.after; t = t.next()) {
             if (t == close || t.is(',')) {
                 boolean early = t != close && first.is(Tokens.SPREAD);
                 if (early) errors.reportToken(first.start, "Rest parameter must be last formal parameter");
@@ -157,13 +157,12 @@ final class Rewriting {
                 first = t.after;
                 changed = first.is(Tokens.SPREAD);
             } else if (t.is('=')) changed = true;
-            else while (t.opens()) t = t.partner;
         }
     }
 
     private void computed(Token open) {
         Token inner = open.after;
-        while (inner != open.partner && !inner.is(',') && !inner.is(Tokens.SPREAD)) inner = inner.opens() ? inner.partner.after : inner.after;
+        while (inner != open.partner && !inner.is(',') && !inner.is(Tokens.SPREAD)) inner = inner.next();
         boolean single = inner == open.partner && inner != open.after;
         Token word = open.before, next = open.partner.after;
         boolean accessor = isKey(word) && (word.is("get") || word.is("set")) && next.is('(');

@@ -44,10 +44,9 @@ final class Statements {
 
     /** Begins to measure a large statement that Lua jumps over; null for others. */
     private LuaWriter.Span span(AstNode node) {
-        int type = node.getType();
-        if (node.getLength() <= LuaWriter.Span.MOST_PIECES || type == Token.BLOCK) return null;
-        if (node instanceof ExpressionStatement || type == Token.VAR) {
-            if (node instanceof VariableDeclaration) return null;
+        boolean parts = node.getType() == Token.BLOCK || node instanceof VariableDeclaration;
+        if (parts || node.getLength() <= LuaWriter.Span.MOST_PIECES) return null;
+        if (node instanceof ExpressionStatement || node instanceof VariableInitializer) {
             String text = g.source.text.substring(node.getPosition(), Names.end(node));
             if (text.indexOf('?') < 0 && !text.contains("&&") && !text.contains("||")) return null;
         }

@@ -70,6 +70,13 @@ final class Tokens {
         boolean opens() {
             return partner != null && partner.start > start;
         }
+
+        /** The token beside this one, past what it opens. */
+        Token next() {
+            Token last = this;
+            while (last.opens()) last = last.partner;
+            return last.after;
+        }
     }
 
     private final String text;
