@@ -169,7 +169,11 @@ final class Calls {
         return switch (depth == 0 ? Token.EMPTY : node.getType()) {
             case Token.NAME -> ((Name) node).getIdentifier();
             case Token.THIS -> "this";
-            case Token.GETPROP -> text(Patterns.target(node), depth - 1) + "." + text(((PropertyGet) node).getProperty(), 1);
+            case Token.GETPROP -> {
+                String target = text(Patterns.target(node), depth - 1);
+                boolean link = Patterns.isLink(node), linked = Patterns.isLink(Patterns.target(node));
+                yield target + (link ? "?." : (linked ? "" : ".") + text(((PropertyGet) node).getProperty(), 1));
+            }
             case Token.GETELEM -> text(Patterns.target(node), depth - 1) + "[...]";
             case Token.CALL -> text(Patterns.target(node), depth - 1) + "(...)";
             default -> "(intermediate value)";

@@ -125,7 +125,7 @@ final class Functions {
             return code;
         }
         info.variable.lua += Lua.CHANGED + Integer.toString(g.number());
-        g.temporaries++;
+        g.reserve(node, 1);
         g.out.add(local(node, info.variable));
         return Code.read(info.variable.lua, Types.FUNCTION);
     }

@@ -200,7 +200,8 @@ final class Generator {
         boolean local = name.indexOf('.') < 0;
         Code code = Code.of(line, local ? "local " + name : name);
         if (value != null) code.add(" = ", value);
-        if (local || value != null) out.insert(mark, code);
+        else if (!local) code.add(" = nil");
+        out.insert(mark, code);
         return Code.read(name, value == null ? Types.UNKNOWN : value.type);
     }
 

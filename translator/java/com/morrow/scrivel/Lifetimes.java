@@ -3,6 +3,7 @@ package com.morrow.scrivel;
 import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.HashMap;
+import java.util.HashSet;
 import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.ForInLoop;
 import org.mozilla.javascript.ast.Loop;
@@ -14,7 +15,7 @@ import org.mozilla.javascript.ast.Loop;
 final class Lifetimes {
     // Lua takes 200 locals and 60 upvalues a function; the rest is for temporaries and the support library's names.
     private static final int MOST_LOCALS = 110;
-    private static final int MOST_OUTER = 24;
+    private static final int MOST_OUTER = 24, MOST_UPVALUES = 38;
 
     private final Names names;
     private final Diagnostics errors;
@@ -150,6 +151,11 @@ final class Lifetimes {
         }
         for (FunctionInfo function : names.functions) {
             while (locals(function.outer) > MOST_OUTER && spillOuter(function)) continue;
+            HashSet<Scope> tables = new HashSet<>();
+            for (Variable variable : function.outer) if (variable.spilledIn != null) tables.add(variable.spilledIn);
+            if (locals(function.outer) + tables.size() > MOST_UPVALUES) {
+                errors.report(function.node, "This function uses variables of too many blocks around it");
+            }
         }
     }
 

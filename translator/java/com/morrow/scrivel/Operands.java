@@ -23,17 +23,19 @@ final class Operands {
 
     /** Adds an operand whose statements, if any, come after the mark. */
     Operands put(Block.Link mark, Code code) {
-        if (g.out.mark() != mark) settle(mark);
+        if (g.out.mark() != mark) settle(mark, count());
         else if (late && code.calls) {
-            for (int i = settled; i < count(); i++) if (get(i).fragile && !get(i).stable) codes.set(i, g.save(get(i), mark));
+            int end = count();
+            while (end > settled && (!get(end - 1).fragile || get(end - 1).stable)) end--;
+            settle(mark, end);
         }
         codes.add(code);
         return this;
     }
 
-    /** Evaluates operands at a mark, those that could change. */
-    private void settle(Block.Link mark) {
-        for (; settled < count(); settled++) {
+    /** Evaluates the operands before one at a mark, those that could change. */
+    private void settle(Block.Link mark, int end) {
+        for (; settled < end; settled++) {
             Code code = get(settled);
             if (code.stable) continue;
             codes.set(settled, g.save(code, mark));
@@ -43,7 +45,7 @@ final class Operands {
 
     /** Evaluates the operands so far now, unless nothing can change them, so that they can be read several times. */
     Operands keep() {
-        settle(g.out.mark());
+        settle(g.out.mark(), count());
         return this;
     }
 
