@@ -251,7 +251,8 @@ end
 method("reverse", 0, reverse)
 method("at", 1, function(o, n, i)
   i = toInteger(i)
-  return o[i < 0 and i + n or i]
+  if i < 0 then i = i + n end
+  if i >= 0 and i < n then return o[i] end
 end)
 method("fill", 1, function(o, n, value, first, last)
   for i = position(first, n, 0), position(last, n, n) - 1 do o[i] = value end
@@ -368,6 +369,7 @@ js.applyList[push] = function(this, list, n)
   return this.length
 end
 js.applyList[concat] = function(this, list, n)
+  if getmetatable(list) ~= A then list = dense(list, n) end
   for i = 0, n - 1, 1000 do this = concat(this, unpack(list, i, min(i + 1000, n) - 1)) end
   return this
 end

@@ -73,7 +73,7 @@ local function parseIso(s)
   local fraction = second and take("[.,](%d+)") or "0"
   local zone = rest == "" and (m or not h) and 0
   if m and not zone then zone = rest == "Z" and 0 or zoneOf(match(rest, "^([+-])(%d%d):?(%d%d)$")) end
-  if not zone then return nil end
+  if not zone then return nil elseif abs(zone) >= 1440 then return NaN end
   return timeOf(year, month or 1, date or 1, h, m, second, floor(tonumber("0." .. fraction) * 1000 + 1e-7), zone)
 end
 
@@ -96,7 +96,7 @@ end
 -- A date as above, then perhaps a time: "00:00", "12:00:30 PM", "00:00:00 GMT+0000 (a name)".
 local function parseWords(s)
   local year, month, date, rest = wordsOfDate((string.gsub(s, "%b()", "")))
-  if not month then return NaN end
+  if not month or string.find(s, "%s%-%d+%s") then return NaN end
   if year >= 0 and year < 100 then year = year + (year < 50 and 2000 or 1900) end
   local h, m, tail = match(rest, "^[%s,T]*(%d+):(%d+)(.*)$")
   local second, more = match(tail or "", "^:(%d+)(.*)$")
@@ -208,7 +208,9 @@ writer("toUTCString", function(year, month, date, h, m, s, _, day)
   return format("%s, %02d %s %s %02d:%02d:%02d GMT", DAYS[day], date, MONTHS[month], yearText(year), h, m, s)
 end)
 js.defineOwn(DateProto, "toGMTString", 5, DateProto.toUTCString)
-local function localeDate(year, month, date) return month + 1 .. "/" .. date .. "/" .. year end
+local function localeDate(year, month, date)
+  return month + 1 .. "/" .. date .. "/" .. (year > 0 and year or 1 - year)
+end
 local function localeTime(_, _, _, h, m, s)
   return format("%d:%02d:%02d %s", (h + 11) % 12 + 1, m, s, h < 12 and "AM" or "PM")
 end

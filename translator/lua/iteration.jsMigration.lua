@@ -2,7 +2,7 @@
 -- elements, rest patterns, and properties by computed key in literals.
 local js = require("jsMigration.lua")
 local type, rawget, select, setmetatable, unpack, A, null = type, rawget, select, setmetatable, unpack, js.A, js.null
-local isArray, V = js.isArray, "\0v"
+local getmetatable, isArray, V = getmetatable, js.isArray, "\0v"
 
 -- An iterator: next gives true and the next element each time it is called, false from the end on.
 local IteratorProto = js.fillProto({}, js.ObjectProto)
@@ -85,7 +85,7 @@ end
 -- The values of an iterable, for a call.
 function js.spread(o)
   local list = js.values(o)
-  if not isArray(list) then list = js.tail(list, 0) end
+  if getmetatable(list) ~= A then list = js.tail(list, 0) end
   if list.length > 7000 then js.throwError("RangeError", "Maximum call stack size exceeded") end
   return unpack(list, 0, list.length - 1)
 end

@@ -40,7 +40,7 @@ local function readString(text, at)
     n = n + 1
     parts[n] = sub(text, from, stop - 1)
     local c = byte(text, stop)
-    if c == 34 then return n == 1 and parts[1] or concat(parts), stop + 1 end
+    if c == 34 then return n == 1 and parts[1] or js.mend(concat(parts)), stop + 1 end
     if c ~= 92 then fail(text, stop) end
     local e = sub(text, stop + 1, stop + 1)
     n = n + 1
@@ -65,7 +65,7 @@ local function readProperty(o, text, at)
   if byte(text, colon) ~= 58 then fail(text, colon) end
   local v, behind = readValue(text, colon + 1)
   -- With setters on Object.prototype, a plain assignment would find them.
-  if O.general == O then js.create(o, key(k), v) else o[key(k)] = v end
+  if O.__index == js.lookup then js.create(o, key(k), v) else o[key(k)] = v end
   return behind
 end
 

@@ -90,14 +90,19 @@ local function rounded(digits, count)
   return sub(head, 1, -2) .. last .. rep("0", #nines)
 end
 
+-- Digits of which `point` stand before the point, rounded to so many places after it.
+local function placed(digits, point, places)
+  local text = point + places < 0 and "" or rounded(digits, point + places)
+  text = rep("0", places + 1 - #text) .. text
+  return sub(text, 1, #text - places) .. (places > 0 and "." .. sub(text, -places) or "")
+end
+
 -- x >= 0 with so many digits after the point. C's rounding does but for a tie, before which stands a 5.
 local function fixed(x, places)
   local tie = places >= 99 or find(format("%." .. places + 1 .. "f", x), "5$")
   if not tie then return format("%." .. places .. "f", x) end
   local digits, point = decimal(x)
-  local text = point + places < 0 and "" or rounded(digits, point + places)
-  text = rep("0", places + 1 - #text) .. text
-  return sub(text, 1, #text - places) .. (places > 0 and "." .. sub(text, -places) or "")
+  return placed(digits, point, places)
 end
 
 -- So many digits of x >= 0 and its exponent.
@@ -145,7 +150,8 @@ builtin(NumberProto, "toLocaleString", 0, function(this, ...)
   js.inEnglish("toLocaleString", ...)
   if x ~= x then return "NaN" end
   if abs(x) == huge then return signed(x, "∞") end
-  local int, more = match(fixed(abs(x), 3), "^(%d+)%.(%d-)0*$")
+  local digits, e = js.digitsOf(js.shortest(abs(x)))
+  local int, more = match(placed(digits, e + 1, 3), "^(%d+)%.(%d-)0*$")
   local groups = string.reverse((string.gsub(string.reverse(int), "(%d%d%d)", "%1,")))
   return signed(1 / x, match(groups, "^,?(.*)$") .. (more ~= "" and "." .. more or ""))
 end)

@@ -204,7 +204,7 @@ function js.withArithmetic(mt)
   return mt
 end
 
-local function generalise(mt) mt.__index, mt.__newindex, mt.general = lookup, put, mt end
+local function generalise(mt) mt.__index, mt.__newindex = lookup, put end
 
 local function hasSlots(proto)
   while proto do
@@ -218,6 +218,7 @@ function newMeta(proto, array, general)
   local mt = js.withArithmetic({ js = true, proto = proto, array = array, root = newShape(), __index = proto,
     __newindex = array and addElement or add })
   metas[mt] = true
+  if general then mt.general = mt end
   if general or hasSlots(proto) then generalise(mt) end
   return mt
 end
@@ -265,7 +266,7 @@ function js.setProto(o, proto)
   local array = getmetatable(home).array
   setmetatable(home, (array or type(o) == "function") and newMeta(proto, array, true) or metaFor(proto))
   if proto then general(home) end
-  for mt in next, metas do if mt.proto == o then generalise(mt) end end
+  slotsInChain(o)
 end
 js.newMeta, js.metaFor, js.general, js.slotsInChain = newMeta, metaFor, general, slotsInChain
 
