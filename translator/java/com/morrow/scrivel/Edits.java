@@ -29,9 +29,9 @@ final class Edits {
     /** The changed text; the given one itself when nothing changes. */
     String apply(String given) {
         if (!patches.isEmpty()) {
-            StringBuilder patched = new StringBuilder(given);
-            for (Edit patch : patches) patched.replace(patch.from, patch.to, patch.by);
-            given = patched.toString();
+            char[] patched = given.toCharArray();
+            for (Edit patch : patches) patch.by.getChars(0, patch.by.length(), patched, patch.from);
+            given = new String(patched);
         }
         if (edits.isEmpty()) return given;
         edits.sort(null);
