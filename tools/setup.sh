@@ -6,7 +6,7 @@ set -euo pipefail
 
 run=(g++ cmake ninja-build default-jdk-headless librhino-java libluajit-5.1-dev libboost-filesystem-dev
      libboost-system-dev libpstreams-dev libutfcpp-dev libcli11-dev nlohmann-json3-dev libfccp-dev libmd-dev)
-test=("${run[@]}" libgtest-dev libgmock-dev python3 luajit clang libclang-rt-14-dev)
+test=("${run[@]}" libgtest-dev libgmock-dev python3 luajit clang libclang-rt-dev)
 bench=("${run[@]}" libbenchmark-dev libssl-dev python3 duktape mujs)
 # node may have come from elsewhere, with an npm of its own.
 command -v node >/dev/null || bench+=(nodejs)

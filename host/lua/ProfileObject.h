@@ -1,6 +1,7 @@
 // The object that a script's declaring function gets.
 #pragma once
 
+#include <initializer_list>
 #include <lua.hpp>
 
 #include <vexil3/profile.h>
