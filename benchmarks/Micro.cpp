@@ -4,6 +4,7 @@
 #include <openssl/md5.h>
 #include <utf8.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <random>

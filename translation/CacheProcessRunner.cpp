@@ -1,6 +1,7 @@
 #include "translation/CacheProcessRunner.h"
 
 #include <boost/filesystem.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 

@@ -3,6 +3,7 @@
 
 #include <vexil3/sdk.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <functional>
