@@ -1,7 +1,6 @@
 #include "translation/CacheProcessRunner.h"
 
 #include <boost/filesystem.hpp>
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
