@@ -88,8 +88,7 @@ final class Refusals {
             char c = text.charAt(++i);
             char next = i + 1 < end ? text.charAt(i + 1) : 0;
             int digits = c == 'x' ? 2 : c == 'u' ? 4 : 0;
-            if (c == 'u' && next == '{') errors.report(string, "Undefined Unicode code point");
-            else if (!isHexadecimal(text, i + 1, Math.min(end, i + 1 + digits))) errors.report(string, "Invalid escape sequence");
+            if (!isHexadecimal(text, i + 1, Math.min(end, i + 1 + digits))) errors.report(string, "Invalid escape sequence");
             if (c >= '1' && c <= '9' || c == '0' && next >= '0' && next <= '9') {
                 errors.report(string, "Octal escape sequences are not allowed in strict mode.");
             }

@@ -34,7 +34,10 @@ final class Rewriting {
         this.errors = errors;
         this.edits = edits;
         Tokens tokens = new Tokens(given, errors, edits);
-        for (Token t = tokens.first.after; t != tokens.end; t = t.after) token(t);
+        for (Token t = tokens.first.after; t != tokens.end; t = t.after) {
+            pairs(given, t);
+            token(t);
+        }
     }
 
     /** The first of an array literal's elements that makes it a parameter with a default value or a rest parameter. */
@@ -89,6 +92,15 @@ final class Rewriting {
         } else if (isKey(t) && t.after.is('=')) {
             notes.put(t.start, "=");
             edits.insert(t.end, ": " + t.text());
+        }
+    }
+
+    /** Some parsers count a pair of surrogates as one character: it becomes two escapes, or blanks before the token. */
+    private void pairs(String given, Token t) {
+        for (int i = t.before.end; i < t.end; i++) {
+            char c = given.charAt(i);
+            if (!Character.isSurrogate(c) || given.charAt(i - 1) == '\\') continue;
+            edits.replace(i, i + 1, i < t.start ? " " : "\\u" + Integer.toHexString(c));
         }
     }
 

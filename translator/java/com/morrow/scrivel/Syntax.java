@@ -33,6 +33,7 @@ final class Syntax {
             if (parent instanceof Loop loop && isMisplaced(node, loop)) node.setPosition(node.getPosition() + labelAround(loop));
             if (parent != null) node.setPosition(parent.getPosition() + node.getPosition());
             node.setLength(length(node));
+            if (parent instanceof CatchClause clause && node == clause.getBody()) node.setLength(Names.end(clause) - node.getPosition());
             if (isExpressionBody(parent)) shorten(parent, Names.end(node));
             if (!(node instanceof ObjectProperty property) || property.getLeft() != property.getRight()) return true;
             property.getLeft().visit(this);

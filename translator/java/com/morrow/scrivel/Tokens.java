@@ -270,7 +270,12 @@ final class Tokens {
     /** Goes to the last character of an escape; a code point becomes what the parser knows. */
     private void stringEscape() {
         int from = at;
-        int code = peek(1) == 'u' && peek(2) == '{' ? escape() : -1;
+        boolean point = peek(1) == 'u' && peek(2) == '{';
+        int code = point ? escape() : -1;
+        if (point && code < 0) {
+            errors.reportToken(from, "Undefined Unicode code point");
+            edits.replace(from, from + 2, "  ");
+        }
         if (code >= 0) {
             StringBuilder plain = new StringBuilder();
             for (char unit : Character.toChars(code)) plain.append("\\u").append(Integer.toHexString(0x10000 | unit), 1, 5);
