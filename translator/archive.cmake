@@ -7,6 +7,8 @@ foreach(jar antlr-3.5.2-complete-no-st3 scrivel serializer xalan xercesImpl xml-
 endforeach()
 list(JOIN path ":" path)
 
+# Java reads the names of files as the locale's text.
+set(ENV{LC_ALL} C.UTF-8)
 execute_process(
   COMMAND "${java}" -XX:ArchiveClassesAtExit=${jars}/scrivel.jsa -XX:+UseSerialGC -XX:TieredStopAtLevel=1
     -cp "${path}" com.morrow.scrivel.Program "${sample}" "${work}/archive.lua" "${work}/archive.lines"

@@ -81,6 +81,14 @@ std::string cannotWrite(const std::string& folder) {
     return status ? status.message() : std::strerror(errno);
 }
 
+// Java reads the names of files as the locale's text, and the C locale has but ASCII.
+void setLocale() {
+    const char* name = nullptr;
+    for (const char* const each : {"LC_ALL", "LC_CTYPE", "LANG"})
+        if (!name) name = variable(each);
+    if (!name || !std::strcmp(name, "C") || !std::strcmp(name, "POSIX")) ::setenv("LC_ALL", "C.UTF-8", 1);
+}
+
 }  // namespace
 
 std::string prefix() {
@@ -91,6 +99,7 @@ std::string prefix() {
 std::string defaultPrices() { return prefix() + "/share/vexil/examples/prices.csv"; }
 
 void setEnvironment() {
+    setLocale();
     const std::string cache = defaultCache();
     if (!cache.empty()) ::setenv("VEXIL_JS_CACHE", cache.c_str(), 0);
     ::setenv("VEXIL_CLASSPATH", forShell(translatorFolder()).c_str(), 0);

@@ -460,6 +460,14 @@ class CliTest(unittest.TestCase):
         first = self.assert_succeeds(self.run_script(script))
         self.assertEqual(self.assert_succeeds(self.run_script(script, PATH="/nonexistent")), first)
 
+    def test_java_is_found_under_any_name_in_any_locale(self):
+        jars = self.folder / "jars of größe"
+        jars.symlink_to(PROGRAM.parent.parent / "share/vexil/scrivel")
+        for locale in ["C", "C.UTF-8"]:
+            script = self.write(f"average {locale} größe.jsl", AVERAGE["average.jsl"] + f"// {self.folder} {locale}\n")
+            self.assert_succeeds(self.run_script(script, VEXIL_CLASSPATH=f"'{jars}/'", LC_ALL=locale,
+                                                JDK_JAVA_OPTIONS="-Xshare:auto"))
+
     def test_a_missing_module_is_said(self):
         prefix = self.folder / "prefix"
         (prefix / "bin").mkdir(parents=True)
