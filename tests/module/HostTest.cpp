@@ -40,7 +40,7 @@ int probe() {
 }
 
 std::string probeIn(const std::string& variant) {
-    const std::string command = "LD_LIBRARY_PATH=" VEXIL_LUA_VARIANTS "/" + variant + " /proc/" +
+    const std::string command = "LD_LIBRARY_PATH='" VEXIL_LUA_VARIANTS "/" + variant + "' /proc/" +
                                 std::to_string(getpid()) + "/exe --probe 2>&1";
     std::string output;
     FILE* const pipe = popen(command.c_str(), "r");
