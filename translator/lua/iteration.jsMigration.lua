@@ -47,7 +47,9 @@ local walkers = { Map = collection, Set = collection,
 
 local function walker(o)
   if type(o) == "string" then return characters end
-  return walkers[js.classOf(o)]
+  -- The host's own lists, like columns of prices, have a length and no class.
+  local series = js.isObject(o) and not js.isScriptObject(o) and type(o.length) == "number"
+  return walkers[series and "Arguments" or js.classOf(o)]
 end
 
 -- Whether for-of takes o.

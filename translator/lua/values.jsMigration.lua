@@ -31,7 +31,7 @@ end
 -- What stands for an object where a primitive is wanted; what is none passes. Hint: "string", "number" or nil.
 function primitive(x, hint)
   if not isObject(x) then return x end
-  if not isScriptObject(x) then return tostring(x) end
+  if not isScriptObject(x) then return (gsub(tostring(x), "^%l+: 0x%x+$", "[object Object]")) end
   if not hint and classOf(x) == "Date" then hint = "string" end
   local first, second = "valueOf", "toString"
   if hint == "string" then first, second = second, first end
