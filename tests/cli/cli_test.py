@@ -261,6 +261,13 @@ class CliTest(unittest.TestCase):
         self.assertEqual(result.stdout, "line 0\nline 1\nline 2\n")
         self.assert_fails(result, 1, "count.jsl:4: error: ", "late")
 
+    def test_parameters_are_listed_by_name(self):
+        ids = ["N", "volume", "B", "a1", "a0", "Z"]
+        script = self.write("listed.jsl", "function indicator({ parameters }) {\n" + "".join(
+            f"  parameters.addInteger('{each}', 'x', 1);\n" for each in ids) + "}\n"
+            "function prepare({ parameters }) { log(Object.keys(parameters)); }\n")
+        self.assertEqual(self.run_script(script).stderr, ",".join(sorted(ids)) + "\n")
+
     def test_columns_of_prices_are_lists(self):
         script = self.write("lists.jsl", "function macro() {}\nfunction execute({ prices }) {\n"
                             "  const { close } = prices, [first] = close;\n  let n = 0;\n"

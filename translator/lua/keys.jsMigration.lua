@@ -109,6 +109,13 @@ local function visible(s, k)
   return (slot and slot.flags or s.attr and s.attr[k] or ENUMERABLE) % CONFIGURABLE >= ENUMERABLE
 end
 
+-- The order of keys in the host's own tables, which have none.
+local function before(a, b)
+  if type(a) ~= type(b) then return type(a) == "number" end
+  if type(a) == "number" then return a < b end
+  return str(a) < str(b)
+end
+
 -- A list of the own keys (numbers and strings) and their count; hidden ones too when all is set.
 function js.ownKeys(o, all)
   o = js.home(o)
@@ -116,6 +123,7 @@ function js.ownKeys(o, all)
   local s, mt = rawget(o, S) or js.loadStub(o), getmetatable(o)
   if not (mt and mt.js) then
     for k in next, o do n = n + 1 list[n] = k end
+    sort(list, before)
     return list, n
   end
   local every = all or not s or not (s.attr or s.slots)
