@@ -144,14 +144,20 @@ js.defineOwn(StringProto, "trimRight", 5, StringProto.trimEnd)
 
 -- Units before byte position i.
 local function unitsBefore(s, i)
-  if not units(s) then return i - 1 end
-  return length(sub(s, 1, i - 1))
+  local list = units(s)
+  if not list then return i - 1 end
+  local low, high = 0, list.n
+  while low < high do
+    local middle = floor((low + high) / 2)
+    if list.places[middle] < i then low = middle + 1 else high = middle end
+  end
+  return low
 end
 
 -- The byte position where unit i begins.
 local function bytePosition(s, i)
-  if not units(s) then return i + 1 end
-  return #slice(s, 0, i) + 1
+  local list = units(s)
+  return list and list.places[i] or i + 1
 end
 
 local function indexOf(s, what, from)

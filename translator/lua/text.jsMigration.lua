@@ -1,7 +1,7 @@
 -- Numbers as text, text as numbers, and strings in UTF-16 units.
 local tonumber, tostring, byte, char, sub, rep = tonumber, tostring, string.byte, string.char, string.sub, string.rep
 local gsub, find, match, format, concat = string.gsub, string.find, string.match, string.format, table.concat
-local floor, huge = math.floor, math.huge
+local floor, max, huge = math.floor, math.max, math.huge
 
 -- Numbers as text: the shortest digits that read back as the same number.
 
@@ -108,15 +108,14 @@ local function stringToNumber(s)
   return sign and (sign == "-" and -huge or huge) or 0 / 0
 end
 
--- Strings count in UTF-16 units. A text of ASCII only is its own list of units; for any other one the list is
--- made once and kept while it is in use.
-
-local known, knownSize = {}, 0
+-- Strings count in UTF-16 units. A text of ASCII only is its own list of units; for any other one the list is made once
+-- and kept while it is in use, with the byte position where each unit begins. The second half of a surrogate pair counts
+-- as the second of its four bytes.
 
 local function decode(s)
-  local units, n, i, size = {}, 0, 1, #s
+  local units, places, n, i, size = {}, {}, 0, 1, #s
   while i <= size do
-    local c = byte(s, i)
+    local c, start = byte(s, i), i
     if c < 128 then i = i + 1
     elseif c < 0xE0 then c, i = (c - 0xC0) * 64 + (byte(s, i + 1) or 128) - 128, i + 2
     elseif c < 0xF0 then
@@ -127,28 +126,37 @@ local function decode(s)
       i = i + 4
     end
     if c >= 0x10000 then
-      units[n], n = 0xD800 + floor((c - 0x10000) / 1024), n + 1
-      c = 0xDC00 + c % 1024
+      units[n], places[n], n = 0xD800 + floor((c - 0x10000) / 1024), start, n + 1
+      c, start = 0xDC00 + c % 1024, start + 1
     end
-    units[n], n = c, n + 1
+    units[n], places[n], n = c, start, n + 1
   end
-  units.n = n
+  units.n, units.places, places[n] = n, places, size + 1
   return units
 end
 
-local function scan(s)
-  local units, size = false, 1
-  for i = 1, #s do if byte(s, i) >= 128 then units, size = decode(s), 1 + #s / 64 break end end
-  knownSize = knownSize + size
-  if knownSize > 1024 then known, knownSize = {}, size end
-  known[s] = units
-  return units
+-- Many bytes at once, for where loops are not compiled.
+local function isAscii(s)
+  for i = 1, #s, 32 do if max(byte(s, i, i + 31)) >= 128 then return false end end
+  return true
+end
+
+-- What has been asked for lately, of so many kilobytes or with one text more, and what had been when that was full.
+local recent, older, kilobytes, MOST_KILOBYTES = {}, {}, 0, 2048
+
+local function recall(s)
+  local list = older[s]
+  if list == nil then list = not isAscii(s) and decode(s) end
+  kilobytes = kilobytes + 1 + #s / (list and 32 or 1024)
+  if kilobytes > MOST_KILOBYTES then recent, older, kilobytes = {}, recent, 0 end
+  recent[s] = list
+  return list
 end
 
 -- The units of s from 0, their count as n; false for ASCII.
 local function units(s)
-  local list = known[s]
-  if list == nil then return scan(s) end
+  local list = recent[s]
+  if list == nil then return recall(s) end
   return list
 end
 
@@ -188,7 +196,8 @@ end
 local function slice(s, first, last)
   local list = units(s)
   if not list then return sub(s, first + 1, last) end
-  return encode(list, first, last - 1)
+  if isPair(list, first - 1) or isPair(list, last - 1) then return encode(list, first, last - 1) end
+  return sub(s, list.places[first], list.places[last] - 1)
 end
 
 -- The two halves of a surrogate pair that meet must become one character.
