@@ -137,7 +137,7 @@ local function take(o, n, at)
     rawset(o, n - 1, nil)
     o.length = n - 1
   else
-    delete(o, n - 1)
+    if getmetatable(o) ~= A or rawget(o, "\0s") then delete(o, n - 1) end
     setlength(o, n - 1)
   end
   return v

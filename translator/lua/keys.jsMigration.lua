@@ -2,7 +2,7 @@
 local js = require("values.jsMigration.lua")
 local type, rawget, rawset, next, getmetatable, sort, S = type, rawget, rawset, next, getmetatable, table.sort, js.S
 local own, isIndex, protoOf, str, key, addHoles, H = js.own, js.isIndex, js.protoOf, js.str, js.key, js.addHoles, "\0h"
-local ENUMERABLE, CONFIGURABLE = 2, 4
+local ENUMERABLE, CONFIGURABLE, FEW = 2, 4, 32
 
 -- Forgets what is known of a key beside its value.
 local function forget(s, k)
@@ -10,10 +10,11 @@ local function forget(s, k)
   if s and s.slots then s.slots[k] = nil end
 end
 
--- Drops elements from the end down to n, or to one that may not go. Gives the length that is left.
+-- Drops elements from the end down to n, or to one that may not go. Gives the length that is left. Long holes are
+-- skipped; to drop a few, all the rest is not listed.
 local function dropElements(a, s, n)
   local stored, last = nil, a.length - 1
-  if rawget(a, H) then stored, last = js.elementIndexes(a) end
+  if rawget(a, H) and last - n > FEW then stored, last = js.elementIndexes(a) end
   local marked = s and (s.attr or s.slots)
   for i = last, stored and 1 or n, -1 do
     local k = stored and stored[i] or i
@@ -32,8 +33,13 @@ local function dropHoles(a, n)
   if record and n <= record.lo then
     rawset(a, H, nil)
   elseif record and n < record.hi then
+    local last = record.hi - 1
     record.hi = n
-    for k in next, record do if type(k) == "number" and k >= n then record[k] = nil end end
+    if last - n <= FEW then
+      for k = n, last do record[k] = nil end
+    else
+      for k in next, record do if type(k) == "number" and k >= n then record[k] = nil end end
+    end
   end
 end
 
