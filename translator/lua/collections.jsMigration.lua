@@ -1,8 +1,9 @@
 -- Map, Set and their weak kin, which keep what they are given for as long as they live themselves; scripts cannot tell.
 -- Entries stand in two lists by insertion; a removed one leaves a gap until the lists are packed into new ones. The old
--- list of keys stays as it was for a loop that is still in it, and knows the new one.
+-- list of keys stays as it was for a loop that is still in it, and knows the new one. A list of keys also knows with how
+-- many gaps it begins, so that the first entry of a queue is found at once.
 local js = require("jsMigration.lua")
-local type, rawget, select, classOf, typeError = type, rawget, select, js.classOf, js.typeError
+local type, rawget, select, max, classOf, typeError = type, rawget, select, math.max, js.classOf, js.typeError
 local V, GAP, NIL, NAN = "\0v", {}, {}, {}
 
 -- What stands for a key in a Lua table, which takes neither nil nor NaN.
@@ -29,7 +30,7 @@ local function put(store, k, v)
 end
 
 local function pack(store)
-  local keys, values, n = {}, {}, 0
+  local keys, values, n = { gaps = 0 }, {}, 0
   for i = 1, store.n do
     local p = store.keys[i]
     if p ~= GAP then
@@ -45,7 +46,9 @@ local function remove(store, k)
   local p = place(k)
   local i = store.at[p]
   if not i then return false end
-  store.at[p], store.keys[i], store.values[i], store.size = nil, GAP, nil, store.size - 1
+  local keys = store.keys
+  store.at[p], keys[i], store.values[i], store.size = nil, GAP, nil, store.size - 1
+  while keys[keys.gaps + 1] == GAP do keys.gaps = keys.gaps + 1 end
   if store.n > 32 and store.size < store.n / 2 then pack(store) end
   return true
 end
@@ -57,6 +60,7 @@ local function following(store, keys, i)
     for j = 1, i do if keys[j] ~= GAP then live = live + 1 end end
     keys, i = keys.packed, live
   end
+  i = max(i, keys.gaps)
   repeat i = i + 1 until keys[i] ~= GAP
   return keys, i
 end
@@ -98,7 +102,7 @@ local function collection(class, adder, weak)
 
   local function call() typeError("Constructor " .. class .. " requires 'new'") end
   js.constructor(class, 0, proto, call, function(items)
-    local o = js.instance(proto, class, { at = {}, keys = {}, values = {}, n = 0, size = 0 })
+    local o = js.instance(proto, class, { at = {}, keys = { gaps = 0 }, values = {}, n = 0, size = 0 })
     if items == nil or items == js.null then return o end
     local add = o[adder]
     if type(add) ~= "function" then typeError(class .. ".prototype." .. adder .. " is not a function") end
