@@ -96,8 +96,8 @@ local function move(o, first, last, by)
   local from, to, step = first, last - 1, 1
   if by > 0 then from, to, step = last - 1, first, -1 end
   if plain(o) and last <= o.length then
-    for i = from, to, step do rawset(o, i + by, rawget(o, i)) end
-    if last > first and last + by > o.length then o.length = last + by end
+    if last > first then o.length = max(o.length, last + by) end
+    for i = from, to, step do o[i + by] = o[i] end
   else
     for i = from, to, step do
       local found, v = element(o, i)
