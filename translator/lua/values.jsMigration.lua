@@ -164,15 +164,8 @@ function js.pow(a, b)
   return a ^ b
 end
 
-local band, bor, bxor, bnot = bit.band, bit.bor, bit.bxor, bit.bnot
-local lshift, rshift, arshift = bit.lshift, bit.rshift, bit.arshift
-function js.band(a, b) return band(int32(a), int32(b)) end
-function js.bor(a, b) return bor(int32(a), int32(b)) end
-function js.bxor(a, b) return bxor(int32(a), int32(b)) end
-function js.bnot(a) return bnot(int32(a)) end
-function js.shl(a, b) return lshift(int32(a), int32(b)) end
-function js.shr(a, b) return arshift(int32(a), int32(b)) end
-function js.ushr(a, b) return rshift(int32(a), int32(b)) % 4294967296 end
+for name in string.gmatch("band bor bxor bnot lshift rshift arshift", "%S+") do js[name] = bit[name] end
+function js.bits(f, a, b) return f(int32(a), int32(b)) end
 
 -- A text that Lua compares as units compare. Bytes put what lies above U+FFFF (from 0xF0 on) behind what lies from
 -- U+E000 on (0xEE and 0xEF), units before it. The searches are compiled, a pattern is not.

@@ -128,7 +128,7 @@ final class Counting {
     /** The counter begins as a number; an open bound is turned into a closed one, which is exact for whole numbers. */
     private boolean startsRight() {
         int type = g.types.of(start);
-        boolean whole = type == Types.INTEGER && step == Math.rint(step);
+        boolean whole = Types.isWhole(type) && step == Math.rint(step);
         return Types.isNumber(type) && (whole || !open) && (up || Types.isNumber(g.types.of(bound)));
     }
 
@@ -211,7 +211,7 @@ final class Counting {
             double value = number.getNumber();
             return Code.atom(Lua.number(up ? Math.ceil(value) - 1 : Math.floor(value) + 1), Types.INTEGER);
         }
-        Code whole = code.type == Types.INTEGER ? code : g.operators.library(up ? "ceil" : "floor", code);
+        Code whole = Types.isWhole(code.type) ? code : g.operators.library(up ? "ceil" : "floor", code);
         return Code.of(whole.within(Code.SUM), up ? " - 1" : " + 1").ranked(Code.SUM, Types.INTEGER);
     }
 }

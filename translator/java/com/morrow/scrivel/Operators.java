@@ -47,7 +47,7 @@ final class Operators {
         return switch (node.getType()) {
             case Token.NEG -> negative(operand);
             case Token.POS -> toNumber(g.value(operand));
-            case Token.BITNOT -> library("bnot", g.value(operand)).typed(Types.INTEGER);
+            case Token.BITNOT -> library("bnot", bits(g.value(operand))).typed(Types.BITS);
             case Token.TYPEOF, Token.TYPEOFNAME -> typeOf(Expressions.bare(operand)).typed(Types.STRING);
             case Token.DELPROP -> delete(operand);
             case Token.VOID -> {
@@ -66,8 +66,7 @@ final class Operators {
             return code;
         }
         Code value = number(g.value(operand));
-        int type = value.type == Types.INTEGER ? Types.INTEGER : Types.NUMBER;
-        return Code.of("-", value.within(Code.UNARY + 1)).ranked(Code.UNARY, type);
+        return Code.of("-", value.within(Code.UNARY + 1)).ranked(Code.UNARY, Types.signed(value.type));
     }
 
     private Code typeOf(AstNode operand) {
@@ -111,12 +110,12 @@ final class Operators {
             case Token.DIV -> Code.infix(number(left), " / ", number(right), Code.PRODUCT, type);
             case Token.MOD -> library(line, "mod", left, right).typed(type);
             case Token.EXP -> library(line, "pow", left, right).typed(type);
-            case Token.BITOR -> library(line, "bor", left, right).typed(type);
-            case Token.BITXOR -> library(line, "bxor", left, right).typed(type);
-            case Token.BITAND -> library(line, "band", left, right).typed(type);
-            case Token.LSH -> library(line, "shl", left, right).typed(type);
-            case Token.RSH -> library(line, "shr", left, right).typed(type);
-            case Token.URSH -> library(line, "ushr", left, right).typed(type);
+            case Token.BITOR -> bits(line, "bor", left, right);
+            case Token.BITXOR -> bits(line, "bxor", left, right);
+            case Token.BITAND -> bits(line, "band", left, right);
+            case Token.LSH -> bits(line, "lshift", left, right);
+            case Token.RSH -> bits(line, "arshift", left, right);
+            case Token.URSH -> Code.of(bits(line, "rshift", left, right), " % 4294967296").ranked(Code.PRODUCT, type);
             case Token.LT -> comparison(ordered, " < ", "lt", left, right, line);
             case Token.LE -> comparison(ordered, " <= ", "le", left, right, line);
             case Token.GT -> comparison(ordered, " > ", "gt", left, right, line);
@@ -132,6 +131,19 @@ final class Operators {
         };
         result.calls |= g.names.hooks;
         return result;
+    }
+
+    /** Lua's bit operator. The left operand may not turn into a number before the right one is evaluated, if one can tell. */
+    private Code bits(int line, String name, Code left, Code right) {
+        boolean apart = Types.isNumber(left.type) || right.pure && right.stable;
+        Code code = apart ? library(line, name, bits(left), bits(right))
+            : library(line, "bits", Code.read(g.js(name), Types.FUNCTION), left, right);
+        return code.typed(Types.BITS);
+    }
+
+    /** A value as Lua's bit operators take it. */
+    private Code bits(Code value) {
+        return value.type == Types.BITS ? value : library("int32", value).typed(Types.BITS);
     }
 
     private Code comparison(boolean direct, String sign, String name, Code left, Code right, int line) {

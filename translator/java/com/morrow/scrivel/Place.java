@@ -49,7 +49,7 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
     /** Text may mean a number, and a number may mean text: NaN and the infinities. */
     Code read() {
         if (variable != null) return g.expressions.name(variable);
-        boolean known = field != null || operands.get(keyAt).type == Types.INTEGER;
+        boolean known = field != null || Types.isWhole(operands.get(keyAt).type);
         return known ? access() : g.operators.library(line, "get", object(), keyValue());
     }
 

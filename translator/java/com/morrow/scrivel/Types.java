@@ -9,7 +9,8 @@ import org.mozilla.javascript.ast.*;
  * a variable is a number when every assignment to it gives one, whatever the order in which they run.
  */
 final class Types {
-    static final int NONE = 0, INTEGER = 1, NUMBER = 2, STRING = 3, BOOLEAN = 4, FUNCTION = 5, OBJECT = 6, UNKNOWN = 7;
+    /** BITS are whole numbers that Lua's bit operators take as they are: below 2^51 in size. */
+    static final int NONE = 0, BITS = 1, INTEGER = 2, NUMBER = 3, STRING = 4, BOOLEAN = 5, FUNCTION = 6, OBJECT = 7, UNKNOWN = 8;
 
     /** Stands for a value of which nothing is known. */
     static final AstNode ANYTHING = new EmptyExpression();
@@ -83,21 +84,26 @@ final class Types {
     static int join(int one, int other) {
         if (one == other || other == NONE) return one;
         if (one == NONE) return other;
-        return isNumber(one) && isNumber(other) ? NUMBER : UNKNOWN;
+        return isNumber(one) && isNumber(other) ? Math.max(one, other) : UNKNOWN;
     }
 
     static boolean isNumber(int type) {
-        return type == INTEGER || type == NUMBER;
+        return isWhole(type) || type == NUMBER;
     }
 
-    static boolean isNumeric(double value) {
-        return value == Math.rint(value) && Math.abs(value) < 9e15;
+    static boolean isWhole(int type) {
+        return type == BITS || type == INTEGER;
+    }
+
+    private static int number(double value) {
+        if (value != Math.rint(value) || Math.abs(value) >= 9e15) return NUMBER;
+        return Math.abs(value) < 0x1p51 ? BITS : INTEGER;
     }
 
     /** The type of an expression as far as the types of variables are known by now. */
     int of(AstNode node) {
         return switch (node.getType()) {
-            case Token.NUMBER -> isNumeric(((NumberLiteral) node).getNumber()) ? INTEGER : NUMBER;
+            case Token.NUMBER -> number(((NumberLiteral) node).getNumber());
             case Token.STRING, Token.TEMPLATE_LITERAL, Token.TYPEOF, Token.TYPEOFNAME -> STRING;
             case Token.TRUE, Token.FALSE, Token.NOT, Token.DELPROP, Token.IN, Token.INSTANCEOF, Token.LT, Token.LE, Token.GT,
                 Token.GE, Token.EQ, Token.NE, Token.SHEQ, Token.SHNE -> BOOLEAN;
@@ -111,12 +117,17 @@ final class Types {
                 yield join(of(choice.getTrueExpression()), of(choice.getFalseExpression()));
             }
             case Token.AND, Token.OR -> join(of(((InfixExpression) node).getLeft()), of(((InfixExpression) node).getRight()));
-            case Token.INC, Token.DEC -> of(((UpdateExpression) node).getOperand()) == INTEGER ? INTEGER : NUMBER;
-            case Token.NEG, Token.POS -> of(((UnaryExpression) node).getOperand()) == INTEGER ? INTEGER : NUMBER;
-            case Token.BITNOT -> INTEGER;
+            case Token.INC, Token.DEC -> isWhole(of(((UpdateExpression) node).getOperand())) ? INTEGER : NUMBER;
+            case Token.NEG, Token.POS -> signed(of(((UnaryExpression) node).getOperand()));
+            case Token.BITNOT -> BITS;
             case Token.CALL -> call(((FunctionCall) node).getTarget());
             default -> node instanceof InfixExpression infix && Names.operator(node) == null ? infix(infix) : UNKNOWN;
         };
+    }
+
+    /** The type of a value with a sign before it. */
+    static int signed(int type) {
+        return isWhole(type) ? type : NUMBER;
     }
 
     private int infix(InfixExpression node) {
@@ -164,11 +175,11 @@ final class Types {
             case Token.ADD -> {
                 if (left == NONE || right == NONE) yield NONE;
                 if (left == STRING || right == STRING) yield STRING;
-                yield isNumber(left) && isNumber(right) ? join(left, right) : UNKNOWN;
+                yield isNumber(left) && isNumber(right) ? Math.max(INTEGER, join(left, right)) : UNKNOWN;
             }
-            case Token.SUB, Token.MUL -> left == INTEGER && right == INTEGER ? INTEGER : NUMBER;
+            case Token.SUB, Token.MUL -> isWhole(left) && isWhole(right) ? INTEGER : NUMBER;
             case Token.DIV, Token.MOD, Token.EXP -> NUMBER;
-            case Token.BITOR, Token.BITXOR, Token.BITAND, Token.LSH, Token.RSH, Token.URSH -> INTEGER;
+            case Token.BITOR, Token.BITXOR, Token.BITAND, Token.LSH, Token.RSH, Token.URSH -> BITS;
             default -> UNKNOWN;
         };
     }
