@@ -19,12 +19,22 @@ end
 local function fields(t)
   local day = floor(t / MS_PER_DAY)
   local ms = t - day * MS_PER_DAY
-  local year = floor((day + 0.5) / 365.2425) + 1970 -- or a neighbour
-  if dayNumber(year, 0) > day then year = year - 1 elseif dayNumber(year + 1, 0) <= day then year = year + 1 end
-  local month = floor((day - dayNumber(year, 0)) / 31) -- or the next
-  if dayNumber(year, month + 1) <= day then month = month + 1 end
-  return year, month, day - dayNumber(year, month) + 1,
+  local year = floor((day + 306.5) / 365.2425) + 1969 -- from March on, or a neighbour
+  local first = dayNumber(year, 2)
+  if first > day then year = year - 1 elseif day - first >= 365 and dayNumber(year, 14) <= day then year = year + 1 end
+  local past = day - dayNumber(year, 2)
+  local month = floor((5 * past + 2) / 153)
+  local date = past - floor((153 * month + 2) / 5) + 1
+  if month > 9 then year, month = year + 1, month - 12 end
+  return year, month + 2, date,
     floor(ms / 3600000), floor(ms / 60000) % 60, floor(ms / 1000) % 60, ms % 1000, (day + 4) % 7
+end
+
+-- A field of a time. Scripts ask for one after the other.
+local latest, latestFields
+local function fieldOf(t, place)
+  if t ~= latest then latest, latestFields = t, { fields(t) } end
+  return latestFields[place]
 end
 
 local function clip(t)
@@ -163,7 +173,7 @@ method("setTime", 1, function(_, this, t) return set(this, clip(num(t))) end)
 -- Defines the two getters of a field and, when it takes some fields, the two setters; place is that in fields().
 local function field(name, place, count)
   for _, prefix in ipairs({ "", "UTC" }) do
-    method("get" .. prefix .. name, 0, function(t) return t == t and (select(place, fields(t))) or NaN end)
+    method("get" .. prefix .. name, 0, function(t) return t == t and fieldOf(t, place) or NaN end)
     if count then
       method("set" .. prefix .. name, count, function(t, this, ...)
         local values, given = { ... }, min(count, math.max(select("#", ...), 1))
@@ -181,7 +191,7 @@ for name in string.gmatch("FullYear Month Date Hours Minutes Seconds Millisecond
   place = place + 1
   field(name, place, counts[place])
 end
-method("getYear", 0, function(t) return t == t and fields(t) - 1900 or NaN end)
+method("getYear", 0, function(t) return t == t and fieldOf(t, 1) - 1900 or NaN end)
 
 -- Writing. Each text is made from the fields.
 
