@@ -160,11 +160,16 @@ end)
 
 local function parseFloat(_, x)
   local s = js.trimStart(str(x))
-  local text = match(s, "^[+-]?%d+%.?%d*[eE][+-]?%d+") or match(s, "^[+-]?%.%d+[eE][+-]?%d+")
-    or match(s, "^[+-]?%d+%.?%d*") or match(s, "^[+-]?%.%d+")
-  if text then return num(text) end
+  local text = match(s, "^[+-]?%d*%.?%d*")
+  if find(text, "%d") then return num(text .. (match(s, "^[eE][+-]?%d+", #text + 1) or "")) end
   local sign = match(s, "^([+-]?)Infinity")
   return sign and (sign == "-" and -huge or huge) or NaN
+end
+
+local digitsIn = {} -- by radix
+for radix = 2, 36 do
+  local last = digit(radix - 1)
+  digitsIn[radix] = radix > 10 and "^[0-9a-" .. last .. "A-" .. string.upper(last) .. "]+" or "^[0-" .. last .. "]+"
 end
 
 local function parseInt(_, x, radix)
@@ -174,9 +179,7 @@ local function parseInt(_, x, radix)
   if (radix == 0 or radix == 16) and find(rest, "^0[xX]") then rest, radix = sub(rest, 3), 16 end
   if radix == 0 then radix = 10 end
   if radix < 2 or radix > 36 then return NaN end
-  local last = digit(radix - 1)
-  local known = radix > 10 and "^[0-9a-" .. last .. "A-" .. string.upper(last) .. "]+" or "^[0-" .. last .. "]+"
-  local digits = match(rest, known)
+  local digits = match(rest, digitsIn[radix])
   if not digits then return NaN end
   local value = js.parseDigits(digits, radix)
   return sign == "-" and -value or value

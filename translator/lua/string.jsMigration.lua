@@ -169,10 +169,12 @@ end
 method("indexOf", 1, function(s, what, from) return indexOf(s, str(what), clamp(from, length(s), 0)) end)
 method("lastIndexOf", 1, function(s, what, from)
   what, from = str(what), num(from)
-  local last = length(s) - length(what)
-  local limit = from ~= from and last or min(max(toInteger(from), 0), last)
-  for i = limit, 0, -1 do if slice(s, i, i + length(what)) == what then return i end end
-  return -1
+  local n = length(s)
+  local limit = from ~= from and n or min(max(toInteger(from), 0), n)
+  if what == "" then return limit end
+  local last, at, found = bytePosition(s, limit), find(s, what, 1, true), nil
+  while at and at <= last do at, found = find(s, what, at + 1, true), at end
+  return found and unitsBefore(s, found) or -1
 end)
 method("includes", 1, function(s, what, from) return indexOf(s, str(what), clamp(from, length(s), 0)) >= 0 end)
 method("startsWith", 1, function(s, what, from)

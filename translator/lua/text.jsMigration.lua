@@ -63,24 +63,29 @@ local spaces = { ["\194\160"] = true, ["\225\154\128"] = true, ["\226\128\168"] 
   ["\226\128\175"] = true, ["\226\129\159"] = true, ["\227\128\128"] = true, ["\239\187\191"] = true }
 for i = 128, 138 do spaces["\226\128" .. char(i)] = true end
 
+local function isBlank(c) return not c or c <= 32 or c >= 128 end -- or perhaps a part of white space
+
 local function trimStart(s)
-  while true do
+  while isBlank(byte(s, 1)) do
     s = match(s, "^[ \t-\r]*(.*)$")
     if spaces[sub(s, 1, 2)] then s = sub(s, 3) elseif spaces[sub(s, 1, 3)] then s = sub(s, 4) else return s end
   end
+  return s
 end
 
 local function trimEnd(s)
-  while true do
+  while isBlank(byte(s, -1)) do
     local last = #s
     while last > 0 and (byte(s, last) == 32 or byte(s, last) >= 9 and byte(s, last) <= 13) do last = last - 1 end
     s = sub(s, 1, last)
     if spaces[sub(s, -2)] then s = sub(s, 1, -3) elseif spaces[sub(s, -3)] then s = sub(s, 1, -4) else return s end
   end
+  return s
 end
 
 -- The value of digits in a base; nil when one of them is none. Correctly rounded for the bases that scripts use.
 local function parseDigits(digits, base)
+  if #digits <= 10 then return tonumber(digits, base) end
   local n = 0
   for i = 1, #digits do
     local d = tonumber(sub(digits, i, i), 36)
@@ -95,6 +100,7 @@ local function parseDigits(digits, base)
 end
 
 local function stringToNumber(s)
+  if find(s, "^%-?%d+%.?%d*$") then return tonumber(s) end
   s = trimEnd(trimStart(s))
   if s == "" then return 0 end
   local mantissa = match(s, "^[+-]?(%d*%.?%d*)$") or match(s, "^[+-]?(%d*%.?%d*)[eE][+-]?%d+$")
