@@ -67,11 +67,15 @@ local function protoOf(o)
 end
 js.protoOf = protoOf
 
+-- What goes along the prototypes calls itself: around a loop, no caller is compiled.
+
 -- Whether proto is the prototype of o, or of its prototype, and so on.
-function js.inherits(o, proto)
-  repeat o = protoOf(o) until not o or o == proto
-  return o ~= nil
+local function inherits(o, proto)
+  o = protoOf(o)
+  if not o or o == proto then return o ~= nil end
+  return inherits(o, proto)
 end
+js.inherits = inherits
 
 -- Holes: record.lo .. record.hi - 1 are holes where the record itself has no mark.
 
@@ -138,11 +142,9 @@ end
 
 -- Whether o, or a prototype of it before the last one, has a key of its own.
 local function has(o, k, last)
-  while o ~= last do
-    if own(o, k) then return true end
-    o = protoOf(o)
-  end
-  return false
+  if o == last then return false end
+  if own(o, k) then return true end
+  return has(protoOf(o), k, last)
 end
 
 -- Whether o has a key of its own, and the value for a receiver.
@@ -160,15 +162,8 @@ local function lookup(o, k, receiver)
   if receiver == nil then receiver = o end
   local found, v = ownValue(o, k, receiver)
   if found then return v end
-  local at = protoOf(o)
-  -- The common case, a method of the nearest prototype, ahead of the loop, which keeps callers from being compiled.
-  v = type(at) == "table" and rawget(at, k)
-  if v then return v end
-  while at do
-    found, v = ownValue(at, k, receiver)
-    if found then return v end
-    at = protoOf(at)
-  end
+  local proto = protoOf(o)
+  if proto then return lookup(proto, k, receiver) end
 end
 js.own, js.hasBefore, js.lookup = own, has, lookup
 
@@ -314,23 +309,26 @@ local function mayAdd(o, k)
   return not s or not (s.noext or s.fixedLength and isIndex(k) and k >= o.length)
 end
 
+-- The first of an object and its prototypes that has a key, and the key's flags and slot there.
+local function holder(at, k)
+  local flags, _, slot = own(at, k)
+  if flags then return at, flags, slot end
+  at = protoOf(at)
+  if at then return holder(at, k) end
+end
+
 -- The __newindex of everything else: observes setters, read-only properties, objects that may not grow.
 function put(o, k, v, receiver)
   if type(k) == "number" and k - k ~= 0 then k = numberToString(k) end
   if receiver == nil then receiver = o end
-  local at = o
-  repeat
-    local flags, _, slot = own(at, k)
-    if slot then
-      if slot.set then slot.set(receiver, v) return end
-      if not slot.accessor then js.readOnly(k, receiver) end
-      typeError("Cannot set property " .. js.str(k) .. " of " .. describe(receiver) .. " which has only a getter")
-    elseif flags then
-      if at == o then return rawset(o, k, v) end
-      break
-    end
-    at = protoOf(at)
-  until not at
+  local at, _, slot = holder(o, k)
+  if slot then
+    if slot.set then slot.set(receiver, v) return end
+    if not slot.accessor then js.readOnly(k, receiver) end
+    typeError("Cannot set property " .. js.str(k) .. " of " .. describe(receiver) .. " which has only a getter")
+  elseif at == o then
+    return rawset(o, k, v)
+  end
   if not mayAdd(o, k) then typeError("Cannot add property " .. js.str(k) .. ", object is not extensible") end
   if getmetatable(o).array then return addElement(o, k, v) end
   addOther(o, k, v)
