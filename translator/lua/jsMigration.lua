@@ -214,7 +214,7 @@ function js.object(...)
   local o = setmetatable({ [S] = O.root }, O)
   for i = 1, select("#", ...), 2 do
     local k, v = select(i, ...)
-    js.addOther(o, key(k), v)
+    js.addKey(o, key(k), v)
   end
   return o
 end

@@ -281,7 +281,7 @@ local function addOther(o, k, v)
   rawset(o, k, v)
 end
 
--- The __newindex of ordinary objects.
+-- The same, and the __newindex of ordinary objects.
 function add(o, k, v)
   local s = rawget(o, S)
   local t = s.next and s.next[k]
@@ -331,9 +331,9 @@ function put(o, k, v, receiver)
   end
   if not mayAdd(o, k) then typeError("Cannot add property " .. js.str(k) .. ", object is not extensible") end
   if getmetatable(o).array then return addElement(o, k, v) end
-  addOther(o, k, v)
+  add(o, k, v)
 end
-js.addOther, js.mayAdd, js.put = addOther, mayAdd, put
+js.addKey, js.mayAdd, js.put = add, mayAdd, put
 
 -- Makes or replaces an own property without asking: a value, or an accessor when get or set is not nil.
 local function defineOwn(o, k, flags, value, get, set)
@@ -341,13 +341,18 @@ local function defineOwn(o, k, flags, value, get, set)
     js.instances[o] = nil
     o = props(o)
   end
+  local accessor, isArray = get ~= nil or set ~= nil, getmetatable(o).array
+  -- An ordinary new property, whose shape can be shared.
+  local shared = rawget(o, S)
+  if shared and shared.next and flags == ALL and not (accessor or isArray or shared.pos[k]) then
+    return add(o, k, value)
+  end
   local s = ownShape(o)
-  if getmetatable(o).array and isIndex(k) then
+  if isArray and isIndex(k) then
     if k >= o.length then addElement(o, k, nil) elseif rawget(o, H) then fillHole(o, k) end
   elseif not s.pos[k] then
     append(s, k)
   end
-  local accessor = get ~= nil or set ~= nil
   if accessor or flags % 2 == 0 then
     s.slots = s.slots or {}
     s.slots[k] = { flags = flags, value = value, get = get or nil, set = set or nil, accessor = accessor }
