@@ -143,13 +143,11 @@ local quoted = { ['"'] = '\\"', ["\\"] = "\\\\" }
 for c = 0, 31 do quoted[char(c)] = format("\\u%04x", c) end
 for letter, c in pairs(escapes) do if byte(c) < 32 then quoted[c] = "\\" .. letter end end
 
+local function escaped(a, b) return format("\\u%04x", 0xD000 + byte(a) % 64 * 64 + byte(b) % 64) end
+
 local function quote(s)
   if find(s, '[%z\1-\31"\\]') then s = gsub(s, '[%z\1-\31"\\]', quoted) end
-  if find(s, "\237[\160-\191]") then
-    s = gsub(s, "\237([\160-\191])([\128-\191])", function(a, b)
-      return format("\\u%04x", 0xD000 + byte(a) % 64 * 64 + byte(b) % 64)
-    end)
-  end
+  if find(s, "\237", 1, true) then s = gsub(s, "\237([\160-\191])([\128-\191])", escaped) end
   return '"' .. s .. '"'
 end
 

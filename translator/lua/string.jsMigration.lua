@@ -210,7 +210,6 @@ end)
 
 -- Replacing. A replacement text knows $$ $& $` $'.
 local function expand(template, s, at, last)
-  if not find(template, "$", 1, true) then return template end
   return (gsub(template, "%$([$&`'])", function(c)
     if c == "$" then return "$" elseif c == "&" then return sub(s, at, last)
     elseif c == "`" then return sub(s, 1, at - 1) end
@@ -222,12 +221,14 @@ local function replace(s, what, with, all)
   what = str(what)
   local call = type(with) == "function"
   if not call then with = str(with) end
+  local asItIs = not call and not find(with, "$", 1, true)
   local parts, from, start = {}, 1, 1
   repeat
     local at, last = find(s, what, start, true)
     if not at then break end
     parts[#parts + 1] = sub(s, from, at - 1)
-    parts[#parts + 1] = call and str(with(nil, what, unitsBefore(s, at), s)) or expand(with, s, at, last)
+    parts[#parts + 1] = asItIs and with
+      or call and str(with(nil, what, unitsBefore(s, at), s)) or expand(with, s, at, last)
     from, start = last + 1, last + 1
     if what == "" then
       start = at + 1

@@ -216,10 +216,11 @@ local function join(a, b)
   return a .. b
 end
 
--- The same for all of a text that was put together from parts.
+-- The same for all of a text that was put together from parts. A function that makes one is not compiled.
+local function united(halves) return encode(decode(halves), 0, 1) end
 local function mend(s)
   if not find(s, "\237", 1, true) then return s end
-  return (gsub(s, "\237[\160-\175].\237[\176-\191].", function(halves) return encode(decode(halves), 0, 1) end))
+  return (gsub(s, "\237[\160-\175].\237[\176-\191].", united))
 end
 
 -- A text that is kept as a list of its pieces; they are one piece from then on.
