@@ -66,10 +66,20 @@ local function derived(o, n)
   return make(n)
 end
 
--- Puts what o has at i into an array, a hole where that has none.
-local function copy(o, i, into, at)
-  local found, v = element(o, i)
-  if found then rawset(into, at, v) else addHoles(into, at, at + 1) end
+-- True for an array without holes and attributes.
+local function plain(o) return getmetatable(o) == A and not rawget(o, H) and not rawget(o, "\0s") end
+
+-- Puts what o has from first to last - 1 into an array, holes where that has none.
+local function copy(o, first, last, into, at)
+  local by = at - first
+  if plain(o) and last <= o.length then
+    for i = first, last - 1 do rawset(into, i + by, o[i]) end
+    return
+  end
+  for i = first, last - 1 do
+    local found, v = element(o, i)
+    if found then rawset(into, i + by, v) else addHoles(into, i + by, i + by + 1) end
+  end
 end
 
 -- A copy without holes.
@@ -87,9 +97,6 @@ local function method(name, count, f)
     return f(o, n, ...)
   end)
 end
-
--- True for an array without holes and attributes.
-local function plain(o) return getmetatable(o) == A and not rawget(o, H) and not rawget(o, "\0s") end
 
 -- Moves the elements first .. last - 1 by so many places, from the end that keeps them from running over one another.
 local function move(o, first, last, by)
@@ -164,7 +171,7 @@ end)
 
 local function part(o, first, last)
   local a = derived(o, max(last - first, 0))
-  for i = first, last - 1 do copy(o, i, a, i - first) end
+  copy(o, first, last, a, 0)
   return a
 end
 method("slice", 2, function(o, n, first, last) return part(o, position(first, n, 0), position(last, n, n)) end)
@@ -192,7 +199,7 @@ local concat = js.builtin(ArrayProto, "concat", 1, function(this, ...)
     local item = this
     if i > 0 then item = (select(i, ...)) end
     if isArray(item) then
-      for k = 0, item.length - 1 do copy(item, k, a, n + k) end
+      copy(item, 0, item.length, a, n)
       n = n + item.length
     else
       rawset(a, n, item)
