@@ -83,7 +83,7 @@ final class Lifetimes {
         v.safe = v.inPlace = v.direct && !v.home.isSwitch && v.declaration == null && !v.shared;
         for (Variable.Use use : v.uses) {
             if (use.position == v.start) continue;
-            if (use.position > last) v.safe = v.inPlace = false;
+            if (use.position >= last) v.safe = v.inPlace = false;
             if (v.caseEnd >= 0 && use.position >= v.caseEnd) v.checked = true;
             FunctionInfo closure = use.closure();
             if (isIterated(v.home.node, use)) use.early = v.isLexical();
