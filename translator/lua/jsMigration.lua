@@ -126,7 +126,9 @@ local boundTarget = setmetatable({}, { __mode = "k" }) -- what bind() made -> th
 js.boundTarget = boundTarget
 
 js["instanceof"] = function(a, b)
-  if not callable(b) then typeError("Right-hand side of 'instanceof' is not callable") end
+  if not callable(b) then
+    typeError("Right-hand side of 'instanceof' is not " .. (isObject(b) and "callable" or "an object"))
+  end
   if not isScriptObject(a) then return false end
   local proto = (boundTarget[b] or b).prototype
   if isObject(proto) then return js.inherits(a, proto) end
