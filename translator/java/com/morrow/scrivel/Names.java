@@ -163,14 +163,18 @@ final class Names {
         return use;
     }
 
-    /** Leads every use to its variable. */
+    /** Leads every use to its variable. A script that asks by typeof whether a name is there can do without it. */
     void resolve() {
         if (sharesGlobals) for (Variable variable : scopes.get(0).variables) variable.share();
+        HashSet<String> asked = new HashSet<>();
         for (Variable.Use use : uses) {
-            String text = use.name.getIdentifier();
-            Variable variable = use.scope.find(text);
+            Variable variable = use.scope.find(use.name.getIdentifier());
             if (variable != null) variable.add(use);
-            else if (use.name.getParent().getType() != Token.TYPEOF || text.equals("eval")) refusals.global(use.name);
+            else if (use.name.getParent().getType() == Token.TYPEOF) asked.add(use.name.getIdentifier());
+        }
+        asked.remove("eval");
+        for (Variable.Use use : uses) {
+            if (use.variable == null && !asked.contains(use.name.getIdentifier())) refusals.global(use.name);
         }
     }
 }
