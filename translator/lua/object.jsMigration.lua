@@ -160,12 +160,12 @@ static("create", 2, function(proto, list)
   local o = js.instance(proto ~= null and proto or nil)
   return list == nil and o or defineProperties(o, list)
 end)
-static("getPrototypeOf", 1, function(o)
+local getPrototypeOf = static("getPrototypeOf", 1, function(o)
   local wrapper = wrappers[type(o)]
   if wrapper then return wrapper[1] end
   return protoOf(toObject(o)) or null
 end)
-static("setPrototypeOf", 2, function(o, proto)
+local setPrototypeOf = static("setPrototypeOf", 2, function(o, proto)
   if o == nil or o == null then typeError("Object.setPrototypeOf called on null or undefined") end
   needProto(proto)
   if not isScriptObject(o) then return o end
@@ -177,6 +177,16 @@ static("setPrototypeOf", 2, function(o, proto)
   js.setProto(o, proto)
   return o
 end)
+
+-- The property __proto__. Undefined and null throw for it as for any other.
+function js.getproto(o)
+  if o == nil or o == null then return o.__proto__ end
+  return getPrototypeOf(nil, o)
+end
+function js.setproto(o, proto)
+  if o == nil or o == null then o.__proto__ = proto end
+  if proto == null or isScriptObject(proto) then setPrototypeOf(nil, o, proto) end
+end
 
 -- Own enumerable keys, and their values, as arrays made by row(object, key).
 local function lister(name, row)

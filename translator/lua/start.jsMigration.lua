@@ -16,7 +16,7 @@ local function provide(file, globals, names)
   for name in gmatch(globals, "%S+") do js.files[name] = file end
   for name in gmatch(names, "%S+") do homes[name] = file end
 end
-provide("object", "Object Function globalThis console", "toObject variable")
+provide("object", "Object Function globalThis console", "toObject variable getproto setproto")
 provide("array", "Array", "")
 provide("string", "String encodeURI encodeURIComponent decodeURI decodeURIComponent", "")
 provide("number", "Number Boolean Math NaN Infinity isNaN isFinite parseInt parseFloat", "")

@@ -188,7 +188,7 @@ final class Assignments {
             else if (computed != null) part = g.operators.library(g.line(key), "get", value, computed);
             else {
                 keys.add(Literals.keyValue(Literals.key(key)));
-                part = Code.of(value.within(Code.PREFIX), g.line(key), Lua.member(Literals.key(key)));
+                part = Place.member(g, value, Literals.key(key), g.line(key));
             }
             computed = null;
             give(property.getRight(), part, declaring);

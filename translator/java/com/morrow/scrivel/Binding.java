@@ -121,7 +121,6 @@ final class Binding implements NodeVisitor {
     private void member(PropertyGet node) {
         if (node.getTarget() instanceof Name name) name(name, node.getParent().getType() != Token.DELPROP);
         else node.getTarget().visit(this);
-        refusals.member(node.getProperty());
         if (Patterns.isLink(node)) chain(node);
     }
 

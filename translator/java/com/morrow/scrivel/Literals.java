@@ -91,7 +91,7 @@ final class Literals {
 
     /** Can stand as a field in a Lua table's constructor: one that surely hides what the prototype has. */
     private boolean isPlain(ObjectProperty property) {
-        if (Patterns.isSpread(property) || Patterns.isKey(property) || isAccessor(property)) return false;
+        if (Patterns.isSpread(property) || Patterns.isKey(property) || isAccessor(property) || isProto(property)) return false;
         String key = key(property.getLeft());
         if (INHERITED.contains(key) && g.types.of(property.getRight()) == Types.UNKNOWN) return false;
         return !key.equals("length") && Double.isNaN(Lua.canonicalNumber(key));
@@ -99,6 +99,12 @@ final class Literals {
 
     private static boolean isAccessor(ObjectProperty property) {
         return property.isGetterMethod() || property.isSetterMethod();
+    }
+
+    /** Gives the object its prototype; a method of that name, or a variable's name alone, is a property like any other. */
+    private static boolean isProto(ObjectProperty property) {
+        boolean alone = property.getLeft().getPosition() == property.getRight().getPosition();
+        return key(property.getLeft()).equals(Place.PROTO) && !property.isMethod() && !alone;
     }
 
     private Code constructor(List<ObjectProperty> properties) {
@@ -125,7 +131,9 @@ final class Literals {
             int line = g.line(property);
             if (Patterns.isSpread(property)) g.out.add(g.operators.library(line, "mix", object, g.value(property.getRight())));
             else if (Patterns.isKey(property)) computed = g.save(g.operators.library("key", g.value(Patterns.key(property))));
-            else {
+            else if (computed == null && isProto(property)) {
+                g.out.add(g.operators.library(line, "setproto", object, g.value(property.getRight())));
+            } else {
                 String name = computed != null ? "" : key(property.getLeft());
                 Code key = computed != null ? computed : keyValue(name);
                 Code value = g.assignments.named(property.getRight(), name);

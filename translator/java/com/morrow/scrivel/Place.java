@@ -7,6 +7,9 @@ import org.mozilla.javascript.ast.*;
  * is told here; the key is text in `field` where that is known. An access that fails does so on `line`.
  */
 record Place(Generator g, Name variable, Operands operands, int objectAt, int keyAt, String field, int line) {
+    /** The property that stands for an object's prototype. */
+    static final String PROTO = "__proto__";
+
     /** Evaluates object and key of a member access into the operands. To be used more than once, they are kept. */
     static Place of(Generator g, AstNode node, Operands operands, boolean several) {
         int object = operands.add(Patterns.target(node)).count() - 1;
@@ -53,10 +56,18 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
         return known ? access() : g.operators.library(line, "get", object(), keyValue());
     }
 
+    /** A member to read. */
+    static Code member(Generator g, Code object, String field, int line) {
+        if (field.equals(PROTO)) return g.operators.library(line, "getproto", object);
+        Code code = Code.of(object.within(Code.PREFIX), line, Lua.member(field));
+        code.calls |= g.names.hooks;
+        return code;
+    }
+
     private Code access() {
+        if (field != null) return member(g, object(), field, line);
         Code code = Code.of(object().within(Code.PREFIX), line);
         code.calls |= g.names.hooks;
-        if (field != null) return code.add(Lua.member(field));
         code.add("[", keyValue(), "]");
         code.weight = Math.max(object().weight, keyValue().weight + 1);
         return code;
@@ -74,6 +85,7 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
         else if (field == null && !Types.isNumber(keyValue().type)) {
             g.out.add(g.operators.library(line, "set", object(), keyValue(), value));
         } else if ("length".equals(field)) g.out.add(g.operators.library(line, "setlength", object(), value));
+        else if (PROTO.equals(field)) g.out.add(g.operators.library(line, "setproto", object(), value));
         else {
             // Lua blames the line of the last token for a failing store, and for a read that stands right before it.
             if (value.lastLine != 0 && value.lastLine != line) value = value.pure ? Code.of("(", value, line, ")") : g.save(value);

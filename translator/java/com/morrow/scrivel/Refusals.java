@@ -107,10 +107,6 @@ final class Refusals {
         throw new Generator.Refusal(literal, "The property name \\0" + key.charAt(1) + " is not supported");
     }
 
-    void member(Name name) {
-        if (name.getIdentifier().equals("__proto__")) refuse(name, "The property __proto__ is");
-    }
-
     /** A name that is declared or assigned; `kind` says how it is declared. */
     void binding(Name node, Variable.Kind kind) {
         String name = node.getIdentifier();
@@ -137,8 +133,5 @@ final class Refusals {
             if (getter && !parameters.isEmpty()) errors.report(key, "Getter must not have any formal parameters.");
             if (!getter && !one) errors.report(key, "Setter must have exactly one formal parameter.");
         }
-        boolean proto = key instanceof Name name && name.getIdentifier().equals("__proto__")
-            || key instanceof StringLiteral text && text.getValue().equals("__proto__");
-        if (proto && !property.isMethod() && key != property.getRight()) refuse(key, "__proto__ in an object literal is");
     }
 }
