@@ -18,7 +18,7 @@ local function provide(file, globals, names)
 end
 provide("object", "Object Function globalThis console", "toObject variable getproto setproto")
 provide("array", "Array", "")
-provide("string", "String encodeURI encodeURIComponent decodeURI decodeURIComponent", "")
+provide("string", "String encodeURI encodeURIComponent decodeURI decodeURIComponent escape unescape", "")
 provide("number", "Number Boolean Math NaN Infinity isNaN isFinite parseInt parseFloat", "")
 provide("json", "JSON", "")
 provide("date", "Date", "")

@@ -331,3 +331,19 @@ local function decoder(name, reserved)
 end
 decoder("decodeURIComponent", "")
 decoder("decodeURI", ";/?:@&=+$,#")
+
+-- Older escapes, of units; helpers for hashes turn text into bytes by unescape(encodeURIComponent(text)).
+
+js.globalFunction("escape", 1, function(_, x)
+  return (gsub(str(x), "[^%w@*_+%-./\128-\191][\128-\191]*", function(c)
+    local list, text = units(c) or { [0] = byte(c), n = 1 }, ""
+    for i = 0, list.n - 1 do text = text .. format(list[i] < 256 and "%%%02X" or "%%u%04X", list[i]) end
+    return text
+  end))
+end)
+js.globalFunction("unescape", 1, function(_, x)
+  return mend((gsub(str(x), "%%(u?)(%x%x)(%x?%x?)", function(wide, code, rest)
+    if wide == "" then return utf8(tonumber(code, 16)) .. rest end
+    return #rest == 2 and utf8(tonumber(code .. rest, 16)) or nil
+  end)))
+end)

@@ -11,7 +11,7 @@ final class Refusals {
     private static final Set<String> ELSEWHERE = Set.of(
         "Symbol", "Proxy", "Promise", "Reflect", "BigInt", "Intl", "WeakRef", "ArrayBuffer", "DataView", "Int8Array",
         "Uint8Array", "Uint8ClampedArray", "Int16Array", "Uint16Array", "Int32Array", "Uint32Array", "Float32Array",
-        "Float64Array", "AggregateError", "setTimeout", "setInterval", "escape", "unescape");
+        "Float64Array", "AggregateError", "setTimeout", "setInterval");
 
     private final Diagnostics errors;
 
