@@ -1,6 +1,6 @@
 -- Array. Elements are taken as they are stored where that is enough, and by every rule where it is not.
 local js = require("jsMigration.lua")
-local table, error, pcall, setmetatable, type, rawget, rawset = table, error, pcall, setmetatable, type, rawget, rawset
+local table, error, xpcall, setmetatable, type, rawget, rawset = table, error, xpcall, setmetatable, type, rawget, rawset
 local select, getmetatable, unpack, min, max, null = select, getmetatable, unpack, math.min, math.max, js.null
 local str, has, isArray, toInteger, position, delete = js.str, js.has, js.isArray, js.toInteger, js.position, js.delete
 local setlength, addHoles, A, ArrayProto, H = js.setlength, js.addHoles, js.A, js.ArrayProto, "\0h"
@@ -225,7 +225,7 @@ local joining = {}
 local function join(o, n, separator, text)
   if joining[o] then return "" end
   joining[o] = true
-  local ok, parts = pcall(texts, o, n, text)
+  local ok, parts = xpcall(texts, js.caught, o, n, text)
   joining[o] = nil
   if not ok then error(parts, 0) end
   return js.mend(table.concat(parts, separator))

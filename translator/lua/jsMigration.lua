@@ -267,6 +267,7 @@ local function caught(e)
   if type(e) == "table" or type(e) == "string" and find(e, "stack overflow", 1, true) then return e end
   return js.fromNative(e)
 end
+js.caught = caught
 
 local function finishTry(ok, ...)
   if ok then return true, ... end
