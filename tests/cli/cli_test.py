@@ -269,13 +269,13 @@ class CliTest(unittest.TestCase):
         self.assertEqual(self.run_script(script).stderr, ",".join(sorted(ids)) + "\n")
 
     def test_columns_of_prices_are_lists(self):
-        script = self.write("lists.jsl", "function macro() {}\nfunction execute({ prices }) {\n"
+        script = self.write("lists.jsl", "#!/usr/bin/env vexil\nfunction macro() {}\nfunction execute({ prices }) {\n"
                             "  const { close } = prices, [first] = close;\n  let n = 0;\n"
                             "  for (const c of close) n += c;\n  log(first, n === [...close].reduce((a, c) => a + c));\n"
                             "  log(`${prices} ${close}`);\n  for (const p of prices.instrument.length) n++;\n}\n")
         result = self.run_script(script)
         self.assertEqual(result.stdout, PRICES.splitlines()[1].split(",")[4] + " true\n[object Object] [object Object]\n")
-        self.assert_fails(result, 1, "lists.jsl:8: error: TypeError: prices.instrument.length is not iterable")
+        self.assert_fails(result, 1, "lists.jsl:9: error: TypeError: prices.instrument.length is not iterable")
 
     # --- faults of scripts
 

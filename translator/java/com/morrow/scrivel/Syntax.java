@@ -99,7 +99,9 @@ final class Syntax {
         if (feature != null) return feature + " not supported";
         if (message.startsWith("TypeError: ")) message = message.substring(11);
         if (message.startsWith("continue can only")) return "A continue statement needs the label of a loop around it";
-        if (!message.equals("syntax error")) return Character.toUpperCase(message.charAt(0)) + message.substring(1);
+        // What it takes for a method is most often a property that lacks its colon.
+        boolean unclear = message.equals("syntax error") || message.startsWith("missing ( before");
+        if (!unclear) return Character.toUpperCase(message.charAt(0)) + message.substring(1);
         if (at >= text.stripTrailing().length()) return END;
         int end = Math.min(text.length(), at + Math.max(1, Math.min(length, 20)));
         return "Unexpected token '" + text.substring(at, end) + "'";

@@ -92,7 +92,10 @@ final class Tokens {
         this.errors = errors;
         this.edits = edits;
         first = last = open = new Token('{', 0, 0);
-        if (text.startsWith("#!")) at = lineEnd(0);
+        if (text.startsWith("#!")) {
+            edits.replace(0, 2, "//");
+            at = lineEnd(0);
+        }
         while (skipSpace()) next();
         end = new Token(END, at, at);
     }
