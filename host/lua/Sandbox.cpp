@@ -61,10 +61,15 @@ void bound(lua_State* L, const char* library, const char* name, lua_CFunction by
     lua_pop(L, 1);
 }
 
-// In Lua and with a tail call, so that a coroutine can yield across it.
+// In Lua and with a tail call, so that a coroutine can yield across it. Most scripts have one handler,
+// which is guarded once.
 constexpr const char kXpcall[] = R"(
-local xpcall, guard = ...
-return function(f, handler, ...) return xpcall(f, guard(handler), ...) end
+local xpcall, guard, rawequal = ...
+local last, guarded = guard
+return function(f, handler, ...)
+  if not rawequal(handler, last) then last, guarded = handler, guard(handler) end
+  return xpcall(f, guarded, ...)
+end
 )";
 
 // An error handler: calls the one in upvalue 1.
@@ -132,7 +137,8 @@ void guardErrorHandlers(lua_State* L) {
     if (luaL_loadbuffer(L, kXpcall, sizeof kXpcall - 1, "=xpcall") != 0) lua_error(L);
     lua_getglobal(L, "xpcall");
     lua_pushcfunction(L, &guardHandler);
-    lua_call(L, 2, 1);
+    lua_getglobal(L, "rawequal");
+    lua_call(L, 3, 1);
     lua_setglobal(L, "xpcall");
 }
 
