@@ -20,13 +20,13 @@ void appendPlace(std::string& text, const std::string& file, int line) {
     text += ": ";
 }
 
-void appendFrame(std::string& text, const Frame& frame) {
+void appendFrame(std::string& text, const std::string& file, const Frame& frame) {
     text += "\n\t";
     if (frame.line == 0) {
         text += "...";
         return;
     }
-    appendPlace(text, frame.file, frame.line);
+    appendPlace(text, file, frame.line);
     if (frame.isMain)
         text += "in main chunk";
     else if (frame.name.empty())
@@ -52,7 +52,7 @@ void Fault::report(const std::string& id, IError** error) const {
     appendPlace(message, id, line);
     message += text;
     if (!frames.empty()) message += "\nstack traceback:";
-    for (const Frame& frame : frames) appendFrame(message, frame);
+    for (const Frame& frame : frames) appendFrame(message, id, frame);
     ErrorFactory::throwError(error, IError::StageScript, IError::CodeScriptFault, message.c_str(), id.c_str(), line);
 }
 

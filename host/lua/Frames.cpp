@@ -1,5 +1,6 @@
 #include "host/lua/Frames.h"
 
+#include <algorithm>
 #include <lua.hpp>
 
 namespace vexil3::lua {
@@ -36,6 +37,7 @@ std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char
     std::vector<Frame> frames;
     const int depth = stackDepth(L);
     const bool tooDeep = depth > kInnermost + kOutermost;
+    frames.reserve(std::min(depth, kInnermost + kOutermost + 2));
     bool innerIsScript = false;
     lua_Debug info;
     for (int level = 0; frameInfo(L, level, info); ++level) {
@@ -44,7 +46,7 @@ std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char
         if (innerIsScript && !isScript) frames.back().name.clear();
         if (isScript) {
             const bool isMain = *info.what == 'm';
-            frames.push_back({id, info.name && !isMain ? info.name : "", info.currentline, isMain, info.linedefined});
+            frames.push_back({info.name && !isMain ? info.name : "", info.currentline, isMain, info.linedefined});
         }
         innerIsScript = isScript;
         if (tooDeep && level == kInnermost) {

@@ -10,9 +10,8 @@ struct lua_Debug;
 namespace vexil3::lua {
 
 struct Frame {
-    std::string file;
     std::string name;  // empty: unknown
-    int line = 0;  // 0: the frames between its neighbours are left out
+    int line = 0;      // 0: the frames between its neighbours are left out
     bool isMain = false;
     int defined = 0;  // the line where the function begins
 };

@@ -67,6 +67,8 @@ void pushPlatform(lua_State* L) {
     lua_remove(L, -2);
     lua_pushcclosure(L, &functionInfo, 1);
     lua_setfield(L, -2, "functionInfo");
+    pushString(L, ScriptState::of(L).id().c_str());
+    lua_setfield(L, -2, "file");
 }
 
 int writeChunk(lua_State*, const void* bytes, std::size_t size, void* text) {

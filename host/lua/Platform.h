@@ -2,9 +2,11 @@
 // services, which a library gets as its chunk's argument:
 //
 //   setmetatable(value, table)  also for a value that is no table: all values of its type
-//   onError(f)                  an error that leaves the script is described by f(value): a text and
-//                               a list like that of frames, or nil for those of its raising
-//   frames()                    the script's calls, innermost first: {file=, line=, name=, main=}
+//   onError(f)                  an error that leaves the script is described by f(value, frames): a
+//                               text and a list of {line=, name=, main=}, or nil for those frames
+//   frames()                    the script's calls, innermost first, as text: "line defined name\0"
+//                               each; its function begins on the line `defined`, the chunk on 0
+//   file                        the script's name
 //   functionInfo(f)             the line where a script's function begins, and its parameters' number
 //   now()                       milliseconds since 1970 UTC
 //

@@ -205,7 +205,7 @@ Fault ScriptState::takeFault() {
         fault.text = mStopped;
     else
         describe(fault);
-    if (fault.frames.empty()) fault.frames.push_back({mId, mEntry, mEntryLine, false});
+    if (fault.frames.empty()) fault.frames.push_back({mEntry, mEntryLine, false});
     if (fault.line == 0) fault.line = fault.frames.front().line;
     return fault;
 }

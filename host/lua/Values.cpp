@@ -1,5 +1,7 @@
 #include "host/lua/Values.h"
 
+#include <charconv>
+#include <iterator>
 #include <lua.hpp>
 
 #include "host/lua/HostCall.h"
@@ -15,10 +17,9 @@ Frame readFrame(lua_State* L) {
     Frame frame;
     frame.line = -1;
     if (!lua_istable(L, -1)) return frame;
-    for (const char* key : {"file", "name", "line", "main"}) {
+    for (const char* key : {"name", "line", "main"}) {
         lua_pushstring(L, key);
         lua_rawget(L, -2);
-        if (*key == 'f' && lua_type(L, -1) == LUA_TSTRING) frame.file = lua_tostring(L, -1);
         if (*key == 'n' && lua_type(L, -1) == LUA_TSTRING) frame.name = lua_tostring(L, -1);
         if (*key == 'l' && lua_type(L, -1) == LUA_TNUMBER) frame.line = static_cast<int>(lua_tointeger(L, -1));
         if (*key == 'm') frame.isMain = lua_toboolean(L, -1);
@@ -134,24 +135,18 @@ void popResult(lua_State* L, IExecutableArgs* args) {
 }
 
 void pushFrames(lua_State* L, const std::vector<Frame>& frames) {
-    lua_createtable(L, static_cast<int>(frames.size()), 0);
-    int count = 0;
+    luaL_Buffer text;
+    luaL_buffinit(L, &text);
     for (const Frame& frame : frames) {
-        lua_createtable(L, 0, 5);
-        lua_pushlstring(L, frame.file.data(), frame.file.size());
-        lua_setfield(L, -2, "file");
-        lua_pushinteger(L, frame.line);
-        lua_setfield(L, -2, "line");
-        if (!frame.name.empty()) {
-            lua_pushlstring(L, frame.name.data(), frame.name.size());
-            lua_setfield(L, -2, "name");
+        for (const int number : {frame.line, frame.defined}) {
+            char digits[16];
+            char* const end = std::to_chars(digits, std::end(digits), number).ptr;
+            *end = ' ';
+            luaL_addlstring(&text, digits, end + 1 - digits);
         }
-        lua_pushinteger(L, frame.defined);
-        lua_setfield(L, -2, "defined");
-        lua_pushboolean(L, frame.isMain);
-        lua_setfield(L, -2, "main");
-        lua_rawseti(L, -2, ++count);
+        luaL_addlstring(&text, frame.name.c_str(), frame.name.size() + 1);
     }
+    luaL_pushresult(&text);
 }
 
 void readFrames(lua_State* L, std::vector<Frame>& frames) {

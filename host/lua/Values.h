@@ -29,9 +29,10 @@ void pushArgument(lua_State* L, IExecutableArgs* args, unsigned long index);
 // Pops the value at the top and makes it the call's result.
 void popResult(lua_State* L, IExecutableArgs* args);
 
-// Pushes a list of {file, line, name} tables.
+// Pushes the frames as text, "line defined name\0" each. To list them as tables would cost an error
+// more than everything else that happens to it, and few are ever shown.
 void pushFrames(lua_State* L, const std::vector<Frame>& frames);
-// Reads such a list from the top, when it holds any.
+// Reads a list of {line, name, main} tables from the top, when it holds any.
 void readFrames(lua_State* L, std::vector<Frame>& frames);
 
 }  // namespace vexil3::lua

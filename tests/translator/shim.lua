@@ -9,12 +9,12 @@ local describe
 
 -- The script's own calls only, as the host reports them: the library's frames are left out.
 local function frames()
-  local list = {}
+  local rows = {}
   for level = 2, 1e9 do
     local info = getinfo(level, "Sln")
-    if not info then return list end
+    if not info then return table.concat(rows) end
     if info.source == "@" .. name then
-      list[#list + 1] = { file = name, line = info.currentline, name = info.name, defined = info.linedefined }
+      rows[#rows + 1] = string.format("%d %d %s\0", info.currentline, info.linedefined, info.name or "")
     end
   end
 end
@@ -22,6 +22,7 @@ end
 local platform = {
   setmetatable = debug.setmetatable,
   frames = frames,
+  file = name,
   onError = function(f) describe = f end,
   functionInfo = function(f)
     local info = getinfo(f, "Su")
@@ -62,12 +63,12 @@ end
 local function raised(value) return { value = value, frames = frames() } end
 
 local function report(error)
-  if type(error) ~= "table" then error = { value = error, frames = {} } end
-  local text, where = tostring(error.value), nil
+  if type(error) ~= "table" then error = { value = error, frames = "" } end
+  local text, where = tostring(error.value), {}
   if describe then text, where = describe(error.value, error.frames) end
   io.write("error: ", text, "\n")
-  for _, frame in ipairs(where or error.frames) do
-    io.stderr:write("  ", frame.name or "?", " (", frame.file, ":", frame.line, ")\n")
+  for _, frame in ipairs(where) do
+    io.stderr:write("  ", frame.name, " (", name, ":", frame.line, ")\n")
   end
 end
 

@@ -1,15 +1,21 @@
 -- Error and its kin, and how what Lua or the host raises becomes one of them.
 local js = require("jsMigration.lua")
-local string, table, ipairs, pcall, type, getmetatable = string, table, ipairs, pcall, type, getmetatable
+local string, table, pcall, type, getmetatable = string, table, pcall, type, getmetatable
 local rawget, rawset, tonumber, tostring, match = rawget, rawset, tonumber, tostring, string.match
 local gmatch, find, gsub, platform, str = string.gmatch, string.find, string.gsub, js.platform, js.str
 local defineOwn = js.defineOwn
 local FRAMES, protos = "\0f", {}
 
+local withMessage = js.shape("message")
+withMessage.attr = { message = 5 }
+
 local function create(proto, message)
   local e = js.instance(proto, "Error")
   rawset(e, FRAMES, platform.frames())
-  if message ~= nil then defineOwn(e, "message", 5, str(message)) end
+  if message ~= nil then
+    rawset(e, "message", str(message))
+    rawset(e, js.S, withMessage)
+  end
   return e
 end
 function js.newError(name, message) return create(protos[name], message) end
@@ -50,16 +56,14 @@ end)
 -- Stacks.
 
 -- The JavaScript line of each Lua line, decoded when the first stack is read.
-local decoded = {}
-local function sourceLine(file, line)
-  local list = decoded[file]
-  if not list then
-    list = {}
-    local describe, n = js.scripts[file] or js.scripts.last, 0
-    for row in gmatch(describe and describe() or "", "[^\n]+") do list[n], n = tonumber(match(row, "%d+")), n + 1 end
-    decoded[file] = list
+local decoded
+local function sourceLine(line)
+  if not decoded then
+    local n = 0
+    decoded = {}
+    for row in gmatch(js.listings(), "[^\n]+") do decoded[n], n = tonumber(match(row, "%d+")), n + 1 end
   end
-  return list[line] or line
+  return decoded[line] or line
 end
 
 -- A JavaScript name as the translator had to change it for Lua.
@@ -68,15 +72,15 @@ local function original(name) return (gsub(gsub(name, "ʹ%d*", ""), "＄", "$"))
 -- The frames by their functions' own names, if they have one. A part of a try statement is a Lua function too: it and
 -- the function around it are one frame.
 local function folded(frames)
-  local list, line = {}, nil
-  for _, frame in ipairs(frames) do
-    local name, isPart = js.functionAt(frame.defined)
+  local list, partAt = {}, nil
+  for at, defined, called in gmatch(frames, "(%d+) (%d+) (%Z*)%z") do
+    at, defined = tonumber(at), tonumber(defined)
+    local name, isPart = js.functionAt(defined)
     -- Lua goes by what the function was called as, which may be a name of the library's.
-    if name == "" and rawget(js, frame.name or "") == nil then name = frame.name or "" end
-    frame = { file = frame.file, name = original(name), main = frame.main, defined = frame.defined,
-      line = frame.line ~= 0 and line or frame.line }
-    line = isPart and frame.line or nil
-    if not line then list[#list + 1] = frame end
+    if name == "" and rawget(js, called) == nil then name = called end
+    if at ~= 0 then at = partAt or at end
+    partAt = isPart and at or nil
+    if not isPart then list[#list + 1] = { line = at, name = original(name), main = defined == 0 } end
   end
   return list
 end
@@ -85,7 +89,7 @@ local function stack(e)
   local lines = { header(e) }
   for _, frame in ipairs(folded(e[FRAMES])) do
     -- The host leaves out the middle of a very deep stack, and marks it by line 0.
-    local at = frame.line == 0 and "..." or frame.file .. ":" .. sourceLine(frame.file, frame.line)
+    local at = frame.line == 0 and "..." or platform.file .. ":" .. sourceLine(frame.line)
     if frame.name ~= "" then at = frame.name .. " (" .. at .. ")" end
     lines[#lines + 1] = "    at " .. at
   end
@@ -131,11 +135,11 @@ end
 function js.describeError(value, frames)
   if type(value) ~= "table" then
     local name, message = translate(tostring(value))
-    return name .. ": " .. message, frames and folded(frames)
+    return name .. ": " .. message, folded(frames)
   end
   if getmetatable(value) == js.Box then value = value.value end
   if type(value) == "table" and value ~= js.null then frames = rawget(value, FRAMES) or frames end
   local ok, text = pcall(str, value)
   if text == "[object Object]" then text = select(2, pcall(js.G.JSON.stringify, nil, value)) or text end
-  return ok and text or "Uncaught exception", frames and folded(frames)
+  return ok and text or "Uncaught exception", folded(frames)
 end

@@ -104,20 +104,15 @@ js.FunctionProto = FunctionProto
 side[FunctionProto], names[FunctionProto], arity[FunctionProto] = js.FunctionHome, "", 0
 
 -- Name, number of parameters and kind of a script's function, from the chunk's table.
-local scripts, rows = {}, nil
-js.scripts = scripts
-
-function js.script(describe)
-  local frame = platform.frames()[1]
-  scripts[frame and frame.file or ""] = describe
-  scripts.last, rows = describe, nil
-end
+local rows
+function js.listings() return "", "" end
+function js.script(listings) js.listings = listings end
 
 local function rowAt(line)
   if not rows then
     rows = {}
-    local listing = scripts.last and select(2, scripts.last()) or ""
-    for at, name, count, kind in gmatch(listing, "(%d+) ([^\n]+) (%d+) (%a)\n") do
+    local _, functions = js.listings()
+    for at, name, count, kind in gmatch(functions, "(%d+) ([^\n]+) (%d+) (%a)\n") do
       rows[tonumber(at)] = { name == "-" and "" or name, tonumber(count), kind }
     end
   end
