@@ -147,21 +147,14 @@ local function has(o, k, last)
   return has(protoOf(o), k, last)
 end
 
--- Whether o has a key of its own, and the value for a receiver.
-local function ownValue(o, k, receiver)
-  o = homeOf(o)
-  local v = rawget(o, k)
-  if v ~= nil then return true, v end
-  local flags, value, slot = own(o, k)
-  if slot and slot.get then value = slot.get(receiver) end
-  return flags, value
-end
-
 -- Reads along the prototypes with every rule observed; the __index of objects that a plain lookup would get wrong.
 local function lookup(o, k, receiver)
   if receiver == nil then receiver = o end
-  local found, v = ownValue(o, k, receiver)
-  if found then return v end
+  local flags, value, slot = own(o, k)
+  if flags then
+    if slot and slot.get then return (slot.get(receiver)) end
+    return value
+  end
   local proto = protoOf(o)
   if proto then return lookup(proto, k, receiver) end
 end
