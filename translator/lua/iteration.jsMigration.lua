@@ -2,15 +2,16 @@
 -- elements, rest patterns, and properties by computed key in literals.
 local js = require("jsMigration.lua")
 local type, rawget, select, setmetatable, unpack, A, null = type, rawget, select, setmetatable, unpack, js.A, js.null
-local getmetatable, isArray, V = getmetatable, js.isArray, "\0v"
+local getmetatable, isArray, S, V = getmetatable, js.isArray, js.S, "\0v"
 
 -- An iterator: next gives true and the next element each time it is called, false from the end on.
 local IteratorProto = js.fillProto({}, js.ObjectProto)
 function js.iterator(next) return js.instance(IteratorProto, "Iterator", next) end
 
+local result = js.shape("value", "done")
 js.builtin(IteratorProto, "next", 0, function(this)
   local found, value = rawget(this, V)()
-  return js.object("value", value, "done", not found)
+  return setmetatable({ value = value, done = not found, [S] = result }, js.O)
 end)
 
 -- The same as a list to be read from its start to its end.
