@@ -137,7 +137,8 @@ function js.add(a, b)
   local ta, tb = type(a), type(b)
   if ta == "number" and tb == "number" then return a + b end
   if ta == "string" and tb == "string" then return join(a, b) end
-  a, b = primitive(a), primitive(b)
+  if ta ~= "string" and ta ~= "number" then a = primitive(a) end
+  if tb ~= "string" and tb ~= "number" then b = primitive(b) end
   if type(a) == "string" or type(b) == "string" then return join(str(a), str(b)) end
   return num(a) + num(b)
 end
