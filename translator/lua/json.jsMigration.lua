@@ -34,13 +34,15 @@ local function readUnits(text, at)
 end
 
 local function readString(text, at)
+  local plain, behind = match(text, '^([^"\\%c]*)"()', at + 1)
+  if plain then return plain, behind end
   local parts, n, from = {}, 0, at + 1
   while true do
     local stop = find(text, '[%z\1-\31"\\]', from) or fail(text, #text + 1)
     n = n + 1
     parts[n] = sub(text, from, stop - 1)
     local c = byte(text, stop)
-    if c == 34 then return n == 1 and parts[1] or js.mend(concat(parts)), stop + 1 end
+    if c == 34 then return js.mend(concat(parts)), stop + 1 end
     if c ~= 92 then fail(text, stop) end
     local e = sub(text, stop + 1, stop + 1)
     n = n + 1
@@ -92,7 +94,8 @@ local function readNumber(text, at)
   local stop = match(text, "^%-?[1-9]%d*()", at) or match(text, "^%-?0()", at)
     or fail(text, byte(text, at) == 45 and at + 1 or at)
   if byte(text, stop) == 46 then stop = match(text, "^%.%d+()", stop) or fail(text, stop + 1) end
-  if find(text, "^[eE]", stop) then
+  local c = byte(text, stop)
+  if c == 101 or c == 69 then
     stop = match(text, "^.[+-]?%d+()", stop) or fail(text, match(text, "^.[+-]?()", stop))
   end
   return tonumber(sub(text, at, stop - 1)), stop
@@ -146,8 +149,10 @@ for letter, c in pairs(escapes) do if byte(c) < 32 then quoted[c] = "\\" .. lett
 local function escaped(a, b) return format("\\u%04x", 0xD000 + byte(a) % 64 * 64 + byte(b) % 64) end
 
 local function quote(s)
-  if find(s, '[%z\1-\31"\\]') then s = gsub(s, '[%z\1-\31"\\]', quoted) end
-  if find(s, "\237", 1, true) then s = gsub(s, "\237([\160-\191])([\128-\191])", escaped) end
+  if find(s, '[%c"\\\237]') then
+    s = gsub(s, '[%c"\\]', quoted)
+    s = gsub(s, "\237([\160-\191])([\128-\191])", escaped)
+  end
   return '"' .. s .. '"'
 end
 
