@@ -91,7 +91,8 @@ local function int32(x)
   local r = tobit(x)
   if r == x then return r end
   if x - x ~= 0 then return 0 end
-  return tobit((x < 0 and ceil(x) or floor(x)) % 4294967296)
+  -- Rounded last: compiled code takes a sum apart and gives tobit its parts, which may be too large.
+  return tobit(x < 0 and -floor(-x % 4294967296) or floor(x % 4294967296))
 end
 
 js.int32 = int32
