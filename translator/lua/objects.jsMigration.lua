@@ -253,7 +253,8 @@ function js.setProto(o, proto)
   local home = homeOf(o)
   local array = getmetatable(home).array
   setmetatable(home, (array or type(o) == "function") and newMeta(proto, array, true) or metaFor(proto))
-  if proto then general(home) end
+  local s = rawget(home, S)
+  if proto or s and s.slots then general(home) end
   slotsInChain(o)
 end
 js.newMeta, js.metaFor, js.general, js.slotsInChain = newMeta, metaFor, general, slotsInChain
