@@ -11,15 +11,17 @@ local loadStub, typeError, side, props, homeOf = js.loadStub, js.typeError, js.s
 local ArrayProto, FunctionProto, S, M, H = js.ArrayProto, js.FunctionProto, "\0s", "\0m", "\0h"
 
 -- Shapes. A shared one is never changed but for its transitions; an object that needs attributes, deletes a key or
--- grows past what is worth sharing owns its shape.
+-- grows past what is worth sharing owns its shape. Keys that are data would make shapes without end, so that the number
+-- of those that begin alike is bounded.
 --   pos, n     own key -> its number by insertion, and the last number
 --   next       key -> the shape with that key added (shared shapes)
+--   tree       size: how many shapes grew out of the same first one (shared shapes)
 --   attr       key -> flags, where they are not ALL
 --   slots      key -> what a plain field cannot hold: accessors, read-only values
 --   order      the list of keys, once it has been asked for
 local WRITABLE, ENUMERABLE, CONFIGURABLE, ALL = 1, 2, 4, 7
-local SHARED_KEYS, SHARED_FORKS = 32, 128
-local function newShape() return { pos = {}, n = 0, next = {}, forks = 0 } end
+local SHARED_KEYS, SHARED_SHAPES = 32, 4096
+local function newShape() return { pos = {}, n = 0, next = {}, tree = { size = 0 } } end
 local emptyShape = newShape()
 
 local function append(s, k)
@@ -266,9 +268,9 @@ local function addOther(o, k, v)
   if not s.pos[k] then
     local t = ownShape(o)
     append(t, k)
-    if s.next and s.n < SHARED_KEYS and s.forks < SHARED_FORKS then
-      t.next, t.forks, t.shadows = {}, 0, has(protoOf(o), k)
-      s.next[k], s.forks = t, s.forks + 1
+    if s.next and s.n < SHARED_KEYS and s.tree.size < SHARED_SHAPES then
+      t.next, t.tree, t.shadows = {}, s.tree, has(protoOf(o), k)
+      s.next[k], s.tree.size = t, s.tree.size + 1
     end
     if t.shadows or not t.next and has(protoOf(o), k) then general(o) end
   end
