@@ -98,7 +98,8 @@ local function readNumber(text, at)
   if c == 101 or c == 69 then
     stop = match(text, "^.[+-]?%d+()", stop) or fail(text, match(text, "^.[+-]?()", stop))
   end
-  return tonumber(sub(text, at, stop - 1)), stop
+  local number = sub(text, at, stop - 1)
+  return tonumber(number) or js.num(number), stop
 end
 
 function readValue(text, at)

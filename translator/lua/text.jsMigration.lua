@@ -104,7 +104,8 @@ local function stringToNumber(s)
   s = trimEnd(trimStart(s))
   if s == "" then return 0 end
   local mantissa = match(s, "^[+-]?(%d*%.?%d*)$") or match(s, "^[+-]?(%d*%.?%d*)[eE][+-]?%d+$")
-  if mantissa then return mantissa ~= "" and mantissa ~= "." and tonumber(s) or 0 / 0 end
+  if mantissa == "" or mantissa == "." then return 0 / 0 end
+  if mantissa then return tonumber(s) or tonumber((gsub(s, "(%d%d%d%d)%d+$", "%1"))) end -- Lua takes no longer exponent
   local prefix, digits = match(s, "^0([xXoObB])(%x+)$")
   if prefix then
     local base = find(prefix, "[xX]") and 16 or find(prefix, "[oO]") and 8 or 2
