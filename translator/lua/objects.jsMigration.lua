@@ -338,9 +338,9 @@ local function defineOwn(o, k, flags, value, get, set)
     o = props(o)
   end
   local accessor, isArray = get ~= nil or set ~= nil, getmetatable(o).array
-  -- An ordinary new property, whose shape can be shared.
+  -- An ordinary property, whose shape can be shared; one without a value may need the general metatable.
   local shared = rawget(o, S)
-  if shared and shared.next and flags == ALL and not (accessor or isArray or shared.pos[k]) then
+  if shared and shared.next and flags == ALL and not (accessor or isArray or value == nil and shared.pos[k]) then
     return add(o, k, value)
   end
   local s = ownShape(o)
