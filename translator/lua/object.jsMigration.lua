@@ -178,14 +178,15 @@ local setPrototypeOf = static("setPrototypeOf", 2, function(o, proto)
   return o
 end)
 
--- The property __proto__. Undefined and null throw for it as for any other.
+-- The property __proto__, unless o has one of its own. Undefined and null throw for it as for any other.
+local function isOrdinary(o) return o == nil or o == null or isScriptObject(o) and js.own(o, "__proto__") end
 function js.getproto(o)
-  if o == nil or o == null then return o.__proto__ end
+  if isOrdinary(o) then return o.__proto__ end
   return getPrototypeOf(nil, o)
 end
 function js.setproto(o, proto)
-  if o == nil or o == null then o.__proto__ = proto end
-  if proto == null or isScriptObject(proto) then setPrototypeOf(nil, o, proto) end
+  if isOrdinary(o) then o.__proto__ = proto
+  elseif proto == null or isScriptObject(proto) then setPrototypeOf(nil, o, proto) end
 end
 
 -- Own enumerable keys, and their values, as arrays made by row(object, key).
