@@ -9,14 +9,15 @@ import org.mozilla.javascript.ast.IdeErrorReporter;
 final class Diagnostics implements IdeErrorReporter {
     private static final int MOST = 100;
 
-    private record Fault(int line, int column, String message, boolean fromParser) {
+    private record Fault(int line, int column, int lastLine, String message, boolean fromParser) {
         boolean isAfter(Fault other) {
             return line > other.line || line == other.line && column > other.column;
         }
 
-        /** A parser that went astray on a line reports it several times over: the first report is the useful one. */
+        /** A parser that went astray reports it several times over: the first report is the useful one. */
         boolean repeats(Fault other) {
-            return line == other.line && (fromParser && other.fromParser || message.equals(other.message));
+            boolean within = line >= other.line && line <= other.lastLine;
+            return within && (fromParser && other.fromParser || message.equals(other.message));
         }
     }
 
@@ -35,22 +36,29 @@ final class Diagnostics implements IdeErrorReporter {
 
     /** Reports a place in the parser's text. */
     void report(int offset, String message) {
-        report(original(offset), message, false);
+        report(original(offset), original(offset), message, false);
     }
 
     /** Reports a place in the author's text, where the parser may go astray as well. */
     void reportToken(int offset, String message) {
-        report(offset, message, true);
+        reportTokens(offset, offset, message);
+    }
+
+    /** Reports a part of the author's text, where the parser goes astray. */
+    void reportTokens(int offset, int end, String message) {
+        report(offset, end, message, true);
     }
 
     private int original(int offset) {
         return source == null ? 0 : source.original(offset);
     }
 
-    private void report(int offset, String message, boolean fromParser) {
+    private void report(int offset, int end, String message, boolean fromParser) {
         int line = source == null ? 1 : source.givenLine(offset), last = source == null ? 1 : source.lastLine();
         int column = source == null || line > last ? 1 : source.givenColumn(offset);
-        Fault fault = new Fault(Math.min(line, last), column, message, fromParser);
+        int lastLine = source == null ? 1 : source.givenLine(end);
+        Fault fault = new Fault(Math.min(line, last), column, lastLine, message, fromParser);
+        faults.removeIf(other -> other.line > fault.line && other.repeats(fault));
         int place = faults.size();
         while (place > 0 && faults.get(place - 1).isAfter(fault)) place--;
         boolean repeated = place > 0 && fault.repeats(faults.get(place - 1));

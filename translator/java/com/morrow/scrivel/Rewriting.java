@@ -29,11 +29,12 @@ final class Rewriting {
     final HashMap<Integer, String> notes = new HashMap<>();
     private final Diagnostics errors;
     private final Edits edits;
+    private final Tokens tokens;
 
     Rewriting(String given, Diagnostics errors, Edits edits) {
         this.errors = errors;
         this.edits = edits;
-        Tokens tokens = new Tokens(given, errors, edits);
+        tokens = new Tokens(given, errors, edits);
         for (Token t = tokens.first.after; t != tokens.end; t = t.after) {
             pairs(given, t);
             token(t);
@@ -124,6 +125,7 @@ final class Rewriting {
         if (isKey(t) || t.inObject() && isKey(t.before)) return;
         Token second = t.after.after;
         if (t.is("for") && t.after.opens()) head(t.after);
+        if (t.is("class")) refuseClass(t);
         if (t.is("const") || t.is("let") && (t.after.is(Tokens.NAME) || t.after.is('[') || t.after.is('{'))) {
             notes.put(t.start, t.text());
             replace(t, t.is("let") ? "var" : "var  ");
@@ -132,6 +134,12 @@ final class Rewriting {
             notes.put(second.start, "catch");
             edits.insert(second.start, MARK + " if ");
         }
+    }
+
+    private void refuseClass(Token word) {
+        Token body = word.after.is(Tokens.NAME) ? word.after.after : word.after;
+        if (body.is("extends")) while (!body.is('{') && body != tokens.end) body = body.next();
+        errors.reportTokens(word.start, body.opens() ? body.partner.end : word.end, "Classes are not supported");
     }
 
     /** The parser overlooks a name at the end of the first part of a for loop's head. */

@@ -367,8 +367,10 @@ final class Tokens {
         if (c == '?' && !isDigit(peek(1)) && take("?.")) return OPTIONAL;
         if (c == '?') open.choices++;
         else if (c == '=' && peek(0) != '=') return '=';
-        else if ("+-*/%<>=!&|^~".indexOf(c) < 0) illegal();
-        else while (at < start + 4 && (peek(0) == '=' || peek(0) == c && "<>*&|".indexOf(c) >= 0)) at++;
+        else if ("+-*/%<>=!&|^~".indexOf(c) < 0) {
+            illegal();
+            edits.replace(start, at, " "); // where the parser would stop
+        } else while (at < start + 4 && (peek(0) == '=' || peek(0) == c && "<>*&|".indexOf(c) >= 0)) at++;
         return OPERATOR;
     }
 
