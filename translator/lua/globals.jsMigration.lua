@@ -76,4 +76,10 @@ setmetatable(G, {
 
 function js.typeofglobal(name) return js.typeof((findGlobal(name))) end
 
+-- Nothing is an instance of a class that is not there.
+function js.instanceofglobal(v, name)
+  local class = findGlobal(name)
+  return class ~= nil and js["instanceof"](v, class)
+end
+
 return js

@@ -90,6 +90,10 @@ final class Operators {
     }
 
     Code binary(InfixExpression node) {
+        if (Refusals.isAbsentClass(node.getRight())) {
+            Code name = Code.atom(Lua.quote(((Name) node.getRight()).getIdentifier()), Types.STRING);
+            return library(g.operatorLine(node), "instanceofglobal", g.value(node.getLeft()), name).typed(Types.BOOLEAN);
+        }
         Operands operands = new Operands(g, true).add(node.getLeft()).add(node.getRight());
         return combine(node.getType(), operands.get(0), operands.get(1), g.operatorLine(node));
     }

@@ -74,9 +74,17 @@ final class Refusals {
     /** A name that the script does not declare. */
     void global(Name node) {
         String name = node.getIdentifier();
+        if (isAbsentClass(node)) return;
         if (name.equals("eval")) refuse(node, "Running text as a program (eval) is");
         else if (name.equals("RegExp")) refuse(node, "Regular expressions are");
         else if (ELSEWHERE.contains(name)) refuse(node, name + " is");
+    }
+
+    /** A class of other engines behind instanceof, which nothing is an instance of unless the script defines it. */
+    static boolean isAbsentClass(AstNode node) {
+        boolean asked = node.getParent() instanceof InfixExpression test && test.getType() == Token.INSTANCEOF && test.getRight() == node;
+        if (!asked || !(node instanceof Name name) || Names.variable(name) != null) return false;
+        return ELSEWHERE.contains(name.getIdentifier()) || name.getIdentifier().equals("RegExp");
     }
 
     /** Escapes in a string that the parser reads in another way than strict code means them. */
