@@ -185,7 +185,8 @@ bool JsFile::readLineUnicode(wchar_t* buffer, unsigned long size, IError** error
     const char* at = mSource.data() + mPosition;
     const char* const textEnd = at + left;
     wchar_t* stored = buffer;
-    wchar_t* const limit = buffer + (size - 1);
+    // No byte gives more than one code point, and `size` may be any number.
+    wchar_t* const limit = buffer + std::min(size - 1, static_cast<unsigned long>(left));
     bool valid = true;
     bool more = !takePlainLine(at, textEnd, stored, limit);
     while (more && at != textEnd && stored != limit) {

@@ -80,6 +80,10 @@ TEST(JsFile, LinesThatExactlyFillTheirRoom) {
     EXPECT_EQ(feed.readLine(1), (Outcome{true, {}, {}, 1}));
     FileSubject euro("\xE2\x82\xAC\n");
     EXPECT_EQ(euro.readLineUnicode(9), (Outcome{true, {0x20AC, '\n'}, {}, 4}));
+    wchar_t stored[4] = {};
+    const unsigned long beyondMemory = std::numeric_limits<unsigned long>::max() / sizeof *stored + 2;
+    EXPECT_TRUE(fileOf("\xC3\xB6\n")->readLineUnicode(stored, beyondMemory, nullptr));
+    EXPECT_STREQ(stored, L"\u00F6\n");
     FileSubject number("  3.5e2x");
     EXPECT_EQ(number.readDouble(), (Outcome{true, {bitsOf(350)}, {}, 7}));
     EXPECT_EQ(number.readDouble(), (Outcome{false, {}, {}, 7}));
