@@ -2,9 +2,9 @@
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
 #include <mutex>
 #include <new>
+#include <utility>
 
 #include <vexil3/localization.h>
 
@@ -63,28 +63,34 @@ void freeTexts() {
     Resources::gInit.store(false, std::memory_order_release);
 }
 
+// gLoadBuffer, while this lives: a source may throw.
+struct LoadBuffer {
+    LoadBuffer() noexcept { Resources::gLoadBuffer = new (std::nothrow) char[kLoadBufferSize](); }
+    ~LoadBuffer() { delete[] std::exchange(Resources::gLoadBuffer, nullptr); }
+};
+
 void loadTexts(ILocalizationSource* source) {
     freeTexts();
-    const std::unique_ptr<char[]> buffer(new (std::nothrow) char[kLoadBufferSize]());
-    Resources::gLoadBuffer = buffer.get();
+    const LoadBuffer buffer;
     bool whole = true;
     for (const Message& message : kMessages) {
         *message.text = Resources::loadString(source, message.id, message.defaultText);
         whole = whole && *message.text;
     }
-    Resources::gLoadBuffer = nullptr;
     Resources::gInit.store(whole, std::memory_order_release);
 }
 
-// Whether printf may be given the text with one string. A translator's slip must not read what is
-// not there.
+// Whether printf may be given the text with one string: "%s", "%1$s" or with a width and a precision.
+// A translator's slip must not read what is not there.
 bool takesOneString(const char* format) {
     int strings = 0;
-    for (const char* at = std::strchr(format, '%'); at; at = std::strchr(at + 2, '%')) {
-        if (at[1] != '%' && at[1] != 's') return false;
-        strings += at[1] == 's';
+    for (const char* at = std::strchr(format, '%'); at; at = std::strchr(at + 1, '%')) {
+        if (*++at == '%') continue;
+        if (std::strncmp(at, "1$", 2) == 0) at += 2;
+        at += std::strspn(at, "-.0123456789");
+        if (*at != 's' || ++strings > 1) return false;
     }
-    return strings <= 1;
+    return true;
 }
 
 // The current text of a message, or its default when memory ran out while loading: whoever reports

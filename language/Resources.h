@@ -15,7 +15,7 @@ class ILocalizationSource;
 // [any thread], but nobody may use a text while init or deinit replaces it.
 class VEXIL_API Resources {
 public:
-    // Loads all texts anew; `source` may be null.
+    // Loads all texts anew; `source` may be null, and must not ask for a text itself.
     static void init(ILocalizationSource* source);
     static void deinit();
 

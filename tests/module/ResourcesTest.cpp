@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <map>
+#include <stdexcept>
 #include <thread>
 
 #include <vexil3/identify.h>
@@ -13,7 +14,7 @@ namespace vexil3::test {
 
 namespace {
 
-class Texts final : public ILocalizationSource {
+class Texts : public ILocalizationSource {
 public:
     std::map<int, std::string> texts;
     std::vector<int> asked;
@@ -97,6 +98,15 @@ TEST_F(ResourcesTest, TheSourceIsAskedOnceForEachTextInOrder) {
     EXPECT_STREQ(Resources::getErrorLUA(), "LUA not set");
 }
 
+TEST_F(ResourcesTest, ASourceThatThrowsLeavesNothingBehind) {
+    struct : Texts {
+        bool getString(int, char*, int) override { throw std::runtime_error("no texts"); }
+    } source;
+    EXPECT_THROW(Resources::init(&source), std::runtime_error);
+    EXPECT_EQ(Resources::gLoadBuffer, nullptr);
+    EXPECT_STREQ(Resources::getErrorLUA(), "LUA not set");
+}
+
 TEST_F(ResourcesTest, TheCannotOpenTextIsCutToFitAndBelongsToItsThread) {
     const char* first = Resources::getErrorCantOpen("a.jsl");
     EXPECT_STREQ(first, "Cannot open the file a.jsl.");
@@ -114,10 +124,12 @@ TEST_F(ResourcesTest, TheCannotOpenTextIsCutToFitAndBelongsToItsThread) {
     EXPECT_STREQ(Resources::getErrorCantOpen("a"),
                  "a: nicht zu \xC3\xB6"
                  "ffnen");
-    source.texts[51505] = "100 %%: %s";
-    Resources::init(&source);
-    EXPECT_STREQ(Resources::getErrorCantOpen("a"), "100 %: a");
-    for (const char* slip : {"%s %s", "%n", "%d", "%", "%s %", "%*s", "%1$s %2$s", "%l", "%%%"}) {
+    for (const auto& [format, text] : {std::pair("100 %%: %s", "100 %: a"), {"%1$s?", "a?"}, {"%-3.1s|", "a  |"}}) {
+        source.texts[51505] = format;
+        Resources::init(&source);
+        EXPECT_STREQ(Resources::getErrorCantOpen("a"), text);
+    }
+    for (const char* slip : {"%s %s", "%n", "%d", "%", "%s %", "%*s", "%1$s %2$s", "%2$s", "%1$d", "%9", "%l", "%%%"}) {
         source.texts[51505] = slip;
         Resources::init(&source);
         EXPECT_STREQ(Resources::getErrorCantOpen("a"), "Cannot open the file a.") << slip;
