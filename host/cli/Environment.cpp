@@ -3,7 +3,6 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -89,6 +88,12 @@ void setLocale() {
     if (!name || !std::strcmp(name, "C") || !std::strcmp(name, "POSIX")) ::setenv("LC_ALL", "C.UTF-8", 1);
 }
 
+// The module takes folders as they stand, and its file accessors see names from a root of their own.
+void seeFromRoot(const char* name) {
+    const char* folder = variable(name);
+    if (folder && *folder != '/') ::setenv(name, fs::absolute(folder).c_str(), 1);
+}
+
 }  // namespace
 
 std::string prefix() {
@@ -102,6 +107,8 @@ void setEnvironment() {
     setLocale();
     const std::string cache = defaultCache();
     if (!cache.empty()) ::setenv("VEXIL_JS_CACHE", cache.c_str(), 0);
+    seeFromRoot("VEXIL_JS_CACHE");
+    seeFromRoot("VEXIL_TEMP_DIR");
     ::setenv("VEXIL_CLASSPATH", forShell(translatorFolder()).c_str(), 0);
     std::string options = kJavaOptions;
     const std::string archive = translatorFolder() + "scrivel.jsa";

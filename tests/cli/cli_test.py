@@ -476,6 +476,14 @@ class CliTest(unittest.TestCase):
         first = self.assert_succeeds(self.run_script(script))
         self.assertEqual(self.assert_succeeds(self.run_script(script, PATH="/nonexistent")), first)
 
+    def test_relative_folders_are_seen_from_the_working_directory(self):
+        script = self.write("average.jsl", AVERAGE["average.jsl"])
+        (self.folder / "sources").mkdir()
+        relative = {"VEXIL_JS_CACHE": "kept/here", "VEXIL_TEMP_DIR": "sources"}
+        first = self.assert_succeeds(self.run_script(script, **relative))
+        self.assertEqual(self.assert_succeeds(self.run_script(script, PATH="/nonexistent", **relative)), first)
+        self.assertEqual(len(list((self.folder / "kept/here").glob("*/ok"))), 1)
+
     def test_java_is_found_under_any_name_in_any_locale(self):
         jars = self.folder / "jars of größe"
         jars.symlink_to(PROGRAM.parent.parent / "share/vexil/scrivel")
