@@ -9,7 +9,7 @@ namespace vexil3::js {
 void ErrorMapper::pass(IError** error, IError* source, FileLinesCache* cache, const char* name) noexcept {
     if (name)
         updateErrorLines(error, source, cache, name);
-    else
+    else if (source)
         ErrorFactory::throwStack(error, source);
 }
 

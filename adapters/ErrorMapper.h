@@ -26,8 +26,8 @@ public:
 
     operator IError**() && noexcept { return &mLocal; }
 
-    // Adds the entries of `source` to `error`, with their lines mapped by `name`, or as they are
-    // where that is null.
+    // Adds the entries of `source`, which may be null, to `error`, with their lines mapped by `name`,
+    // or as they are where that is null.
     static void pass(IError** error, IError* source, FileLinesCache* cache, const char* name) noexcept;
 
 private:

@@ -32,7 +32,7 @@ public:
 
     void invoke(int id, IExecutable::InvokeType type, IObjectNoRef* object, IExecutableArgs* args) override {
         inner->invoke(id, type, object, args);
-        if (args->isSucceeded()) return;
+        if (!args || args->isSucceeded()) return;
         const Ref<IError> error(args->getError());
         Ref<IError> rewritten;
         ErrorMapper::pass(rewritten.out(), error.get(), linesCache, scriptName());

@@ -25,6 +25,8 @@ public:
     bool to(_GUID id, void** object) const override { return answersTo<Self, Interface, IObject>(id, this, object); }
 
     bool init(typename Wrapper::HostCallback* callback, IError** error) override {
+        // What asks the host would have nobody to ask: the Lua language refuses this itself.
+        if (!callback) return inner->init(nullptr, error);
         try {
             wrapper.setProfile(callback);
         } catch (const std::bad_alloc& failure) {

@@ -1,8 +1,8 @@
 #include "files/JsFileAccessor.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -31,7 +31,6 @@ basekit3::Mutex JsFileAccessor::mMutex;
 namespace {
 
 constexpr int kSourceNameLength = 16;
-constexpr char kScripts[] = "*.jsl";
 // More than anybody reads, and little enough to hold as errors.
 constexpr int kMostRows = 100000;
 
@@ -60,7 +59,7 @@ std::optional<std::string> readScript(IFile* file, const char* name, IError** er
     std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
     unsigned long done = 0;
     if (!file->read(text.empty() ? nullptr : text.data(), text.size(), done, local.out())) {
-        ErrorFactory::throwStack(error, local.get());
+        if (local) ErrorFactory::throwStack(error, local.get());
         return std::nullopt;
     }
     text.resize(std::min<std::size_t>(text.size(), done));

@@ -9,6 +9,9 @@
 
 namespace vexil3::js {
 
+// The names of JavaScript scripts, for StringUtil::like.
+inline constexpr char kScripts[] = "*.jsl";
+
 // 16 random characters of 0-9A-Za-z.
 std::string genRandomString();
 

@@ -23,8 +23,6 @@ constinit const _GUID JsLanguage::ID = {0x1CDD0E25, 0xA471, 0x46F8, {0xBD, 0xE7,
 
 namespace {
 
-constexpr char kScripts[] = "*.jsl";
-
 void reportInternal(IError** error, const char* message) {
     ErrorFactory::throwError(error, IError::StageLanguage, IError::CodeInternal, message);
 }
@@ -91,7 +89,7 @@ bool JsLanguage::checkSyntax(IPermissions* permissions, IFileAccessor* accessor,
             if (!local) text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
         }
         if (!file || local || !file->read(text.data(), text.size(), done, local.out())) {
-            ErrorFactory::throwStack(error, local.get());
+            if (local) ErrorFactory::throwStack(error, local.get());
             return false;
         }
         const bool correct =
@@ -175,7 +173,7 @@ bool JsLanguage::updateCache(IFileAccessor* accessor, const char* fileName, IErr
 
 void JsLanguage::convertError(IError** error, IError* source) {
     if (!source) return;
-    for (std::uint64_t i = 0; i < source->count(); ++i) {
+    for (std::uint64_t i = 0, count = source->count(); i < count; ++i) {
         const Ref<IErrorEntry> entry(source->get(i));
         int line = entry->line();
         if (entry->file() && StringUtil::like(kScripts, entry->file())) mCache.getLine(entry->file(), line);

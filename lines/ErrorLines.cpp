@@ -98,7 +98,8 @@ void addRewritten(IError** error, IErrorEntry* entry, const FileLinesCache& cach
 
 void updateErrorLines(IError** error, IError* source, FileLinesCache* cache, const char* scriptName) noexcept {
     if (!source) return;
-    for (std::uint64_t i = 0; i < source->count(); ++i) {
+    // Counted first: `error` may hold `source` itself.
+    for (std::uint64_t i = 0, count = source->count(); i < count; ++i) {
         const Ref<IErrorEntry> entry(source->get(i));
         try {
             addRewritten(error, entry.get(), *cache, scriptName ? scriptName : "");

@@ -129,6 +129,7 @@ TYPED_TEST(Adapters, InvokeRewritesTheErrorInItsArguments) {
     arguments.setError(nullptr);
     adapter->init(&callback, nullptr);
     adapter->invoke(4, IExecutable::Call, nullptr, &arguments);
+    adapter->invoke(4, IExecutable::Call, nullptr, nullptr);
     EXPECT_EQ(callback.asked, 0) << "success asks nobody";
 
     inner->raised = kLuaFault;
@@ -161,6 +162,9 @@ TYPED_TEST(Adapters, ProfileInitialisesWithItsWrapperAndRewritesErrors) {
         EXPECT_FALSE(profile->init(&host, error.out()));
         EXPECT_EQ(faults(error), kJavaScriptFault);
         EXPECT_EQ(host.journal.take(), (std::vector<std::string>{"getFileAccessor", "getObjectID"}));
+        EXPECT_FALSE(profile->init(nullptr, error.out()));
+        EXPECT_EQ(inner->callback, nullptr);
+        EXPECT_EQ(faults(error).at(0).message, kLuaFault.message);
 
         const Ref<typename TypeParam::Instance> first(profile->getInstanceImplementation());
         auto* const firstInner = inner->lastInstance;

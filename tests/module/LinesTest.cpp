@@ -124,6 +124,8 @@ TEST_F(Rewriting, EntriesKeepEverythingButTheirLines) {
     Ref<IError> result;
     js::updateErrorLines(result.out(), error.get(), &mCache, "a.jsl");
     EXPECT_EQ(faults(result), (std::vector<Fault>{{4, 100, "", "a.jsl", 3, 1}})) << "no message reads as an empty one";
+    js::updateErrorLines(slot, error.get(), &mCache, "a.jsl");
+    EXPECT_EQ(faults(error).size(), 2u) << "into the error itself";
 }
 
 TEST_F(Rewriting, AnyMessageIsRewrittenAsSearchBySearch) {
