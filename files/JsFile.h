@@ -15,8 +15,8 @@ class VEXIL_API JsFile : public TAddRefImpl<IFile> {
 public:
     static const _GUID ID;
 
-    // Copies the two texts, which end at their first NUL, and the table. The modes are kept for
-    // whoever looks; the file is read-only whatever they say.
+    // Copies the two texts, which end at their first NUL, and the table. The modes are kept; the file
+    // is read-only whatever they say.
     JsFile(const char* name, const char* source, std::vector<int>& lines, IFileAccessor::OpenMode openMode,
            IFileAccessor::AccessMode accessMode, IFileAccessor::DataMode dataMode);
     // Takes text and table over instead.

@@ -1,6 +1,5 @@
 #include "files/LineListing.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>

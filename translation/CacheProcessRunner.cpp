@@ -110,21 +110,22 @@ std::unique_ptr<ProcessResult> CacheProcessRunner::answerFromEntry(const Entry& 
     return std::make_unique<ProcessResult>(0, std::move(lines), std::move(content));
 }
 
-ProcessResult* CacheProcessRunner::externalLoad(const char* sourcePath, const char* scriptName, IFileAccessor* accessor,
-                                                const std::string& md5sumPath, const std::string& contentPath,
-                                                const std::string& linesPath, const std::string& okPath) {
+ProcessResult* CacheProcessRunner::externalLoad(const std::string& sourcePath, const std::string& scriptName,
+                                                IFileAccessor* accessor, const std::string& md5sumPath,
+                                                const std::string& contentPath, const std::string& linesPath,
+                                                const std::string& okPath) {
     std::string digest;
     Ref<IError> error;
     if (!calcMD5(sourcePath, accessor, digest, error.out())) return failure(error).release();
     return externalLoad(sourcePath, scriptName, accessor, md5sumPath, contentPath, linesPath, okPath, digest);
 }
 
-ProcessResult* CacheProcessRunner::externalLoad(const char* sourcePath, const char* scriptName, IFileAccessor* accessor,
-                                                const std::string& md5sumPath, const std::string& contentPath,
-                                                const std::string& linesPath, const std::string& okPath,
-                                                const std::string& digest) {
+ProcessResult* CacheProcessRunner::externalLoad(const std::string& sourcePath, const std::string& scriptName,
+                                                IFileAccessor* accessor, const std::string& md5sumPath,
+                                                const std::string& contentPath, const std::string& linesPath,
+                                                const std::string& okPath, const std::string& digest) {
     innerRunning = true;
-    std::unique_ptr<ProcessResult> result(inner->runExternalCommand(sourcePath, scriptName));
+    std::unique_ptr<ProcessResult> result(inner->runExternalCommand(sourcePath.c_str(), scriptName.c_str()));
     innerRunning = false;
     if (result && result->getCode() == 0) store(*result, accessor, md5sumPath, contentPath, linesPath, okPath, digest);
     return result.release();

@@ -37,10 +37,10 @@ public:
     void cancel() override;
 
     // Translates and keeps a success; the first computes the digest of the source itself. [owned]
-    ProcessResult* externalLoad(const char* sourcePath, const char* scriptName, IFileAccessor* accessor,
+    ProcessResult* externalLoad(const std::string& sourcePath, const std::string& scriptName, IFileAccessor* accessor,
                                 const std::string& md5sumPath, const std::string& contentPath,
                                 const std::string& linesPath, const std::string& okPath);
-    ProcessResult* externalLoad(const char* sourcePath, const char* scriptName, IFileAccessor* accessor,
+    ProcessResult* externalLoad(const std::string& sourcePath, const std::string& scriptName, IFileAccessor* accessor,
                                 const std::string& md5sumPath, const std::string& contentPath,
                                 const std::string& linesPath, const std::string& okPath, const std::string& digest);
 

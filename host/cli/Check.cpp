@@ -1,6 +1,7 @@
 #include "host/cli/Check.h"
 
 #include <map>
+#include <memory>
 
 #include "host/cli/Run.h"
 

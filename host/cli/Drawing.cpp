@@ -1,6 +1,5 @@
 #include "host/cli/Drawing.h"
 
-#include <array>
 #include <cmath>
 #include <limits>
 

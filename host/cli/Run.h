@@ -1,7 +1,6 @@
 // One run of a script, as its kind.
 #pragma once
 
-#include <memory>
 #include <string>
 
 #include <vexil3/file_system_accessor.h>

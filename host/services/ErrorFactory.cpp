@@ -1,5 +1,3 @@
-#include <new>
-
 #include "host/services/Error.h"
 
 namespace vexil3 {

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <iterator>
 
 #include "host/services/Guarded.h"
 
