@@ -23,6 +23,14 @@ void openLibraries(lua_State* L) {
         lua_pushcfunction(L, open);
         lua_call(L, 0, 0);
     }
+    // By default LuaJIT keeps half a megabyte of compiled code and begins anew when that is full, which a script with a
+    // whole library in it does many times a second.
+    lua_getglobal(L, "jit");
+    lua_getfield(L, -1, "opt");
+    lua_getfield(L, -1, "start");
+    lua_pushliteral(L, "maxmcode=2048");
+    lua_call(L, 1, 0);
+    lua_pop(L, 2);
 }
 
 // Calls the function in upvalue 1 if the native stack allows it. Lua has no bound of its own on how
