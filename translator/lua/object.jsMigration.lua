@@ -300,8 +300,12 @@ static("isExtensible", 1, function(o) return not isRestricted(o, 1) end)
 
 -- Functions.
 
-local function refuse() js.throwError("Error", "Function from text is not supported") end
-js.constructor("Function", 1, FunctionProto, refuse, refuse)
+local function globalThis() return js.G.globalThis end
+local function compile(text)
+  if text == "return this" then return globalThis end
+  js.throwError("Error", "Making functions from text (Function) is not supported")
+end
+js.constructor("Function", 1, FunctionProto, function(_, ...) return compile(...) end, compile)
 defineOwn(FunctionProto, "caller", CONFIGURABLE, nil, js.poisoned, js.poisoned)
 defineOwn(FunctionProto, "arguments", CONFIGURABLE, nil, js.poisoned, js.poisoned)
 

@@ -59,7 +59,9 @@ final class Binding implements NodeVisitor {
             case Token.NAME -> name((Name) node, false);
             case Token.STRING, Token.TEMPLATE_CHARS -> {
                 refusals.escapes(node);
-                names.hooks |= node instanceof StringLiteral text && HOOKS.contains(text.getValue());
+                if (!(node instanceof StringLiteral text)) return true;
+                names.hooks |= HOOKS.contains(text.getValue());
+                names.sharesGlobals |= text.getValue().equals(Refusals.GLOBAL);
             }
             case Token.THIS -> {
                 FunctionInfo owner = names.function.ofThis();
@@ -180,7 +182,7 @@ final class Binding implements NodeVisitor {
             case Token.NAME -> {
                 Name name = (Name) node;
                 names.mathShared |= name.getIdentifier().equals("Math");
-                if (how == null) refusals.binding(name, null);
+                if (how == null) refusals.binding(name, false);
                 else declared(name, names.declare(name, how.kind), how, value);
                 types.assigned(names.use(name, value != null), value);
             }

@@ -109,7 +109,7 @@ final class Names {
     /** Declares a name in its scope; gives its variable, an earlier one where it may be declared again. */
     Variable declare(Name name, Variable.Kind kind) {
         String text = name.getIdentifier();
-        refusals.binding(name, kind);
+        refusals.binding(name, scope.function.real().node != null);
         declared.add(text);
         Scope home = scope;
         if (kind == Variable.Kind.VAR) {
@@ -150,7 +150,7 @@ final class Names {
 
     /** Declares the name of a function expression within it. */
     void declareSelf(FunctionInfo info, Name name) {
-        refusals.binding(name, Variable.Kind.SELF);
+        refusals.binding(name, true);
         info.variable = scope.declare(name.getIdentifier(), Variable.Kind.SELF);
         declared.add(name.getIdentifier());
     }

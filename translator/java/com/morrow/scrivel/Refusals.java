@@ -13,6 +13,9 @@ final class Refusals {
         "Uint8Array", "Uint8ClampedArray", "Int16Array", "Uint16Array", "Int32Array", "Uint32Array", "Float32Array",
         "Float64Array", "AggregateError", "setTimeout", "setInterval");
 
+    /** Libraries get the global object by a function of this text. */
+    static final String GLOBAL = "return this";
+
     private final Diagnostics errors;
 
     Refusals(Diagnostics errors) {
@@ -61,7 +64,7 @@ final class Refusals {
             }
             case Token.CALL, Token.NEW -> {
                 if (!(((FunctionCall) node).getTarget() instanceof Name name)) yield null;
-                if (name.getIdentifier().equals("Function")) yield "Making functions from text (Function) is";
+                if (name.getIdentifier().equals("Function") && !asksForGlobals(node)) yield "Making functions from text (Function) is";
                 boolean literal = node instanceof NewExpression made && made.getInitializer() != null;
                 yield literal ? "An object literal after new is" : null;
             }
@@ -69,6 +72,11 @@ final class Refusals {
             case Token.LET -> node instanceof LetNode ? "Let expressions are" : null;
             default -> null;
         };
+    }
+
+    private static boolean asksForGlobals(AstNode call) {
+        List<AstNode> arguments = ((FunctionCall) call).getArguments();
+        return arguments.size() == 1 && arguments.get(0) instanceof StringLiteral text && text.getValue().equals(GLOBAL);
     }
 
     /** A name that the script does not declare. */
@@ -115,13 +123,13 @@ final class Refusals {
         throw new Generator.Refusal(literal, "The property name \\0" + key.charAt(1) + " is not supported");
     }
 
-    /** A name that is declared or assigned; `kind` says how it is declared. */
-    void binding(Name node, Variable.Kind kind) {
+    /** A name that is assigned, or declared; `local` where a function declares it. */
+    void binding(Name node, boolean local) {
         String name = node.getIdentifier();
         switch (name) {
             case "eval", "arguments" -> errors.report(node, "Unexpected eval or arguments in strict mode");
             case "undefined", "NaN", "Infinity" -> {
-                if (kind != Variable.Kind.PARAMETER) refuse(node, "A variable named " + name + " is");
+                if (!local) refuse(node, "A variable named " + name + " is");
             }
             default -> reserved(node);
         }
