@@ -109,7 +109,8 @@ final class Syntax {
 
     private static String feature(String text, int at, String message) {
         char c = at < text.length() ? text.charAt(at) : 0;
-        if (message.endsWith(": super")) return "Classes are";
+        if (message.endsWith(": super")) return "The word super is";
+        if (c == '.' && text.substring(0, at).stripTrailing().endsWith("new")) return "The expression new.target is";
         if (message.endsWith(": import") || message.endsWith(": export")) return "Modules are";
         if (message.endsWith(": await") || text.startsWith("async", at)) return "Asynchronous functions are";
         if (message.startsWith("invalid property id") && c == '[') return "Accessors with computed names are";
