@@ -99,9 +99,9 @@ final class Counting {
         if (counter.kind == Variable.Kind.CONST) return false;
         for (Variable.Use use : counter.uses) {
             boolean inHead = isInLoop(use) && use.position < loop.getCondition().getPosition();
-            if (inHead && (use.closure() != null || counter.isLexical() && !use.write)) return false;
+            if (inHead && (use.closure() != null || counter.kind.isLexical() && !use.write)) return false;
         }
-        if (counter.isLexical() && counter.scope == Names.scope(loop)) return counter.writes == 2;
+        if (counter.kind.isLexical() && counter.scope == Names.scope(loop)) return counter.writes == 2;
         if (counter.captured) return false;
         int writes = 0;
         for (Variable.Use use : counter.uses) {

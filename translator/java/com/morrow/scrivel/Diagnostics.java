@@ -1,12 +1,10 @@
 package com.morrow.scrivel;
 
 import java.util.ArrayList;
-import org.mozilla.javascript.EvaluatorException;
 import org.mozilla.javascript.ast.AstNode;
-import org.mozilla.javascript.ast.IdeErrorReporter;
 
 /** Collects what is wrong with a script, each fault once, in the order of the text. */
-final class Diagnostics implements IdeErrorReporter {
+final class Diagnostics {
     private static final int MOST = 100;
 
     private record Fault(int line, int column, int lastLine, String message, boolean fromParser) {
@@ -36,7 +34,8 @@ final class Diagnostics implements IdeErrorReporter {
 
     /** Reports a place in the parser's text. */
     void report(int offset, String message) {
-        report(original(offset), original(offset), message, false);
+        int at = source == null ? 0 : source.original(offset);
+        report(at, at, message, false);
     }
 
     /** Reports a place in the author's text, where the parser may go astray as well. */
@@ -47,10 +46,6 @@ final class Diagnostics implements IdeErrorReporter {
     /** Reports a part of the author's text, where the parser goes astray. */
     void reportTokens(int offset, int end, String message) {
         report(offset, end, message, true);
-    }
-
-    private int original(int offset) {
-        return source == null ? 0 : source.original(offset);
     }
 
     private void report(int offset, int end, String message, boolean fromParser) {
@@ -72,27 +67,5 @@ final class Diagnostics implements IdeErrorReporter {
             text.append(fault.message.replace('\n', ' ')).append('\n');
         }
         return text.toString();
-    }
-
-    @Override
-    public void error(String message, String name, int offset, int length) {
-        String explained = Syntax.explain(source.given, original(offset), length, message);
-        if (explained != null) reportToken(original(offset), explained);
-    }
-
-    @Override
-    public void error(String message, String name, int line, String text, int column) {
-        error(message, name, column, 1);
-    }
-
-    @Override
-    public void warning(String message, String name, int offset, int length) {}
-
-    @Override
-    public void warning(String message, String name, int line, String text, int column) {}
-
-    @Override
-    public EvaluatorException runtimeError(String message, String name, int line, String text, int column) {
-        return new EvaluatorException(message, name, line, text, column);
     }
 }

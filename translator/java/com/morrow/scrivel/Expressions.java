@@ -88,7 +88,7 @@ final class Expressions {
 
     Code name(Name node) {
         Variable.Use use = Names.use(node);
-        Variable variable = use == null ? null : use.variable;
+        Variable variable = use.variable;
         if (variable == null) return global(node);
         if (use.early) return check(node, g.js("unset"));
         if (variable.isCheckedAt(use)) return check(node, variable.access());

@@ -8,15 +8,11 @@ import org.mozilla.javascript.ast.*;
 
 /** Where control goes: which statements never end normally, and what a break or continue leads to. */
 final class Flow {
-    private static final int ENDS = 1005;
-
     /** A statement that break or continue can name, or a part of a try statement that they have to leave. */
     final Flow outer;
     final List<Label> labels;
     final boolean isLoop;
     final boolean isSwitch;
-    /** Lua's own break leaves it. */
-    boolean isLuaLoop;
     String breakLabel;
     String continueLabel;
     /** For a part of a try statement: the jumps that leave it, in the order of their codes from 2 on. */
@@ -42,10 +38,10 @@ final class Flow {
         return jumps != null;
     }
 
-    /** What a break or continue leads to, with a label or with null; null when there is no such statement. */
+    /** What a break or continue leads to, with a label or with null. */
     Flow find(String label, boolean isContinue) {
         Flow flow = this;
-        while (flow != null && (flow.isPart() || !flow.takes(label, isContinue))) flow = flow.outer;
+        while (!flow.takes(label, isContinue)) flow = flow.outer;
         return flow;
     }
 
@@ -58,16 +54,12 @@ final class Flow {
     /** True when control never gets past a statement. */
     static boolean ends(AstNode node) {
         if (node == null) return false;
-        int known = node.getIntProp(ENDS, -1);
-        if (known >= 0) return known == 1;
-        boolean ends = switch (node.getType()) {
+        return switch (node.getType()) {
             case Token.RETURN, Token.THROW, Token.BREAK, Token.CONTINUE -> true;
             case Token.BLOCK -> anyEnds(node);
             case Token.IF -> ends(((IfStatement) node).getThenPart()) && ends(((IfStatement) node).getElsePart());
             default -> false;
         };
-        if (node.getType() == Token.BLOCK || node.getType() == Token.IF) node.putIntProp(ENDS, ends ? 1 : 0);
-        return ends;
     }
 
     private static boolean anyEnds(AstNode block) {

@@ -10,7 +10,6 @@ import org.mozilla.javascript.ast.*;
 final class Functions {
     /** Lines of the chunk before the script's own text. */
     static final int PROLOGUE = 3;
-    private static final int MOST_NAMES_A_LINE = 50;
     private static final int MOST_PARAMETERS = 100;
     /** Levels of Lua's parser that a function and the call around it take. */
     private static final int LEVELS = 4;
@@ -28,7 +27,7 @@ final class Functions {
         if (main.usesThis) g.out.add("local this = " + g.js("G") + ".globalThis");
         enter(main.scope);
         for (Variable variable : main.scope.variables) if (variable.shared) share(variable);
-        g.statements.list(children(root), true);
+        g.statements.list(children(root));
         for (Variable variable : main.scope.variables) expose(variable);
         Block all = g.leave(outer);
         g.out.add(all);
@@ -71,17 +70,12 @@ final class Functions {
     /** Declares what a scope needs from its beginning on: its table, its hoisted variables and functions. */
     void enter(Scope scope) {
         if (scope.table != null) g.out.add(g.line(scope.node), "local " + scope.table + " = {}");
-        StringBuilder names = new StringBuilder();
-        int count = 0;
+        ArrayList<String> hoisted = new ArrayList<>();
         for (Variable variable : scope.variables) {
             if (variable.checked) g.out.add(definition(variable) + g.js("unset"));
-            else if (isHoisted(variable)) names.append(count++ == 0 ? "local " : ", ").append(variable.lua);
-            if (count < MOST_NAMES_A_LINE) continue;
-            g.out.add(names.toString());
-            names.setLength(0);
-            count = 0;
+            else if (isHoisted(variable)) hoisted.add(variable.lua);
         }
-        if (count > 0) g.out.add(names.toString());
+        if (!hoisted.isEmpty()) g.out.add("local " + String.join(", ", hoisted));
         for (FunctionNode node : scope.functions) declaration(node, scope);
     }
 
@@ -93,7 +87,7 @@ final class Functions {
     private static boolean isHoisted(Variable variable) {
         if (variable.inPlace || variable.spilledIn != null) return false;
         if (variable.kind == Variable.Kind.FUNCTION) return variable.writes > 0 || isUsedBefore(variable);
-        return variable.kind == Variable.Kind.VAR || variable.isLexical();
+        return variable.kind == Variable.Kind.VAR || variable.kind.isLexical();
     }
 
     /** Whether a hoisted function before this one refers to it, so that its name must be known there already. */
@@ -143,14 +137,11 @@ final class Functions {
         Block top = new Block();
         String parameters = parameters(node, info, top);
         enter(info.body);
-        g.statements.list(children(node.getBody()), true);
+        g.statements.list(children(node.getBody()));
         Block body = g.leave(outer);
         g.line = line;
-        Code code = Code.of(g.line(node), new FunctionRow(name, length(node), info.arrow || node.isMethod() ? 'a' : 'f'),
+        return Code.of(g.line(node), new FunctionRow(name, length(node), info.arrow || node.isMethod() ? 'a' : 'f'),
             words + "(" + parameters + ")", top, body, Code.NEWLINE, g.endLine(node), Code.END, "end");
-        code.weight = 1;
-        code.calls = false;
-        return code;
     }
 
     /** Gives the list of parameters. What unpacks arguments goes to the top, what unpacks values to the current block. */

@@ -76,7 +76,7 @@ final class Generator {
     void translate(AstRoot root, FunctionInfo main) {
         for (Scope scope : names.scopes) {
             for (Variable variable : scope.variables) {
-                if (!variable.isLexical() || !variable.isSettled() || variable.initial == null) continue;
+                if (!variable.kind.isLexical() || !variable.isSettled() || variable.initial == null) continue;
                 int type = variable.initial.getType();
                 boolean literal = type == Token.NUMBER || type == Token.TRUE || type == Token.FALSE;
                 if (literal) variable.constant = value(variable.initial);

@@ -1,6 +1,5 @@
 package com.morrow.scrivel;
 
-import com.morrow.scrivel.Generator.Refusal;
 import java.util.ArrayList;
 import java.util.List;
 import org.mozilla.javascript.Token;
@@ -24,7 +23,7 @@ final class Jumps {
     }
 
     /** The value's parentheses keep the frame: Lua's tail call would drop it from every traceback. */
-    void returning(AstNode node, boolean last) {
+    void returning(AstNode node) {
         Code code = Code.of(g.line, "return");
         Code value = node == null ? null : g.value(node);
         Flow part = part();
@@ -33,24 +32,22 @@ final class Jumps {
             code.add(value == null ? " " + RETURN : " " + RETURN + ",");
         }
         if (value != null) code.add(value.isCall ? " (" : " ", value, value.isCall ? ")" : "");
-        if (last) g.out.add(code);
-        else g.out.add(g.line, "do ", code, " end");
+        g.out.add(code);
     }
 
-    void jump(Name label, boolean isContinue, AstNode node) {
-        Flow target = g.flow == null ? null : g.flow.find(label == null ? null : label.getIdentifier(), isContinue);
-        if (target == null) throw new Refusal(node, "Illegal " + (isContinue ? "continue" : "break") + " statement");
-        jump(target, isContinue);
+    /** The parser has seen to it that there is a statement that a jump leads to. */
+    void jump(Name label, boolean isContinue) {
+        jump(g.flow.find(label == null ? null : label.getIdentifier(), isContinue), isContinue);
     }
 
     private void jump(Flow target, boolean isContinue) {
-        boolean direct = target.isLuaLoop && !isContinue;
+        boolean direct = target.isLoop && !isContinue;
         for (Flow flow = g.flow; flow != target; flow = flow.outer) {
             if (flow.isPart()) {
                 g.out.add(g.line, "do return " + code(flow, target, isContinue) + " end");
                 return;
             }
-            direct &= !flow.isLuaLoop;
+            direct &= !flow.isLoop;
         }
         g.out.add(g.line, direct ? "do break end" : "goto " + target.label(isContinue, g));
     }
@@ -150,7 +147,7 @@ final class Jumps {
 
     private void list(SwitchCase one, List<AstNode> statements) {
         g.deeper(one, 1);
-        g.statements.list(statements, true);
+        g.statements.list(statements);
         g.depth--;
     }
 

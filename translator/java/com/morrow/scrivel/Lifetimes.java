@@ -86,7 +86,7 @@ final class Lifetimes {
             if (use.position >= last) v.safe = v.inPlace = false;
             if (v.caseEnd >= 0 && use.position >= v.caseEnd) v.checked = true;
             FunctionInfo closure = use.closure();
-            if (isIterated(v.home.node, use)) use.early = v.isLexical();
+            if (isIterated(v.home.node, use)) use.early = v.kind.isLexical();
             else if (closure == null) early(v, use);
             else closure(v, closure);
         }
@@ -96,7 +96,7 @@ final class Lifetimes {
         }
         // The conditions of a switch run before the statements that come first.
         v.checked |= v.home.isSwitch && v.captured;
-        v.checked &= v.isLexical();
+        v.checked &= v.kind.isLexical();
     }
 
     /** In what a loop goes through, its own variables are never initialised. */
@@ -108,7 +108,7 @@ final class Lifetimes {
 
     private static void early(Variable v, Variable.Use use) {
         if (use.position >= v.end || use.position > v.start && use.position >= v.ownEnd && use.position < v.patternEnd) return;
-        if (v.isLexical()) use.early = true;
+        if (v.kind.isLexical()) use.early = true;
         else v.safe = false;
         v.inPlace = false;
     }
@@ -130,7 +130,7 @@ final class Lifetimes {
             v.safe = v.inPlace = false;
             v.checked = true;
         }
-        if (!v.isLexical() && closure.start < v.start && !hoisted) v.safe = false;
+        if (!v.kind.isLexical() && closure.start < v.start && !hoisted) v.safe = false;
     }
 
     // -- limits

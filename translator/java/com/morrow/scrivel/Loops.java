@@ -20,7 +20,6 @@ final class Loops {
 
     void loop(Loop node, List<Label> labels) {
         g.flow = new Flow(g.flow, labels, true, false);
-        g.flow.isLuaLoop = true;
         if (node instanceof ForInLoop loop) forEach(loop);
         else if (node instanceof WhileLoop loop) whileLoop(loop.getCondition(), loop.getBody(), null);
         else if (node instanceof DoLoop loop) doLoop(loop);
@@ -101,9 +100,7 @@ final class Loops {
         if (scope.variables.isEmpty()) return;
         g.temporaries++;
         if (g.depth < Generator.MOST_ENCLOSED) return;
-        for (Variable variable : scope.variables) {
-            if (variable.spilledIn == null) variable.lua += Lua.CHANGED + Integer.toString(g.number());
-        }
+        for (Variable variable : scope.variables) variable.lua += Lua.CHANGED + Integer.toString(g.number());
     }
 
     private void initialise(AstNode node) {

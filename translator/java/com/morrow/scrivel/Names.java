@@ -39,8 +39,7 @@ final class Names {
     // -- what is known of a node
 
     static Variable variable(AstNode name) {
-        Variable.Use use = use(name);
-        return use == null ? null : use.variable;
+        return use(name).variable;
     }
 
     static Variable.Use use(AstNode name) {
@@ -122,7 +121,7 @@ final class Names {
         Variable found = home.names.get(text);
         if (found == null && home.isBody() && !home.isFunction()) found = home.parent.names.get(text);
         if (found == null || found.kind == Variable.Kind.SELF) return home.declare(text, kind);
-        boolean again = home.isBody() && !kind.isLexical() && !found.isLexical();
+        boolean again = home.isBody() && !kind.isLexical() && !found.kind.isLexical();
         if (!again) clash(name);
         found.again = true;
         return found;

@@ -51,11 +51,7 @@ final class Operands {
 
     /** Puts every operand so far into a variable, whatever it is. */
     void keepAll() {
-        for (int i = 0; i < count(); i++) {
-            Code code = get(i);
-            if (code.rank != Code.PREFIX || !code.stable || code.parenthesis) codes.set(i, g.save(code));
-        }
-        settled = count();
+        for (settled = 0; settled < count(); settled++) codes.set(settled, g.save(get(settled)));
     }
 
     Code get(int i) {

@@ -8,21 +8,15 @@ import org.mozilla.javascript.ast.*;
  * like valueOf, reading a member or turning an operand into another type may run one.
  */
 final class Quiet implements NodeVisitor {
-    private final Names names;
-    private final Types types;
+    private final Generator g;
     private boolean quiet = true;
 
-    private Quiet(Names names, Types types) {
-        this.names = names;
-        this.types = types;
+    private Quiet(Generator g) {
+        this.g = g;
     }
 
     static boolean is(AstNode node, Generator g) {
-        return is(node, g.names, g.types);
-    }
-
-    static boolean is(AstNode node, Names names, Types types) {
-        Quiet test = new Quiet(names, types);
+        Quiet test = new Quiet(g);
         node.visit(test);
         return test.quiet;
     }
@@ -33,7 +27,7 @@ final class Quiet implements NodeVisitor {
         else if (node instanceof UpdateExpression change) quiet &= isName(change.getOperand());
         else if (node.getType() == Token.CALL) quiet &= Calls.mathFunction(((FunctionCall) node).getTarget()) != null;
         else quiet &= node.getType() != Token.NEW && node.getType() != Token.DELPROP && !(node instanceof ForInLoop);
-        quiet &= !names.hooks || !mayCallHook(node);
+        quiet &= !g.names.hooks || !mayCallHook(node);
         return quiet && node.getType() != Token.FUNCTION;
     }
 
@@ -53,7 +47,7 @@ final class Quiet implements NodeVisitor {
     }
 
     private boolean isPrimitive(AstNode node) {
-        int type = types.of(node);
+        int type = g.types.of(node);
         return Types.isNumber(type) || type == Types.STRING || type == Types.BOOLEAN;
     }
 }

@@ -13,27 +13,25 @@ final class Statements {
         this.g = g;
     }
 
-    /** The statements of a list, at the end of a Lua block or not; what control cannot reach is left out. */
-    void list(List<AstNode> statements, boolean inTail) {
-        for (int i = 0; i < statements.size(); i++) {
-            boolean last = i == statements.size() - 1 || Flow.ends(statements.get(i));
-            statement(statements.get(i), inTail && last);
-            if (last) return;
+    /** The statements of a list; what control cannot reach is left out, so that a return is the last of its Lua block. */
+    void list(List<AstNode> statements) {
+        for (AstNode statement : statements) {
+            statement(statement);
+            if (Flow.ends(statement)) return;
         }
     }
 
-    /** A statement; a bare return may stand where it is the last of a Lua block. */
-    private void statement(AstNode node, boolean tail) {
+    private void statement(AstNode node) {
         g.line = g.line(node);
         LuaWriter.Span span = span(node);
         switch (node.getType()) {
             case Token.VAR -> declaration((VariableDeclaration) node);
             case Token.FUNCTION, Token.EMPTY, Token.DEBUGGER -> {}
-            case Token.BLOCK -> block(node, tail);
+            case Token.BLOCK -> block(node);
             default -> {
                 int before = g.temporaries;
                 Block outer = g.collect();
-                simple(node, tail);
+                simple(node);
                 Block inner = g.collected(outer);
                 if (g.depth < Generator.MOST_ENCLOSED || g.temporaries > Generator.MOST_TEMPORARIES) g.enclose(g.line(node), inner, before);
                 else g.out.add(inner);
@@ -55,22 +53,22 @@ final class Statements {
         return span;
     }
 
-    private void simple(AstNode node, boolean tail) {
+    private void simple(AstNode node) {
         switch (node.getType()) {
             case Token.IF -> ifStatement((IfStatement) node);
-            case Token.RETURN -> g.jumps.returning(((ReturnStatement) node).getReturnValue(), tail);
+            case Token.RETURN -> g.jumps.returning(((ReturnStatement) node).getReturnValue());
             case Token.THROW -> {
                 Code value = g.value(((ThrowStatement) node).getExpression());
                 g.out.add(g.operators.library(g.line(node), "throw", value));
             }
-            case Token.BREAK -> g.jumps.jump(((BreakStatement) node).getBreakLabel(), false, node);
-            case Token.CONTINUE -> g.jumps.jump(((ContinueStatement) node).getLabel(), true, node);
+            case Token.BREAK -> g.jumps.jump(((BreakStatement) node).getBreakLabel(), false);
+            case Token.CONTINUE -> g.jumps.jump(((ContinueStatement) node).getLabel(), true);
             case Token.FOR, Token.WHILE, Token.DO -> g.loops.loop((Loop) node, null);
             case Token.SWITCH -> g.jumps.switchStatement((SwitchStatement) node, null);
             case Token.TRY -> g.jumps.tryStatement((TryStatement) node);
             default -> {
                 if (node instanceof LabeledStatement labeled) g.jumps.labeled(labeled);
-                else g.expressions.effect(node instanceof ExpressionStatement statement ? statement.getExpression() : node);
+                else g.expressions.effect(((ExpressionStatement) node).getExpression());
             }
         }
     }
@@ -82,18 +80,16 @@ final class Statements {
         int before = g.temporaries;
         g.deeper(node, 1);
         if (node.getType() == Token.BLOCK) {
-            Scope scope = Names.scope(node);
-            if (scope != null) g.functions.enter(scope);
-            list(Functions.children(node), true);
-        } else statement(node, true);
+            g.functions.enter(Names.scope(node));
+            list(Functions.children(node));
+        } else statement(node);
         g.depth--;
         g.temporaries = before;
     }
 
-    private void block(AstNode node, boolean tail) {
-        Scope scope = Names.scope(node);
-        if (scope == null || scope.variables.isEmpty()) {
-            list(Functions.children(node), tail);
+    private void block(AstNode node) {
+        if (Names.scope(node).variables.isEmpty()) {
+            list(Functions.children(node));
             return;
         }
         g.out.add(g.line(node), "do");
@@ -140,7 +136,7 @@ final class Statements {
         Variable variable = Names.variable(name);
         boolean here = isDeclaredAt(name);
         if (value == null) {
-            boolean clears = variable.isLexical() && (variable.spilledIn != null || variable.checked);
+            boolean clears = variable.kind.isLexical() && (variable.spilledIn != null || variable.checked);
             if (here) declare(variable);
             else if (clears) g.assignments.write(name, Code.atom("nil", Types.UNKNOWN), true);
             return;

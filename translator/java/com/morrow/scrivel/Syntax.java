@@ -19,10 +19,22 @@ final class Syntax {
         settings.setRecoverFromErrors(true);
         settings.setIdeMode(true);
         settings.setXmlAvailable(false);
-        settings.setErrorReporter(errors);
-        AstRoot root = new Parser(settings, errors).parse(source.text, "source", 1);
+        ErrorCollector problems = new ErrorCollector();
+        settings.setErrorReporter(problems);
+        AstRoot root;
+        try {
+            root = new Parser(settings, problems).parse(source.text, "source", 1);
+        } finally {
+            for (ParseProblem problem : problems.getErrors()) report(problem, source, errors);
+        }
         if (!errors.any()) root.visit(new Placing());
         return root;
+    }
+
+    private static void report(ParseProblem problem, Source source, Diagnostics errors) {
+        int at = source.original(problem.getFileOffset());
+        String message = explain(source.given, at, problem.getLength(), problem.getMessage());
+        if (message != null && problem.getType() == ParseProblem.Type.Error) errors.reportToken(at, message);
     }
 
     /** The parser counts a node's position from its parent's, but for slips in loops within labelled statements. */
@@ -35,9 +47,7 @@ final class Syntax {
             node.setLength(length(node));
             if (parent instanceof CatchClause clause && node == clause.getBody()) node.setLength(Names.end(clause) - node.getPosition());
             if (isExpressionBody(parent)) shorten(parent, Names.end(node));
-            if (!(node instanceof ObjectProperty property) || property.getLeft() != property.getRight()) return true;
-            property.getLeft().visit(this);
-            return false;
+            return true;
         }
 
         /** The body of an arrow function that has no braces; its only statement has been placed. */

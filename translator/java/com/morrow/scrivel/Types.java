@@ -15,8 +15,6 @@ final class Types {
     /** Stands for a value of which nothing is known. */
     static final AstNode ANYTHING = new EmptyExpression();
 
-    private static final int MOST_ROUNDS = 12;
-
     private record Assigned(Variable.Use target, AstNode value) {}
 
     private record Returned(FunctionInfo function, AstNode value) {}
@@ -37,27 +35,21 @@ final class Types {
 
     void infer(Names names) {
         mathIsPlain = names.mathIsPlain();
-        begin(names, false);
-        for (int round = 0; round < MOST_ROUNDS; round++) {
-            if (!settle()) return;
-        }
-        begin(names, true);
-    }
-
-    /** Gives every variable and function the type from which it may only widen, or none to rely on. */
-    private static void begin(Names names, boolean unknown) {
         for (Scope scope : names.scopes) {
-            for (Variable variable : scope.variables) variable.type = unknown ? UNKNOWN : initial(variable);
+            for (Variable variable : scope.variables) variable.type = initial(variable);
         }
         for (FunctionInfo function : names.functions) {
             boolean falls = function.node == null || !Flow.ends(function.node.getBody());
-            function.returnType = unknown || falls ? UNKNOWN : NONE;
+            function.returnType = falls ? UNKNOWN : NONE;
         }
+        while (settle()) continue;
     }
+
+    /** The type from which a variable's may only widen. */
 
     private static int initial(Variable variable) {
         if (variable.kind == Variable.Kind.FUNCTION) return variable.writes == 0 ? FUNCTION : UNKNOWN;
-        boolean local = variable.isLexical() || variable.kind == Variable.Kind.VAR;
+        boolean local = variable.kind.isLexical() || variable.kind == Variable.Kind.VAR;
         return local && variable.safe && variable.initialised && !variable.shared ? NONE : UNKNOWN;
     }
 
@@ -138,7 +130,6 @@ final class Types {
 
     private static int name(Name node) {
         Variable.Use use = Names.use(node);
-        if (use == null) return UNKNOWN;
         if (use.variable != null) return use.early ? UNKNOWN : use.variable.type;
         String name = node.getIdentifier();
         return name.equals("NaN") || name.equals("Infinity") ? NUMBER : UNKNOWN;

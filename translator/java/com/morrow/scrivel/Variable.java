@@ -96,10 +96,6 @@ final class Variable {
         this.lua = Lua.variable(name);
     }
 
-    boolean isLexical() {
-        return kind.isLexical();
-    }
-
     void add(Use use) {
         use.variable = this;
         uses.add(use);
