@@ -17,16 +17,14 @@ final class Binding implements NodeVisitor {
     private static final Set<String> HOOKS = Set.of("get", "set", "valueOf", "toString", "join");
 
     private final Source source;
-    private final Types types;
     private final Diagnostics errors;
     private final Refusals refusals;
     private final Names names;
     private AstNode descending;
 
-    Binding(Source source, Diagnostics errors, Types types) {
+    Binding(Source source, Diagnostics errors) {
         this.source = source;
         this.errors = errors;
-        this.types = types;
         refusals = new Refusals(errors);
         names = new Names(errors, refusals);
     }
@@ -97,7 +95,7 @@ final class Binding implements NodeVisitor {
             }
             case Token.RETURN -> {
                 names.function.leaveAt(Names.end(node));
-                types.returned(names.function.real(), ((ReturnStatement) node).getReturnValue());
+                names.function.real().returns.add((ReturnStatement) node);
                 return true;
             }
             default -> {
@@ -117,7 +115,7 @@ final class Binding implements NodeVisitor {
         if (text.equals("arguments") && owner.node != null && names.scope.find(text) == null) owner.usesArguments = true;
         names.sharesGlobals |= text.equals("globalThis");
         names.mathShared |= !beforeDot && text.equals("Math");
-        names.use(name, false);
+        names.use(name, null);
     }
 
     private void member(PropertyGet node) {
@@ -184,7 +182,7 @@ final class Binding implements NodeVisitor {
                 names.mathShared |= name.getIdentifier().equals("Math");
                 if (how == null) refusals.binding(name, false);
                 else declared(name, names.declare(name, how.kind), how, value);
-                types.assigned(names.use(name, value != null), value);
+                names.use(name, value);
             }
             case Token.ARRAYLIT -> {
                 List<AstNode> elements = ((ArrayLiteral) node).getElements();
@@ -336,7 +334,7 @@ final class Binding implements NodeVisitor {
             if (last != null) names.enter(clause, null);
             names.open(clause);
             names.declare(clause.getVarName(), Variable.Kind.CATCH);
-            names.use(clause.getVarName(), false);
+            names.use(clause.getVarName(), null);
             AstNode pattern = clause.getCatchCondition();
             if (pattern != null && source.note(pattern.getPosition()) != null) target(pattern, CAUGHT, Types.ANYTHING);
             else if (pattern != null) errors.report(clause, "Conditional catch clauses are not supported");

@@ -5,6 +5,7 @@ import java.util.LinkedHashSet;
 import java.util.TreeSet;
 import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.FunctionNode;
+import org.mozilla.javascript.ast.ReturnStatement;
 
 /** What is known of a function, of the script itself, or of a part of a try statement, which becomes a Lua function too. */
 final class FunctionInfo {
@@ -29,6 +30,7 @@ final class FunctionInfo {
     AstNode reachedBy;
     final LinkedHashSet<Variable> outer = new LinkedHashSet<>();
     final LinkedHashSet<String> runtime = new LinkedHashSet<>();
+    final ArrayList<ReturnStatement> returns = new ArrayList<>(1);
     int returnType = Types.NONE;
 
     /** The hoisted functions that its code leads to, where it is hoisted beside them. */

@@ -144,7 +144,7 @@ final class Names {
         info.variable = variable;
         info.hoistedIn = scope;
         scope.functions.add(node);
-        use(name, false);
+        use(name, null);
     }
 
     /** Declares the name of a function expression within it. */
@@ -154,12 +154,11 @@ final class Names {
         declared.add(name.getIdentifier());
     }
 
-    /** Notes a use of a name here. */
-    Variable.Use use(Name name, boolean write) {
-        Variable.Use use = new Variable.Use(name, scope, write);
+    /** Notes a use of a name here, and what it gets there, if anything. */
+    void use(Name name, AstNode value) {
+        Variable.Use use = new Variable.Use(name, scope, value);
         name.putProp(USE, use);
         uses.add(use);
-        return use;
     }
 
     /** Leads every use to its variable. A script that asks by typeof whether a name is there can do without it. */

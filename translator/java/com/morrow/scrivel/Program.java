@@ -82,11 +82,10 @@ public final class Program implements Runnable {
         if (source.malformed) return;
         AstRoot root = Syntax.parse(source, errors);
         if (errors.any()) return;
-        Types types = new Types();
-        Names names = new Binding(source, errors, types).walk(root);
+        Names names = new Binding(source, errors).walk(root);
         if (errors.any()) return;
         new Lifetimes(names, errors).decide();
-        types.infer(names);
+        Types types = new Types(names);
         Appending.find(names);
         if (errors.any()) return;
         generator = new Generator(source, names, types);

@@ -1,6 +1,5 @@
 package com.morrow.scrivel;
 
-import java.util.ArrayList;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
@@ -15,25 +14,14 @@ final class Types {
     /** Stands for a value of which nothing is known. */
     static final AstNode ANYTHING = new EmptyExpression();
 
-    private record Assigned(Variable.Use target, AstNode value) {}
+    private static final int MOST_ROUNDS = 12;
 
-    private record Returned(FunctionInfo function, AstNode value) {}
+    private final Names names;
+    final boolean mathIsPlain;
 
-    private final ArrayList<Assigned> assigned = new ArrayList<>();
-    private final ArrayList<Returned> returned = new ArrayList<>();
-    boolean mathIsPlain;
-
-    /** Notes that a name gets a value; null for a declaration that gives none. */
-    void assigned(Variable.Use use, AstNode value) {
-        if (value != null) assigned.add(new Assigned(use, value));
-    }
-
-    /** Notes that a function returns a value, or nothing for null. */
-    void returned(FunctionInfo function, AstNode value) {
-        returned.add(new Returned(function, value == null ? ANYTHING : value));
-    }
-
-    void infer(Names names) {
+    /** Finds the types. The variables' lifetimes are known. */
+    Types(Names names) {
+        this.names = names;
         mathIsPlain = names.mathIsPlain();
         for (Scope scope : names.scopes) {
             for (Variable variable : scope.variables) variable.type = initial(variable);
@@ -42,11 +30,16 @@ final class Types {
             boolean falls = function.node == null || !Flow.ends(function.node.getBody());
             function.returnType = falls ? UNKNOWN : NONE;
         }
-        while (settle()) continue;
+        for (int round = 0; settle(); round++) if (round == MOST_ROUNDS) forget();
+    }
+
+    /** Relies on nothing, which settles all: each round may take the types but one step further. */
+    private void forget() {
+        for (Scope scope : names.scopes) for (Variable variable : scope.variables) variable.type = UNKNOWN;
+        for (FunctionInfo function : names.functions) function.returnType = UNKNOWN;
     }
 
     /** The type from which a variable's may only widen. */
-
     private static int initial(Variable variable) {
         if (variable.kind == Variable.Kind.FUNCTION) return variable.writes == 0 ? FUNCTION : UNKNOWN;
         boolean local = variable.kind.isLexical() || variable.kind == Variable.Kind.VAR;
@@ -56,17 +49,18 @@ final class Types {
     /** One round over what is assigned and returned; true when a type changed. */
     private boolean settle() {
         boolean changed = false;
-        for (Assigned one : assigned) {
-            Variable variable = one.target.variable;
-            if (variable == null || variable.type == UNKNOWN || variable.kind == Variable.Kind.FUNCTION) continue;
-            int type = join(variable.type, of(one.value));
+        for (Variable.Use use : names.uses) {
+            Variable variable = use.variable;
+            if (!use.write || variable == null || variable.type == UNKNOWN) continue;
+            int type = join(variable.type, of(use.value));
             changed |= type != variable.type;
             variable.type = type;
         }
-        for (Returned one : returned) {
-            FunctionInfo function = one.function;
-            if (function.returnType == UNKNOWN) continue;
-            int type = join(function.returnType, of(one.value));
+        for (FunctionInfo function : names.functions) {
+            int type = function.returnType;
+            for (ReturnStatement one : function.returns) {
+                type = join(type, one.getReturnValue() == null ? UNKNOWN : of(one.getReturnValue()));
+            }
             changed |= type != function.returnType;
             function.returnType = type;
         }

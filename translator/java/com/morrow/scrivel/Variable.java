@@ -18,16 +18,19 @@ final class Variable {
     static final class Use {
         final Name name;
         final Scope scope;
+        /** What the variable gets here; null where it is only read, or declared without a value. */
+        final AstNode value;
         final boolean write;
         final int position;
         Variable variable;
         /** It stands where the variable cannot have been initialised yet. */
         boolean early;
 
-        Use(Name name, Scope scope, boolean write) {
+        Use(Name name, Scope scope, AstNode value) {
             this.name = name;
             this.scope = scope;
-            this.write = write;
+            this.value = value;
+            write = value != null;
             position = name.getPosition();
         }
 
