@@ -90,65 +90,12 @@ final class Jumps {
         g.loops.own(scope);
         g.functions.enter(scope);
         g.flow = new Flow(g.flow, labels, false, true);
-        if (isChain(node.getCases())) chain(node, value);
-        else dispatch(node.getCases(), value);
+        dispatch(node.getCases(), value);
         close();
     }
 
     private static List<AstNode> statements(SwitchCase one) {
         return one.getStatements() == null ? List.of() : one.getStatements();
-    }
-
-    /** True when the cases are constants, none falls into the next, and what applies otherwise comes last. */
-    private static boolean isChain(List<SwitchCase> cases) {
-        for (int i = 0; i < cases.size(); i++) {
-            SwitchCase one = cases.get(i);
-            List<AstNode> statements = statements(one);
-            boolean last = i == cases.size() - 1;
-            if (one.isDefault() ? !last : !isConstant(one.getExpression())) return false;
-            if (statements.isEmpty() ? last && !one.isDefault() && i > 0 : !last && !Flow.ends(last(statements))) return false;
-        }
-        return !cases.isEmpty() && !(cases.size() == 1 && cases.get(0).isDefault());
-    }
-
-    private static AstNode last(List<AstNode> statements) {
-        return statements.get(statements.size() - 1);
-    }
-
-    private static boolean isConstant(AstNode node) {
-        return switch (node.getType()) {
-            case Token.NUMBER, Token.STRING, Token.TRUE, Token.FALSE, Token.NULL -> true;
-            case Token.NEG -> ((UnaryExpression) node).getOperand().getType() == Token.NUMBER;
-            default -> false;
-        };
-    }
-
-    private void chain(SwitchStatement node, Code value) {
-        List<SwitchCase> cases = node.getCases();
-        String word = "if ";
-        Code test = null;
-        for (SwitchCase one : cases) {
-            List<AstNode> statements = statements(one);
-            if (one.isDefault()) g.out.add(word.equals("if ") ? "do" : "else");
-            else {
-                Code equal = g.operators.combine(Token.SHEQ, value, g.value(one.getExpression()), g.line(one));
-                test = test == null ? equal : Code.of(test, " or ", equal).ranked(Code.OR, Types.BOOLEAN);
-                if (statements.isEmpty() && one != cases.get(cases.size() - 1)) continue;
-                g.out.add(g.line(one), word, test, " then");
-                word = "elseif ";
-                test = null;
-            }
-            if (statements.isEmpty()) continue;
-            boolean breaks = last(statements) instanceof BreakStatement jump && jump.getBreakLabel() == null;
-            list(one, breaks ? statements.subList(0, statements.size() - 1) : statements);
-        }
-        g.out.add(g.endLine(node), "end");
-    }
-
-    private void list(SwitchCase one, List<AstNode> statements) {
-        g.deeper(one, 1);
-        g.statements.list(statements);
-        g.depth--;
     }
 
     private void dispatch(List<SwitchCase> cases, Code value) {
@@ -162,12 +109,11 @@ final class Jumps {
                 continue;
             }
             g.line = g.line(one);
-            g.out.add(g.line, "do");
             int before = g.temporaries;
+            Block outer = g.collect();
             Code equal = g.operators.combine(Token.SHEQ, value, g.value(one.getExpression()), g.line);
             g.out.add(g.line, "if ", equal, " then goto " + labels[i] + " end");
-            g.temporaries = before;
-            g.out.add("end");
+            g.enclose(g.line, g.collected(outer), before);
         }
         g.out.add("goto " + (other != null ? other : g.flow.label(false, g)));
         for (int i = 0; i < labels.length; i++) {
@@ -175,7 +121,9 @@ final class Jumps {
             List<AstNode> statements = statements(cases.get(i));
             if (statements.isEmpty()) continue;
             g.out.add("do");
-            list(cases.get(i), statements);
+            g.deeper(cases.get(i), 1);
+            g.statements.list(statements);
+            g.depth--;
             g.out.add("end");
         }
     }
