@@ -55,11 +55,10 @@ final class Binding implements NodeVisitor {
     private boolean parts(AstNode node) {
         switch (node.getType()) {
             case Token.NAME -> name((Name) node, false);
-            case Token.STRING, Token.TEMPLATE_CHARS -> {
-                refusals.escapes(node);
-                if (!(node instanceof StringLiteral text)) return true;
-                names.hooks |= HOOKS.contains(text.getValue());
-                names.sharesGlobals |= text.getValue().equals(Refusals.GLOBAL);
+            case Token.STRING -> {
+                String text = ((StringLiteral) node).getValue();
+                names.hooks |= HOOKS.contains(text);
+                names.sharesGlobals |= text.equals(Refusals.GLOBAL);
             }
             case Token.THIS -> {
                 FunctionInfo owner = names.function.ofThis();

@@ -70,9 +70,7 @@ final class Literals {
     static String key(AstNode node) {
         if (node instanceof Name name) return name.getIdentifier();
         if (node instanceof StringLiteral literal) return Refusals.key(literal);
-        double number = node instanceof NumberLiteral literal ? literal.getNumber() : Double.NaN;
-        if (Double.isFinite(number)) return Lua.keyText(number);
-        if (Double.isInfinite(number)) return "Infinity";
+        if (node instanceof NumberLiteral literal) return Lua.keyText(literal.getNumber());
         throw new Refusal(node, "This property name is not supported");
     }
 

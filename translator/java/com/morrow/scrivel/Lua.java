@@ -1,7 +1,7 @@
 package com.morrow.scrivel;
 
-import java.math.BigDecimal;
 import java.util.Set;
+import org.mozilla.javascript.ScriptRuntime;
 
 /** How names, strings and numbers are written in Lua. */
 final class Lua {
@@ -46,10 +46,7 @@ final class Lua {
     static String number(double value) {
         if (value != value) return "(0/0)";
         if (Double.isInfinite(value)) return value > 0 ? "(1/0)" : "(-1/0)";
-        if (value == 0 && 1 / value < 0) return "(-0)";
-        long whole = (long) value;
-        if (whole == value && Math.abs(whole) < 1000000000000000L) return Long.toString(whole);
-        return Double.toString(value);
+        return value == 0 && 1 / value < 0 ? "(-0)" : keyText(value);
     }
 
     /** A quoted string; control characters and lone surrogates are escaped, everything else stands as it is. */
@@ -73,28 +70,12 @@ final class Lua {
 
     /** The number that a property key stands for when it is one in its canonical form, else NaN. */
     static double canonicalNumber(String key) {
-        int length = key.length();
-        if (length == 0 || length > 25) return Double.NaN;
-        char c = key.charAt(0);
-        if ((c < '0' || c > '9') && c != '-') return Double.NaN;
-        try {
-            double value = Double.parseDouble(key);
-            return key.equals(keyText(value)) ? value : Double.NaN;
-        } catch (NumberFormatException e) {
-            return Double.NaN;
-        }
+        double value = ScriptRuntime.toNumber(key);
+        return Double.isFinite(value) && key.equals(keyText(value)) ? value : Double.NaN;
     }
 
     /** How JavaScript prints a number. */
     static String keyText(double value) {
-        long whole = (long) value;
-        if (whole == value && Math.abs(value) < 9e15) return Long.toString(whole);
-        if (Double.isNaN(value) || Double.isInfinite(value)) return "";
-        BigDecimal exact = new BigDecimal(Double.toString(value)).stripTrailingZeros();
-        String digits = exact.unscaledValue().abs().toString();
-        int exponent = digits.length() - exact.scale() - 1;
-        if (exponent >= -6 && exponent < 21) return exact.toPlainString();
-        String first = (value < 0 ? "-" : "") + digits.charAt(0) + (digits.length() > 1 ? "." : "");
-        return first + digits.substring(1) + (exponent < 0 ? "e" : "e+") + exponent;
+        return ScriptRuntime.toString(value);
     }
 }

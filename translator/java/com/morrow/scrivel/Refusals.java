@@ -57,11 +57,6 @@ final class Refusals {
                 if (function.isGenerator()) yield "Generators are";
                 yield function.getMemberExprNode() == null ? null : "Functions named by an expression are";
             }
-            case Token.NUMBER -> {
-                String text = ((NumberLiteral) node).getValue();
-                boolean octal = text.length() > 1 && text.charAt(0) == '0' && Character.isDigit(text.charAt(1));
-                yield octal ? "Octal numbers with a leading zero are" : null;
-            }
             case Token.CALL, Token.NEW -> {
                 if (!(((FunctionCall) node).getTarget() instanceof Name name)) yield null;
                 if (name.getIdentifier().equals("Function") && !asksForGlobals(node)) yield "Making functions from text (Function) is";
@@ -93,27 +88,6 @@ final class Refusals {
         boolean asked = node.getParent() instanceof InfixExpression test && test.getType() == Token.INSTANCEOF && test.getRight() == node;
         if (!asked || !(node instanceof Name name) || Names.variable(name) != null) return false;
         return ELSEWHERE.contains(name.getIdentifier()) || name.getIdentifier().equals("RegExp");
-    }
-
-    /** Escapes in a string that the parser reads in another way than strict code means them. */
-    void escapes(AstNode string) {
-        String text = errors.source.text;
-        int end = Math.min(text.length(), Names.end(string));
-        for (int i = string.getPosition(); i + 1 < end; i++) {
-            if (text.charAt(i) != '\\') continue;
-            char c = text.charAt(++i);
-            char next = i + 1 < end ? text.charAt(i + 1) : 0;
-            int digits = c == 'x' ? 2 : c == 'u' ? 4 : 0;
-            if (!isHexadecimal(text, i + 1, Math.min(end, i + 1 + digits))) errors.report(string, "Invalid escape sequence");
-            if (c >= '1' && c <= '9' || c == '0' && next >= '0' && next <= '9') {
-                errors.report(string, "Octal escape sequences are not allowed in strict mode.");
-            }
-        }
-    }
-
-    private static boolean isHexadecimal(String text, int from, int to) {
-        while (from < to && Character.digit(text.charAt(from), 16) >= 0) from++;
-        return from >= to;
     }
 
     /** The support library keeps what it knows of an object under names like \0s. */

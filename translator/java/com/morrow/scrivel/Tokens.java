@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import java.util.HexFormat;
 import java.util.Set;
 
 /**
@@ -219,23 +220,24 @@ final class Tokens {
         return plain.toString();
     }
 
-    /** Reads an escape \\uXXXX or \\u{X}; gives its code point, or -1. */
+    /** Reads an escape \\uXXXX, \\u{X} or \\xXX; gives its code point, or -1. */
     private int escape() {
         boolean braces = peek(2) == '{';
         int from = at + (braces ? 3 : 2);
-        int end = braces ? text.indexOf('}', from) : from + 4;
+        int end = braces ? text.indexOf('}', from) : from + (peek(1) == 'x' ? 2 : 4);
         if (end < 0 || end > text.length() || end == from || end - from > 8) return -1;
         int code = 0;
         for (int i = from; i < end; i++) {
-            int digit = text.charAt(i) < 128 ? Character.digit(text.charAt(i), 16) : -1;
-            if (digit < 0) return -1;
-            code = code * 16 + digit;
+            if (!HexFormat.isHexDigit(text.charAt(i))) return -1;
+            code = code * 16 + HexFormat.fromHexDigit(text.charAt(i));
         }
         at = braces ? end + 1 : end;
         return code <= Character.MAX_CODE_POINT ? code : -1;
     }
 
     private void number() {
+        boolean octal = peek(0) == '0' && isDigit(peek(1));
+        if (octal) errors.reportToken(start, "Octal numbers with a leading zero are not supported");
         if (peek(0) == '0' && "xXbBoO".indexOf(peek(1)) >= 0) {
             for (at += 2; isNamePart(peek(0)) && peek(0) != 'n'; at++) continue;
         } else {
@@ -273,18 +275,20 @@ final class Tokens {
     /** Goes to the last character of an escape; a code point becomes what the parser knows. */
     private void stringEscape() {
         int from = at;
-        boolean point = peek(1) == 'u' && peek(2) == '{';
-        int code = point ? escape() : -1;
-        if (point && code < 0) {
-            errors.reportToken(from, "Undefined Unicode code point");
+        char c = peek(1);
+        boolean point = c == 'u' && peek(2) == '{';
+        boolean octal = c >= '1' && c <= '9' || c == '0' && isDigit(peek(2));
+        int code = c == 'u' || c == 'x' ? escape() : 0;
+        if (octal) errors.reportToken(from, "Octal escape sequences are not allowed in strict mode.");
+        if (code < 0) {
+            errors.reportToken(from, point ? "Undefined Unicode code point" : "Invalid escape sequence");
             edits.replace(from, from + 2, "  ");
-        }
-        if (code >= 0) {
+        } else if (point) {
             StringBuilder plain = new StringBuilder();
             for (char unit : Character.toChars(code)) plain.append("\\u").append(Integer.toHexString(0x10000 | unit), 1, 5);
-            edits.replace(from, at--, plain.toString());
-        } else if (peek(1) == '\r' && peek(2) == '\n') at += 2;
-        else at++;
+            edits.replace(from, at, plain.toString());
+        }
+        at = Math.max(at - 1, from + (c == '\r' && peek(2) == '\n' ? 2 : 1));
     }
 
     /** A template as far as its next expression, which the piece then brackets, or to its end. */

@@ -16,6 +16,12 @@ final class Types {
 
     private static final int MOST_ROUNDS = 12;
 
+    /** Compound assignments, and the operator of each. */
+    private static final int[] COMPOUND = {
+        Token.ASSIGN_ADD, Token.ADD, Token.ASSIGN_SUB, Token.SUB, Token.ASSIGN_MUL, Token.MUL, Token.ASSIGN_DIV, Token.DIV,
+        Token.ASSIGN_MOD, Token.MOD, Token.ASSIGN_EXP, Token.EXP, Token.ASSIGN_BITOR, Token.BITOR, Token.ASSIGN_BITXOR, Token.BITXOR,
+        Token.ASSIGN_BITAND, Token.BITAND, Token.ASSIGN_LSH, Token.LSH, Token.ASSIGN_RSH, Token.RSH, Token.ASSIGN_URSH, Token.URSH};
+
     private final Names names;
     final boolean mathIsPlain;
 
@@ -138,21 +144,8 @@ final class Types {
 
     /** The operator of a compound assignment, and every other operator itself. */
     static int operator(int token) {
-        return switch (token) {
-            case Token.ASSIGN_ADD -> Token.ADD;
-            case Token.ASSIGN_SUB -> Token.SUB;
-            case Token.ASSIGN_MUL -> Token.MUL;
-            case Token.ASSIGN_DIV -> Token.DIV;
-            case Token.ASSIGN_MOD -> Token.MOD;
-            case Token.ASSIGN_EXP -> Token.EXP;
-            case Token.ASSIGN_BITOR -> Token.BITOR;
-            case Token.ASSIGN_BITXOR -> Token.BITXOR;
-            case Token.ASSIGN_BITAND -> Token.BITAND;
-            case Token.ASSIGN_LSH -> Token.LSH;
-            case Token.ASSIGN_RSH -> Token.RSH;
-            case Token.ASSIGN_URSH -> Token.URSH;
-            default -> token;
-        };
+        for (int i = 0; i < COMPOUND.length; i += 2) if (COMPOUND[i] == token) return COMPOUND[i + 1];
+        return token;
     }
 
     static int binary(int operator, int left, int right) {
