@@ -7,11 +7,11 @@ import org.mozilla.javascript.ast.*;
 
 /** The first walk over a script: finds its names and what is assigned to them, and refuses what is not translated. */
 final class Binding implements NodeVisitor {
-    /** How a target declares its names, and the initialiser that it is part of, or null. */
-    private record Declaring(Variable.Kind kind, VariableInitializer in, boolean direct) {}
+    /** How a target declares its names, the initialiser that it is part of, or null, and where its case of a switch ends, or -1. */
+    private record Declaring(Variable.Kind kind, VariableInitializer in, boolean direct, int caseEnd) {}
 
-    private static final Declaring CAUGHT = new Declaring(Variable.Kind.LET, null, true);
-    private static final Declaring PARAMETER = new Declaring(Variable.Kind.PARAMETER, null, false);
+    private static final Declaring CAUGHT = new Declaring(Variable.Kind.LET, null, true, -1);
+    private static final Declaring PARAMETER = new Declaring(Variable.Kind.PARAMETER, null, false, -1);
 
     /** Properties that make functions run without a call: of descriptors, and of objects. */
     private static final Set<String> HOOKS = Set.of("get", "set", "valueOf", "toString", "join");
@@ -79,22 +79,17 @@ final class Binding implements NodeVisitor {
             }
             case Token.SWITCH -> switchStatement((SwitchStatement) node);
             case Token.TRY -> tryStatement((TryStatement) node);
-            case Token.CONTINUE -> {
-                names.continues.add(node.getPosition());
+            case Token.BREAK, Token.CONTINUE -> {
+                if (node.getType() == Token.CONTINUE) names.continues.add(node.getPosition());
                 names.function.leaveAt(Names.end(node));
             }
-            case Token.BREAK -> names.function.leaveAt(Names.end(node));
-            case Token.CALL, Token.NEW, Token.THROW -> {
+            case Token.CALL, Token.NEW, Token.THROW, Token.RETURN -> {
+                if (node instanceof ReturnStatement returned) names.function.real().returns.add(returned);
                 names.function.leaveAt(Names.end(node));
                 return true;
             }
             case Token.OR -> {
                 note((InfixExpression) node);
-                return true;
-            }
-            case Token.RETURN -> {
-                names.function.leaveAt(Names.end(node));
-                names.function.real().returns.add((ReturnStatement) node);
                 return true;
             }
             default -> {
@@ -252,6 +247,7 @@ final class Binding implements NodeVisitor {
         variable.home = names.scope;
         variable.initial = value;
         variable.direct = how.direct;
+        variable.caseEnd = how.caseEnd;
         variable.end = how.in == null ? variable.start : Names.end(how.in);
         variable.patternEnd = how.in == null ? -1 : Names.end(how.in.getTarget());
         variable.initialised = value != null;
@@ -277,10 +273,8 @@ final class Binding implements NodeVisitor {
                 String what = part.isDestructuring() ? "destructuring" : "const";
                 errors.report(part, "Missing initializer in " + what + " declaration");
             }
-            target(part.getTarget(), new Declaring(kind, iterator ? null : part, direct), iterator ? Types.ANYTHING : value);
-            if (lexicalCase) {
-                for (Name name : Patterns.names(part.getTarget())) names.scope.find(name.getIdentifier()).caseEnd = Names.end(parent);
-            }
+            Declaring how = new Declaring(kind, iterator ? null : part, direct, lexicalCase ? Names.end(parent) : -1);
+            target(part.getTarget(), how, iterator ? Types.ANYTHING : value);
             if (value != null) value.visit(this);
         }
     }

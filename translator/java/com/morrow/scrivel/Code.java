@@ -11,7 +11,7 @@ import org.mozilla.javascript.ast.AstNode;
 final class Code {
     /** Begins a Lua line. */
     static final Object NEWLINE = new Object();
-    /** Ends what the last {@link FunctionRow} began. */
+    /** Ends what the last {@link LuaWriter.FunctionRow} began. */
     static final Object END = new Object();
 
     // How tightly an expression binds, as Lua ranks it.

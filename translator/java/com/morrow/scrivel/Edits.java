@@ -13,13 +13,12 @@ final class Edits {
         }
     }
 
-    /** Those that move what follows, and those that keep every offset. */
-    private final ArrayList<Edit> edits = new ArrayList<>(), patches = new ArrayList<>();
+    private final ArrayList<Edit> edits = new ArrayList<>();
     /** Where each replacement begins in the changed text. */
     private int[] places = {};
 
     void replace(int from, int to, String by) {
-        (by.length() == to - from ? patches : edits).add(new Edit(from, to, by));
+        edits.add(new Edit(from, to, by));
     }
 
     void insert(int at, String what) {
@@ -28,11 +27,6 @@ final class Edits {
 
     /** The changed text; the given one itself when nothing changes. */
     String apply(String given) {
-        if (!patches.isEmpty()) {
-            char[] patched = given.toCharArray();
-            for (Edit patch : patches) patch.by.getChars(0, patch.by.length(), patched, patch.from);
-            given = new String(patched);
-        }
         if (edits.isEmpty()) return given;
         edits.sort(null);
         places = new int[edits.size()];

@@ -1,7 +1,6 @@
 package com.morrow.scrivel;
 
 import com.morrow.scrivel.Generator.Prepared;
-import com.morrow.scrivel.Generator.Refusal;
 import java.util.ArrayList;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
@@ -73,8 +72,7 @@ final class Expressions {
             default -> {
                 if (node instanceof Assignment assignment) yield g.assignments.assign(assignment, true);
                 if (node instanceof UnaryExpression unary) yield g.operators.unary(unary);
-                if (node instanceof InfixExpression infix) yield g.operators.binary(infix);
-                throw new Refusal(node, "This expression is not supported");
+                yield g.operators.binary((InfixExpression) node);
             }
         };
     }
@@ -200,27 +198,21 @@ final class Expressions {
         Code test = condition(node.getTestExpression());
         Prepared yes = g.prepare(node.getTrueExpression(), false);
         AstNode other = bare(node.getFalseExpression());
-        if (other.getType() == Token.HOOK) return choices(test, yes, other);
-        Prepared no = g.prepare(other, false);
-        int type = Types.join(yes.code().type, no.code().type);
-        if (yes.before().isEmpty() && no.before().isEmpty()) {
+        Prepared no = other instanceof ConditionalExpression ? null : g.prepare(other, false);
+        if (no != null && yes.before().isEmpty() && no.before().isEmpty()) {
+            int type = Types.join(yes.code().type, no.code().type);
             if (isTruthyInLua(yes)) return choice(test, yes, no, type);
             if (isTruthyInLua(no)) return choice(g.operators.not(test), no, yes, type);
         }
-        Code result = g.declareTemporary();
-        branch(test, yes, result);
-        g.out.add("else");
-        give(no, result);
-        g.out.add("end");
-        return result.typed(type);
+        return choices(test, yes, other, no);
     }
 
     private static Code choice(Code test, Prepared truthy, Prepared other, int type) {
         return Code.infix(Code.infix(test, " and ", truthy.code(), Code.AND, Types.UNKNOWN), " or ", other.code(), Code.OR, type);
     }
 
-    /** A chain of conditional expressions, flat as long as no condition needs statements of its own. */
-    private Code choices(Code test, Prepared yes, AstNode other) {
+    /** A chain of conditional expressions, flat as long as no condition needs statements of its own; `no` ends the shortest. */
+    private Code choices(Code test, Prepared yes, AstNode other, Prepared no) {
         Code result = g.declareTemporary().typed(yes.code().type);
         branch(test, yes, result);
         int open = 1;
@@ -240,11 +232,11 @@ final class Expressions {
             other = bare(choice.getFalseExpression());
         }
         g.out.add("else");
-        Code last = value(other);
-        g.out.add(g.line, result, " = ", last);
+        Prepared last = no != null ? no : g.prepare(other, false);
+        give(last, result);
         for (int i = 0; i < open; i++) g.out.add("end");
         g.depth -= open - 1;
-        return result.typed(Types.join(result.type, last.type));
+        return result.typed(Types.join(result.type, last.code().type));
     }
 
     /** An expression as Lua judges it in a condition. */

@@ -140,7 +140,7 @@ final class Functions {
         g.statements.list(children(node.getBody()));
         Block body = g.leave(outer);
         g.line = line;
-        return Code.of(g.line(node), new FunctionRow(name, length(node), info.arrow || node.isMethod() ? 'a' : 'f'),
+        return Code.of(g.line(node), new LuaWriter.FunctionRow(name, length(node), info.arrow || node.isMethod() ? 'a' : 'f'),
             words + "(" + parameters + ")", top, body, Code.NEWLINE, g.endLine(node), Code.END, "end");
     }
 

@@ -186,7 +186,7 @@ final class Jumps {
         if (node instanceof CatchClause clause) caught(clause, what);
         else g.statements.body(node);
         Block body = g.leave(outer);
-        FunctionRow row = new FunctionRow("", 0, 'p');
+        LuaWriter.FunctionRow row = new LuaWriter.FunctionRow("", 0, 'p');
         return Code.of(g.js("try"), "(", row, "function()", body, Code.NEWLINE, g.endLine(node), Code.END, "end)");
     }
 }

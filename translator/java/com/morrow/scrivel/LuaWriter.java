@@ -24,12 +24,15 @@ final class LuaWriter {
         }
     }
 
+    /** Where a function of the script begins, for the table that the support library reads. */
+    record FunctionRow(String name, int length, char kind) {}
+
     /** Where the function around the current one stands. */
     private record Outer(int pieces, HashSet<String> constants) {}
 
     private final StringBuilder text = new StringBuilder(1 << 16);
-    private final StringBuilder listing = new StringBuilder(1 << 14);
-    private final StringBuilder functions = new StringBuilder();
+    /** A row of each a Lua line, and of each a function. */
+    final StringBuilder listing = new StringBuilder(1 << 14), functions = new StringBuilder();
     private int pieces;
     /** Large enough a script to have too many constants for Lua. */
     private final boolean large;
@@ -117,13 +120,5 @@ final class LuaWriter {
     String text() {
         newline();
         return text.toString();
-    }
-
-    String listing() {
-        return listing.toString();
-    }
-
-    String functions() {
-        return functions.toString();
     }
 }

@@ -68,11 +68,6 @@ final class Names {
         return node.getPosition() + node.getLength();
     }
 
-    /** True when `Math` is only ever the plain object before a dot, so that its functions are the known ones. */
-    boolean mathIsPlain() {
-        return !mathShared && !declared.contains("Math");
-    }
-
     /** Whether a continue statement may stand in a part of the script. */
     boolean continues(AstNode node) {
         Integer first = continues.ceiling(node.getPosition());

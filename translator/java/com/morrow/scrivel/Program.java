@@ -98,12 +98,9 @@ public final class Program implements Runnable {
         writer.write(generator.out);
         String text = writer.text();
         String js = generator.runtime.js;
-        listing = "0\n1\n1\n1\n" + writer.listing();
-        StringBuilder chunk = new StringBuilder(text.length() + listing.length() + 4096);
-        chunk.append("local ").append(js).append(" = require(\"jsMigration.lua\")\n");
-        chunk.append(js).append(".script(function() return ").append(Lua.quote(listing)).append(", ");
-        chunk.append(Lua.quote(writer.functions())).append(" end)\n");
-        chunk.append(generator.runtime.definitions()).append('\n').append(text);
-        lua = chunk.toString();
+        listing = "0\n1\n1\n1\n" + writer.listing;
+        lua = "local " + js + " = require(\"jsMigration.lua\")\n"
+            + js + ".script(function() return " + Lua.quote(listing) + ", " + Lua.quote(writer.functions.toString()) + " end)\n"
+            + generator.runtime.definitions() + '\n' + text;
     }
 }

@@ -46,17 +46,11 @@ final class Refusals {
     private static String feature(AstNode node) {
         return switch (node.getType()) {
             case Token.REGEXP -> "Regular expressions are";
-            case Token.YIELD -> "Generators are";
             case Token.WITH -> "The with statement is";
             case Token.BIGINT -> "BigInt numbers are";
             case Token.ARRAYCOMP, Token.GENEXPR -> "Array comprehensions and generator expressions are";
             case Token.LETEXPR -> "Let expressions are";
-            case Token.ERROR -> "This text is";
-            case Token.FUNCTION -> {
-                FunctionNode function = (FunctionNode) node;
-                if (function.isGenerator()) yield "Generators are";
-                yield function.getMemberExprNode() == null ? null : "Functions named by an expression are";
-            }
+            case Token.FUNCTION -> ((FunctionNode) node).isGenerator() ? "Generators are" : null;
             case Token.CALL, Token.NEW -> {
                 if (!(((FunctionCall) node).getTarget() instanceof Name name)) yield null;
                 if (name.getIdentifier().equals("Function") && !asksForGlobals(node)) yield "Making functions from text (Function) is";

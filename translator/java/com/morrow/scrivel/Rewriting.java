@@ -96,12 +96,11 @@ final class Rewriting {
         }
     }
 
-    /** Some parsers count a pair of surrogates as one character: it becomes two escapes, or blanks before the token. */
+    /** Some parsers count a pair of surrogates as one character: it becomes two escapes. */
     private void pairs(String given, Token t) {
-        for (int i = t.before.end; i < t.end; i++) {
+        for (int i = t.start; i < t.end; i++) {
             char c = given.charAt(i);
-            if (!Character.isSurrogate(c) || given.charAt(i - 1) == '\\') continue;
-            edits.replace(i, i + 1, i < t.start ? " " : "\\u" + Integer.toHexString(c));
+            if (Character.isSurrogate(c) && given.charAt(i - 1) != '\\') edits.replace(i, i + 1, "\\u" + Integer.toHexString(c));
         }
     }
 

@@ -6,7 +6,8 @@ import java.nio.CharBuffer;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.Arrays;
+import java.util.ArrayList;
+import java.util.Collections;
 import java.util.HashMap;
 
 /**
@@ -19,7 +20,7 @@ final class Source {
     /** Not UTF-8, which has been reported. */
     final boolean malformed;
     /** Where in the author's text the lines begin. */
-    private final int[] starts;
+    private final ArrayList<Integer> starts = new ArrayList<>();
     private final Edits edits = new Edits();
     private HashMap<Integer, String> notes;
 
@@ -30,23 +31,14 @@ final class Source {
         malformed = StandardCharsets.UTF_8.newDecoder().decode(bytes, chars, true).isError();
         String read = chars.flip().toString();
         given = text = read.startsWith("\uFEFF") ? " " + read.substring(1) : read;
-        starts = lineStarts(given);
+        starts.add(0);
+        for (int at = given.indexOf('\n'); at >= 0; at = given.indexOf('\n', at + 1)) starts.add(at + 1);
         errors.source = this;
         if (malformed) errors.reportToken(given.length(), "The text is not valid UTF-8 from here on; save the file as UTF-8");
         else {
             notes = new Rewriting(given, errors, edits).notes;
             text = edits.apply(given);
         }
-    }
-
-    private static int[] lineStarts(String text) {
-        int[] starts = new int[256];
-        int lines = 1;
-        for (int at = text.indexOf('\n'); at >= 0; at = text.indexOf('\n', at + 1)) {
-            if (lines == starts.length) starts = Arrays.copyOf(starts, 2 * lines);
-            starts[lines++] = at + 1;
-        }
-        return Arrays.copyOf(starts, lines);
     }
 
     /** The line of an offset in the parser's text. */
@@ -61,17 +53,17 @@ final class Source {
 
     /** What the author wrote, an operator or a word, where the parser got something else; null where it did not. */
     String note(int offset) {
-        return notes.isEmpty() ? null : notes.get(edits.original(offset));
+        return notes.get(edits.original(offset));
     }
 
     // In the author's text.
 
     int start(int line) {
-        return starts[line - 1];
+        return starts.get(line - 1);
     }
 
     int givenLine(int offset) {
-        int found = Arrays.binarySearch(starts, offset);
+        int found = Collections.binarySearch(starts, offset);
         return found >= 0 ? found + 1 : -found - 1;
     }
 

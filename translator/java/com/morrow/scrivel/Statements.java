@@ -1,6 +1,5 @@
 package com.morrow.scrivel;
 
-import java.util.ArrayList;
 import java.util.List;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
@@ -152,15 +151,12 @@ final class Statements {
         int before = g.temporaries;
         Block outer = g.collect();
         Code code = g.assignments.named(value, variable.name);
-        Block inner = g.collected(outer);
         boolean enclosed = g.temporaries > before;
-        if (enclosed && here) declare(variable);
-        if (enclosed) g.out.add(g.line, "do");
-        g.out.add(inner);
         if (here && !enclosed) g.out.add(g.line(name), "local " + variable.lua + " = ", Assignments.kept(variable, code));
         else g.assignments.write(name, code, true);
-        if (enclosed) g.out.add("end");
-        g.temporaries = before;
+        Block inner = g.collected(outer);
+        if (here && enclosed) declare(variable);
+        g.enclose(g.line, inner, before);
     }
 
     private void pattern(VariableInitializer part) {

@@ -93,10 +93,7 @@ final class Tokens {
         this.errors = errors;
         this.edits = edits;
         first = last = open = new Token('{', 0, 0);
-        if (text.startsWith("#!")) {
-            edits.replace(0, 2, "//");
-            at = lineEnd(0);
-        }
+        if (text.startsWith("#!")) blank(lineEnd(0));
         while (skipSpace()) next();
         end = new Token(END, at, at);
     }
@@ -144,24 +141,26 @@ final class Tokens {
         while (at < text.length()) {
             char c = text.charAt(at);
             if (isSpace(c)) at++;
-            else if (c == '/' && peek(1) == '/' || c == '<' && text.startsWith("<!--", at)) at = lineEnd(at);
+            else if (c == '/' && peek(1) == '/' || c == '<' && text.startsWith("<!--", at)) blank(lineEnd(at));
             else if (c == '/' && peek(1) == '*') comment();
-            else if (c == '-' && text.startsWith("-->", at) && (last == first || lineEnd(last.end) < at)) at = lineEnd(at);
+            else if (c == '-' && text.startsWith("-->", at) && (last == first || lineEnd(last.end) < at)) blank(lineEnd(at));
             else return true;
         }
         return false;
     }
 
-    /** A comment that holds a line end counts as one, which the parser does not see. */
+    /** One that does not end is left to the parser. */
     private void comment() {
         int end = text.indexOf("*/", at + 2);
-        end = end < 0 ? text.length() : end + 2;
-        if (end < text.length() && lineEnd(at) < end) {
-            StringBuilder blank = new StringBuilder(end - at);
-            for (int i = at; i < end; i++) blank.append(isLineEnd(text.charAt(i)) ? text.charAt(i) : ' ');
-            edits.replace(at, end, blank.toString());
-        }
-        at = end;
+        if (end < 0) at = text.length();
+        else blank(end + 2);
+    }
+
+    /** Goes past a comment, of which only the line ends are left: the parser does not see those in it. */
+    private void blank(int end) {
+        StringBuilder blank = new StringBuilder(end - at);
+        for (; at < end; at++) blank.append(isLineEnd(text.charAt(at)) ? text.charAt(at) : ' ');
+        edits.replace(end - blank.length(), end, blank.toString());
     }
 
     // -- tokens

@@ -23,12 +23,13 @@ final class Types {
         Token.ASSIGN_BITAND, Token.BITAND, Token.ASSIGN_LSH, Token.LSH, Token.ASSIGN_RSH, Token.RSH, Token.ASSIGN_URSH, Token.URSH};
 
     private final Names names;
+    /** `Math` is only ever the plain object before a dot, so that its functions are the known ones. */
     final boolean mathIsPlain;
 
     /** Finds the types. The variables' lifetimes are known. */
     Types(Names names) {
         this.names = names;
-        mathIsPlain = names.mathIsPlain();
+        mathIsPlain = !names.mathShared && !names.declared.contains("Math");
         for (Scope scope : names.scopes) {
             for (Variable variable : scope.variables) variable.type = initial(variable);
         }
