@@ -118,7 +118,7 @@ final class Literals {
             String key = keys.get(i);
             fields.add(Lua.isName(key) ? key + " = " : '[' + Lua.quote(key) + "] = ", operands.get(i), ", ");
         }
-        return table(fields, keys.isEmpty(), "[\"\\0s\"] = " + g.runtime.shape(keys, g.function), "O");
+        return table(fields, keys.isEmpty(), "[\"\\0s\"] = " + g.runtime.shape(keys), "O");
     }
 
     /** An object with accessors, numeric or repeated keys, or very many: made empty, then filled in order. */

@@ -54,8 +54,8 @@ final class Loops {
             g.out.add(test.before());
             exitUnless(test.code(), line);
         }
-        body(body, increment != null && !isEmpty(increment));
-        if (increment != null) increment(increment);
+        body(body, !isEmpty(increment));
+        increment(increment);
         g.out.add(line, "end");
     }
 
@@ -73,7 +73,7 @@ final class Loops {
     }
 
     private static boolean isEmpty(AstNode node) {
-        return node.getType() == Token.EMPTY;
+        return node == null || node.getType() == Token.EMPTY;
     }
 
     private void doLoop(DoLoop node) {

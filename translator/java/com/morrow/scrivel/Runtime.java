@@ -5,22 +5,20 @@ import java.util.HashSet;
 import java.util.List;
 
 /**
- * What a script uses of the support library, as locals of the chunk: its functions, and the shapes of object literals.
+ * What a script uses of the support library, as locals of the chunk: its functions, and a table of its literals' shapes.
  * Where a Lua function would need too many of them, it reaches the rest through the library's table.
  */
 final class Runtime {
     private static final int MOST_LOCALS = 60;
     private static final int MOST_A_FUNCTION = 20;
-    private static final int MOST_SHAPE_LOCALS = 20;
 
     private final HashSet<String> taken;
     private final HashMap<String, String> locals = new HashMap<>();
     private final StringBuilder localNames = new StringBuilder();
     private final StringBuilder localValues = new StringBuilder();
     private final HashMap<String, Integer> shapes = new HashMap<>();
-    private final StringBuilder shapeLocals = new StringBuilder();
     private final StringBuilder shapeTable = new StringBuilder();
-    /** The library's table, and that of the shapes that are no locals. */
+    /** The library's table, and that of the shapes. */
     final String js;
     private final String shapesName;
 
@@ -58,28 +56,20 @@ final class Runtime {
         return true;
     }
 
-    /** The shape with some keys as a function of the script reaches it. */
-    String shape(List<String> keys, FunctionInfo user) {
+    /** The shape with some keys. */
+    String shape(List<String> keys) {
         StringBuilder list = new StringBuilder(js + ".shape(");
         for (int i = 0; i < keys.size(); i++) list.append(i == 0 ? "" : ", ").append(Lua.quote(keys.get(i)));
-        String made = list.append(')').toString();
-        Integer known = shapes.get(made);
-        int index = known != null ? known : shapes.size() + 1;
-        boolean local = index <= MOST_SHAPE_LOCALS;
-        String name = local ? free("shape" + index) : shapesName;
-        if (known == null) {
-            shapes.put(made, index);
-            if (local) shapeLocals.append("local ").append(name).append(" = ").append(made).append("; ");
-            else shapeTable.append('[').append(index).append("] = ").append(made).append(", ");
-        }
-        if (!local) return name + '[' + index + ']';
-        return fits(name, user) ? name : made;
+        String made = list.append("), ").toString();
+        Integer known = shapes.putIfAbsent(made, shapes.size() + 1);
+        if (known == null) shapeTable.append(made);
+        return shapesName + '[' + shapes.get(made) + ']';
     }
 
     /** One Lua line that defines all that was asked for. */
     String definitions() {
         String functions = locals.isEmpty() ? "" : "local " + localNames + " = " + localValues + "; ";
         String table = shapeTable.length() == 0 ? "" : "local " + shapesName + " = {" + shapeTable + '}';
-        return functions + shapeLocals + table;
+        return functions + table;
     }
 }
