@@ -10,16 +10,9 @@ namespace vexil3::cli {
 void checkSyntax(LanguageModule& language, const std::string& script) {
     const Counted<FileSystemAccessor> accessor = openFiles();
     ErrorSlot error;
-    const Counted<IFile> file(
-        accessor->open(script.c_str(), IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, error));
-    expect(file != nullptr, error, "opening it");
-    std::string text(static_cast<std::size_t>(file->size(error)), '\0');
-    unsigned long done = 0;
-    expect(file->read(text.data(), text.size(), done, error), error, "reading it");
-    text.resize(done);
     NoPermissions permissions;
-    expect(language->checkSyntax(&permissions, accessor.get(), script.c_str(), text.c_str(), error), error,
-           "checking it");
+    // Without a text, the language reads the whole file, whatever bytes are in it.
+    expect(language->checkSyntax(&permissions, accessor.get(), script.c_str(), nullptr, error), error, "checking it");
 }
 
 void checkScripts(const Options& options,

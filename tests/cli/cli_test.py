@@ -303,6 +303,7 @@ class CliTest(unittest.TestCase):
         result = self.vexil("check", "bad.jsl", "good.jsl", "bad.lua")
         self.assert_fails(result, 1, "bad.jsl:2: error: ", "bad.lua:2: error: ", "    let b = (;\n", "    local b = = 2\n")
         self.assert_fails(self.vexil("check", "bad.jsl", "none.jsl"), 2, "bad.jsl:2: error: ", "none.jsl: cannot open")
+        self.assert_fails(self.vexil("check", self.write("zero.lua", "local a = 1\0\n")), 1, "zero.lua:1: error: ")
         self.assert_fails(self.run_script("bad.jsl"), 1, "bad.jsl:2: error: ")
 
     def test_faults_outside_every_function_name_their_line(self):
