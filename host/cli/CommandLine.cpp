@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/cli/Environment.h"
 #include "host/cli/Failure.h"
 #include "host/cli/Numbers.h"
 
@@ -64,19 +65,30 @@ std::vector<Gesture> gesturesInOrder(const CLI::App& run, const std::map<const C
     return gestures;
 }
 
+Format formatNamed(const std::string& name) {
+    if (name == "table") return Format::Table;
+    if (name == "csv") return Format::Csv;
+    if (name == "json") return Format::Json;
+    throw CLI::ValidationError("--format " + name, "give table, csv or json");
+}
+
+// One script, so that whatever else stands there is named as what was not expected.
+void addScript(CLI::App& command, Options& options, const char* help) {
+    command.add_option("SCRIPT", options.scripts, help)->required()->expected(1)->allow_extra_args(false);
+}
+
 CLI::App* addRun(CLI::App& app, Options& options) {
     CLI::App* run = app.add_subcommand("run", "Run a script over prices");
-    run->add_option("SCRIPT", options.scripts, "A script, *.jsl or *.lua")->required()->expected(1);
+    addScript(*run, options, "A script, *.jsl or *.lua");
     run->add_option("--prices", options.prices,
                     "File of comma-separated time,open,high,low,close,volume [the bundled prices]");
     run->add_option("--set", options.settings, "ID=VALUE: give a parameter another value")
         ->allow_extra_args(false)
         ->type_name("");
-    run->add_option("--format", options.format, "table, csv or json [table]")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, Format>{{"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}}))
-        ->type_name("")
-        ->option_text(" ");
+    run->add_option_function<std::string>(
+           "--format", [&options](const std::string& name) { options.format = formatNamed(name); },
+           "table, csv or json [table]")
+        ->type_name("");
     run->add_flag("--trace", options.trace,
                   "Write every line that runs, and the call stack beneath it, to standard error");
     run->footer(
@@ -98,7 +110,7 @@ void addOthers(CLI::App& app, Options& options) {
     check->final_callback([&options] { options.command = Options::Check; });
 
     CLI::App* translate = app.add_subcommand("translate", "Show the Lua text that a JavaScript script becomes");
-    translate->add_option("SCRIPT", options.scripts, "A script, *.jsl")->required()->expected(1);
+    addScript(*translate, options, "A script, *.jsl");
     translate->footer(
         "The JavaScript lines stand before the Lua lines that they become, as comments.\n\n"
         "Example:\n  vexil translate examples/moving_average.jsl");
@@ -110,7 +122,7 @@ void addOthers(CLI::App& app, Options& options) {
 std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
     Options options;
     CLI::App app("Runs chart scripts, in JavaScript or Lua, over prices from a file.", "vexil");
-    app.require_subcommand(1);
+    options.prices = defaultPrices();
     app.set_version_flag("--version", "vexil " VEXIL_VERSION);
     app.footer(
         "Exit codes: 0 success, 1 a fault in a script, 2 a wrong call or something that the machine lacks.\n\n"
@@ -127,6 +139,7 @@ std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
     }
     try {
         app.parse(argc, argv);
+        if (app.get_subcommands().empty()) throw CLI::RequiredError("A command, one of run, check and translate,");
     } catch (const CLI::ParseError& e) {
         exitCode = app.exit(e) == 0 ? Success : WrongCall;
         return {};

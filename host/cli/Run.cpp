@@ -1,6 +1,5 @@
 #include "host/cli/Run.h"
 
-#include "host/cli/Environment.h"
 #include "host/cli/ScriptFiles.h"
 
 namespace vexil3::cli {
@@ -66,7 +65,7 @@ void runScript(const Options& options, Output& output, Output& messages) {
     const std::unique_ptr<Trace> trace(options.trace ? new Trace(script, messages) : nullptr);
     LanguageModule language(languageOf(script));
     const ILanguageService::ObjectType kind = kindOf(language, *accessor, script);
-    Prices prices(options.prices.empty() ? defaultPrices() : options.prices);
+    Prices prices(options.prices);
     Run run{options, script, language, *accessor, prices, output, messages, trace.get()};
     runAs(kind, run);
 }

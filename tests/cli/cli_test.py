@@ -514,8 +514,12 @@ class CliTest(unittest.TestCase):
                          (2, "vexil: error: cannot write the output: No space left on device\n"))
 
     def test_wrong_calls_and_help(self):
-        for call in [[], ["fly"], ["run"], ["run", "--format", "xml", "a.lua"], ["run", "a.lua", "b.lua"], ["check"]]:
-            self.assertEqual(self.vexil(*call).returncode, 2, call)
+        for call, text in [("", "run, check and translate"), ("fly", "fly"), ("run", "SCRIPT"), ("check", "SCRIPT"),
+                           ("run --format 1 a.lua", "table, csv or json"), ("run --price p.csv a.lua", "--price"),
+                           ("run a.lua b.lua", "b.lua")]:
+            result = self.vexil(*call.split())
+            self.assertEqual(result.returncode, 2, call)
+            self.assertIn(text, result.stderr)
         for command in [["--help"], ["run", "--help"], ["check", "--help"], ["translate", "--help"]]:
             self.assertIn("Example:\n  vexil ", self.assert_succeeds(self.vexil(*command)))
         self.assertRegex(self.assert_succeeds(self.vexil("--version")), r"^vexil \d+\.\d+\.\d+\n$")
