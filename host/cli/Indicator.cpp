@@ -29,10 +29,12 @@ public:
     IPriceStream* getSource() override { return &mSource; }
     bool addStream(const char* id, const char* label, IStreamValues* values) noexcept override {
         const std::string wanted = id ? id : "";
+        const std::string shown = label ? label : "";
+        if (mStreams.size() == kMostNames || wanted.size() + shown.size() > kLongestName) return false;
         const auto sameId = [&](const Stream& stream) { return stream.id == wanted; };
         if (wanted.empty() || !values || isBarColumn(wanted) || std::any_of(mStreams.begin(), mStreams.end(), sameId))
             return false;
-        mStreams.push_back({wanted, label ? label : "", values});
+        mStreams.push_back({wanted, shown, values});
         return true;
     }
 

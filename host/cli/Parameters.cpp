@@ -54,7 +54,8 @@ bool assign(Parameter& parameter, const std::string& text) {
 }  // namespace
 
 bool Parameters::declare(Parameter parameter) {
-    if (parameter.id.empty() || find(parameter.id)) return false;
+    if (parameter.id.empty() || mAll.size() == kMostNames || find(parameter.id)) return false;
+    if (parameter.id.size() + parameter.name.size() + parameter.text.size() > kLongestName) return false;
     if (isNumber(parameter) && !(parameter.minimum <= parameter.number && parameter.number <= parameter.maximum))
         return false;
     mAll.push_back(std::move(parameter));

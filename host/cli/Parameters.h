@@ -10,6 +10,10 @@
 
 namespace vexil3::cli {
 
+// Of what a script declares, which the program keeps: how many of a kind, and the bytes of each.
+constexpr std::size_t kMostNames = 1000;
+constexpr std::size_t kLongestName = 1UL << 16;
+
 struct Parameter {
     std::string id;
     std::string name;
@@ -22,7 +26,8 @@ struct Parameter {
 
 class Parameters final : public Implements<IParameters, IParameters, IObjectNoRef> {
 public:
-    // False, and nothing changed, when the id is empty or taken or the number out of its bounds.
+    // False, and nothing changed, when the id is empty or taken, the number out of its bounds, or the
+    // parameter too long or one too many.
     bool declare(Parameter parameter);
 
     // Takes "ID=VALUE". Throws Failure with what there is to set when there is no such parameter or

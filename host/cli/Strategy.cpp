@@ -12,6 +12,8 @@ namespace vexil3::cli {
 
 namespace {
 
+constexpr std::size_t kMostOrders = 1'000'000;
+
 class StrategyInstance final : public InstanceBase<IStrategyInstanceCallback> {
 public:
     StrategyInstance(IProfile& profile, IPriceStream& prices) : InstanceBase(profile), mPrices(prices) {}
@@ -30,6 +32,7 @@ private:
         const char* fault = nullptr;
         if (!(amount > 0) || !std::isfinite(amount)) fault = "the amount of an order must be a number above 0";
         if (getPeriod() < 0) fault = "there is no price to trade at before the first bar";
+        if (mAccount.orders().size() == kMostOrders) fault = "a run takes no more than 1,000,000 orders";
         if (fault) {
             ErrorFactory::throwError(error, IError::StageArgument, IError::CodeNotSupported, fault);
             return false;

@@ -9,6 +9,7 @@ namespace vexil3::lua {
 namespace {
 
 constexpr std::uint32_t kBlack = 0x000000;
+constexpr std::size_t kShapeSize = 256;  // without its text
 
 std::uint32_t checkColor(lua_State* L, int index) {
     const lua_Number color = luaL_optnumber(L, index, kBlack);
@@ -35,8 +36,11 @@ void Drawing::push(lua_State* L) {
     setMethod<&Drawing::text>(L, "text", this);
 }
 
-IOwnerDrawnContext* Drawing::context(lua_State* L) const {
+IOwnerDrawnContext* Drawing::context(lua_State* L, std::size_t textSize) {
     if (!mContext) luaL_error(L, "a script can draw only while draw runs");
+    const std::size_t size = kShapeSize + textSize;
+    if (size > mRoom) luaL_error(L, "one draw cannot hold more than %d MiB of shapes", static_cast<int>(kRoom >> 20));
+    mRoom -= size;
     return mContext;
 }
 
@@ -56,9 +60,10 @@ int Drawing::rectangle(lua_State* L) {
 
 int Drawing::text(lua_State* L) {
     const double time = luaL_checknumber(L, 2), price = luaL_checknumber(L, 3);
-    const char* const words = luaL_checkstring(L, 4);
+    std::size_t size = 0;
+    const char* const words = luaL_checklstring(L, 4, &size);
     const std::uint32_t color = checkColor(L, 5);
-    IOwnerDrawnContext* const target = context(L);
+    IOwnerDrawnContext* const target = context(L, size);
     hostCall(L, [&] { target->text(time, price, words, color); });
     return 0;
 }

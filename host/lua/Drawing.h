@@ -3,6 +3,8 @@
 
 #include <vexil3/host.h>
 
+#include <cstddef>
+
 struct lua_State;
 
 namespace vexil3::lua {
@@ -14,7 +16,10 @@ public:
     // Keeps a context for the life of this object.
     class Scope {
     public:
-        Scope(Drawing& drawing, IOwnerDrawnContext* context) : mDrawing(drawing) { drawing.mContext = context; }
+        Scope(Drawing& drawing, IOwnerDrawnContext* context) : mDrawing(drawing) {
+            drawing.mContext = context;
+            drawing.mRoom = kRoom;
+        }
         ~Scope() { mDrawing.mContext = nullptr; }
         Scope(const Scope&) = delete;
         Scope& operator=(const Scope&) = delete;
@@ -27,12 +32,16 @@ public:
     void push(lua_State* L);
 
 private:
-    IOwnerDrawnContext* context(lua_State* L) const;
+    // What one draw may hold, in bytes: a context keeps it outside of the script's own memory.
+    static constexpr std::size_t kRoom = 64UL << 20;
+
+    IOwnerDrawnContext* context(lua_State* L, std::size_t textSize = 0);
     int line(lua_State* L);
     int rectangle(lua_State* L);
     int text(lua_State* L);
 
     IOwnerDrawnContext* mContext = nullptr;
+    std::size_t mRoom = 0;
 };
 
 }  // namespace vexil3::lua

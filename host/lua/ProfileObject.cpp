@@ -7,14 +7,14 @@
 
 namespace vexil3::lua {
 
-namespace {
-
 int checkInteger(lua_State* L, int index) {
     const lua_Number number = luaL_checknumber(L, index);
     luaL_argcheck(L, number == std::floor(number) && number >= INT_MIN && number <= INT_MAX, index,
                   "a whole number expected");
     return static_cast<int>(number);
 }
+
+namespace {
 
 int optInteger(lua_State* L, int index, int otherwise) {
     return lua_isnoneornil(L, index) ? otherwise : checkInteger(L, index);
@@ -48,7 +48,8 @@ void ParametersObject::push(lua_State* L) {
 int ParametersObject::check(lua_State* L, bool isAdded) {
     if (isAdded) return 0;
     return luaL_error(L,
-                      "the parameter '%s' is refused: its id is empty or taken, or its value lies outside the bounds",
+                      "the parameter '%s' is refused: its id is empty or taken, its value lies outside the bounds, or "
+                      "it is too long or one too many",
                       lua_tostring(L, 2));
 }
 

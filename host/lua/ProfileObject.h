@@ -28,6 +28,9 @@ private:
     IParametersFactory* mFactory;
 };
 
+// Reads a whole number.
+int checkInteger(lua_State* L, int index);
+
 // Reads argument 2: one of `names`, in letters of either case, or its number.
 int checkChoice(lua_State* L, std::initializer_list<const char*> names);
 
@@ -110,8 +113,8 @@ private:
     }
 
     int setPointCount(lua_State* L) {
-        const int count = luaL_checkint(L, 2);
-        luaL_argcheck(L, count > 0, 2, "a tool needs a point at least");
+        const int count = checkInteger(L, 2);
+        luaL_argcheck(L, count > 0 && count <= 1000, 2, "a tool has 1 to 1000 points");
         hostCall(L, [&] {
             if (auto* const creation = mCallback->getCreationStrategyCallback()) creation->setPointCount(count);
         });

@@ -101,14 +101,18 @@ int Streams::add(lua_State* L, unsigned long size) {
     lua_setmetatable(L, -2);
     lua_pushvalue(L, -1);
     const int table = luaL_ref(L, LUA_REGISTRYINDEX);
-    const bool isTaken = hostCall(L, [&] {
+    const bool isRefused = hostCall(L, [&] {
         auto values = std::make_unique<Values>(mState, table);
         mValues.reserve(mValues.size() + 1);
         if (!mCallback->addStream(id, label, values.get())) return true;
         mValues.push_back(std::move(values));
         return false;
     });
-    if (isTaken) return luaL_error(L, "addStream: the id '%s' is taken", id);
+    if (isRefused)
+        return luaL_error(L,
+                          "the stream '%s' is refused: its id is empty, taken or a column of the prices, or it is too "
+                          "long or one too many",
+                          id);
     return 1;
 }
 

@@ -279,6 +279,19 @@ class CliTest(unittest.TestCase):
 
     # --- faults of scripts
 
+    def test_what_a_script_hands_to_the_program_is_bounded(self):
+        for kind, declaration, handlers in [
+            ("indicator", "", "function draw(i, s, context) { for (;;) context.line(1, 2, 3, 4); }"),
+            ("tool", "", 'function draw(i, s, context) { const t = "x".repeat(1e7); for (;;) context.text(1, 2, t); }'),
+            ("strategy", "", "function update(instance) { for (;;) instance.buy(1); }"),
+            ("indicator", "", 'function prepare(instance) { for (let n = 0;; n++) instance.addStream("S" + n); }'),
+            ("strategy", "p.parameters.addString('S', 'x'.repeat(1e5), '');", ""),
+            ("tool", "for (let n = 0;; n++) p.parameters.addString('S' + n, '', '');", ""),
+            ("tool", "p.setPointCount(2147483647);", ""),
+        ]:
+            script = self.write("endless.jsl", f"function {kind}(p) {{\n\n{declaration} }} {handlers}\n")
+            self.assert_fails(self.run_script(script), 1, "endless.jsl:3: error: ")
+
     def test_runtime_errors_name_every_line(self):
         for name, text in DEEP.items():
             self.write(name, text)

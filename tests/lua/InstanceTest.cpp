@@ -60,7 +60,7 @@ TEST_F(Instances, StreamsRefuseWhatTheHostCouldNotShow) {
         {"s.name = 1", "a stream has no field 'name'"},
         {"s[1] = 'high'", "a stream's value must be a number, not a string"},
         {"i.source.close[10] = 1", "prices cannot be changed"},
-        {"i:addStream('S', 'again')", "addStream: the id 'S' is taken"},
+        {"i:addStream('S', 'again')", "the stream 'S' is refused"},
         {"i.addStream('S', 'again')", "bad argument"},
     };
     for (const auto& [statement, message] : cases) {
