@@ -18,12 +18,12 @@ void Account::trade(double time, double units, double price) {
 }
 
 Result Account::result(double lastPrice) const {
-    const double open = mPosition * (lastPrice - mAveragePrice);
+    const double open = mPosition * (lastPrice - mAveragePrice) + 0.0;  // never -0
     return {mOrders.size(), mTrades, mWinners, mRealised + open, open, mPosition};
 }
 
 double Account::close(double units, double price) {
-    const double profit = -units * (price - mAveragePrice);
+    const double profit = 0.0 - units * (price - mAveragePrice);  // never -0
     mPosition += units;
     if (mPosition == 0) mAveragePrice = 0;
     mRealised += profit;

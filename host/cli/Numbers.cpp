@@ -16,6 +16,9 @@ namespace {
 constexpr std::size_t kExactDigits = 15;
 constexpr double kExactLimit = 1e15;
 
+// The years 0 to 9999, which have four digits.
+constexpr bool isInCalendar(double seconds) { return seconds >= -62167219200.0 && seconds < 253402300800.0; }
+
 constexpr std::array<double, kExactDigits + 1> kPowers{1,   1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
@@ -147,10 +150,10 @@ int decimalsOf(const double* values, unsigned long count) {
 
 char* writeTime(char* to, double seconds) {
     using namespace std::chrono;
-    // The years 0 to 9999, which have four digits.
-    if (!(seconds >= -62167219200.0 && seconds < 253402300800.0)) return writeShortest(to, seconds);
-    const double whole = std::floor(seconds);
-    const auto moment = sys_seconds(std::chrono::seconds(static_cast<std::int64_t>(whole)));
+    // A double holds a millisecond of these years only nearly.
+    const double rounded = std::floor(seconds * 1000 + 0.5);
+    if (!isInCalendar(rounded / 1000)) return writeShortest(to, seconds);
+    const sys_time<milliseconds> moment(milliseconds(static_cast<std::int64_t>(rounded)));
     const auto day = floor<days>(moment);
     const year_month_day date(day);
     const hh_mm_ss clock(moment - day);
@@ -164,7 +167,7 @@ char* writeTime(char* to, double seconds) {
     put('T', clock.hours().count(), 2);
     put(':', clock.minutes().count(), 2);
     put(':', clock.seconds().count(), 2);
-    if (const double milliseconds = (seconds - whole) * 1000; milliseconds >= 1) put('.', milliseconds, 3);
+    if (const auto fraction = clock.subseconds().count()) put('.', fraction, 3);
     *to++ = 'Z';
     return to;
 }
@@ -188,7 +191,10 @@ std::optional<double> parseNumber(std::string_view text) {
 }
 
 std::optional<double> parseTime(std::string_view text) {
-    if (text.size() < 10 || text[4] != '-') return parseNumber(text);
+    if (text.size() < 10 || text[4] != '-') {
+        const std::optional<double> seconds = parseNumber(text);
+        return seconds && isInCalendar(*seconds) ? seconds : std::nullopt;
+    }
     unsigned year = 0;
     unsigned month = 0;
     unsigned day = 0;

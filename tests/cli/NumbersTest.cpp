@@ -93,6 +93,12 @@ TEST(Times, AgreeWithTheCalendarBothWays) {
         ASSERT_EQ(parseTime(expected), static_cast<double>(seconds));
     }
     EXPECT_EQ(timeText(0.25), "1970-01-01T00:00:00.250Z");
+    for (int ms = 1; ms < 1000; ++ms) {
+        char expected[64];
+        std::snprintf(expected, sizeof expected, "2024-01-01T10:00:00.%03dZ", ms);
+        EXPECT_EQ(timeText(*parseTime(expected)), expected);
+    }
+    EXPECT_EQ(timeText(-0.0001), "1970-01-01T00:00:00Z");
     EXPECT_EQ(timeText(1e300), "1e+300");
 }
 
@@ -107,7 +113,7 @@ TEST(Times, AreReadInEveryUsualForm) {
     for (const char* text :
          {"", "today", "2024-1-31", "2023-02-29", "2024-01-31T", "2024-01-31T9:30", "2024-01-31T25:00",
           "2024-01-31T09:60", "2024-01-31T09:30:61", "2024-01-31T09:30:00X", "2024-01-31T09:30+1",
-          "2024-01-31T09:30:00+02:0", "2024-01-31x", "-2024-01-31", "inf", "0x10", "1,5"})
+          "2024-01-31T09:30:00+02:0", "2024-01-31x", "-2024-01-31", "1704067200000", "inf", "0x10", "1,5"})
         EXPECT_FALSE(parseTime(text)) << text;
 }
 

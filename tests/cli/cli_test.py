@@ -227,6 +227,12 @@ class CliTest(unittest.TestCase):
                                   "position": -1.0})
         self.assertRegex(self.assert_succeeds(self.run_script(script)), r"net profit +6\.75\n")
 
+    def test_nothing_earned_is_no_negative_zero(self):
+        script = self.write("even.lua", "function strategy() end\nfunction update(s, n)\n  s:buy(1) s:sell(3) s:buy(1)\nend\n")
+        self.write("prices.csv", "time,open,high,low,close\n2024-01-01,1,1,1,1\n")
+        for form in ["table", "csv", "json"]:
+            self.assertNotRegex(self.assert_succeeds(self.run_script(script, "--format", form)), r"-0\b")
+
     def test_strategy_orders_must_make_sense(self):
         for amount in ["0", "-1", "0/0", "1/0"]:
             script = self.write("bad.jsl", "function strategy(profile) {}\n\n"
