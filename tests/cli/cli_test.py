@@ -331,6 +331,8 @@ class CliTest(unittest.TestCase):
         self.assert_fails(result, 1, 'top.jsl:3: error: RangeError: top\n    function fail() { throw')
         self.assertEqual([int(line) for line in re.findall(r"top\.jsl:(\d+)", result.stderr) if int(line) > 5], [])
         self.assert_fails(self.run_script(self.write("empty.jsl", "")), 1, "empty.jsl: error: File is empty")
+        circle = "function macro() {}\nfunction execute(o) { throw o.self = o; }\n"
+        self.assert_fails(self.run_script(self.write("circle.jsl", circle)), 1, "circle.jsl:2: error: [object Object]\n")
 
     def test_scripts_must_be_of_a_kind(self):
         for name, text in {"none.jsl": "let a = 1;\n", "none.lua": "a = 1\n"}.items():

@@ -140,6 +140,9 @@ function js.describeError(value, frames)
   if getmetatable(value) == js.Box then value = value.value end
   if type(value) == "table" and value ~= js.null then frames = rawget(value, FRAMES) or frames end
   local ok, text = pcall(str, value)
-  if text == "[object Object]" then text = select(2, pcall(js.G.JSON.stringify, nil, value)) or text end
+  if text == "[object Object]" then
+    local isPlain, json = pcall(js.G.JSON.stringify, nil, value)
+    text = isPlain and json or text
+  end
   return ok and text or "Uncaught exception", folded(frames)
 end
