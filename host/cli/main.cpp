@@ -44,6 +44,8 @@ ExitCode explain(Console& console, const std::string& script, const ScriptFault&
             console.complain(*missing);
             return WrongCall;
         }
+        if (!findings.inScript)
+            console.complain("java did not translate " + script + "; see whether `java -version` runs");
     }
     if (!fault.error) {
         console.complain(script + ": " + fault.doing + " failed without saying why");

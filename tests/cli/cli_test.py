@@ -492,6 +492,10 @@ class CliTest(unittest.TestCase):
                           "VEXIL_TEMP_DIR")
         for command in ["check", "translate"]:
             self.assert_fails(self.vexil(command, script, VEXIL_JS_CACHE=fresh, PATH="/nonexistent"), 2, "java")
+        (self.folder / "java").write_text("#!/bin/sh\nexit 1\n")
+        (self.folder / "java").chmod(0o755)
+        for command in ["run", "check", "translate"]:
+            self.assert_fails(self.vexil(command, script, VEXIL_JS_CACHE=fresh, PATH=str(self.folder)), 2, "java -version")
 
     def test_a_translated_script_needs_no_java_again(self):
         script = self.write("average.jsl", AVERAGE["average.jsl"] + "// " + str(self.folder) + "\n")
