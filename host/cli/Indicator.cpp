@@ -85,6 +85,7 @@ void runIndicator(Run& run) {
     const auto instance = loaded.start(callback);
     ErrorSlot error;
     expect(instance->prepare(false, error), error, "prepare");
+    expectHandler(run, *instance, {"update", "draw"});
     for (unsigned long period = 0; period < run.prices.total(); ++period) {
         run.prices.show(period + 1);
         expect(instance->update(static_cast<int>(period), IIndicatorInstanceImplementation::AddBar, error), error,

@@ -52,6 +52,15 @@ void runAs(ILanguageService::ObjectType kind, Run& run) {
 
 }  // namespace
 
+void expectHandler(Run& run, IExecutable& instance, std::initializer_list<std::string_view> names) {
+    std::string all;
+    for (const std::string_view name : names) {
+        if (instance.findMember(std::string(name).c_str(), nullptr, nullptr)) return;
+        all.append(all.empty() ? "" : " or ").append(name);
+    }
+    run.messages.text(run.script + ": warning: has no function named " + all + " at the top level, and so does nothing\n");
+}
+
 Counted<FileSystemAccessor> openFiles() {
     Counted<FileSystemAccessor> accessor(new ScriptFiles);
     ErrorSlot error;

@@ -1,7 +1,9 @@
 // One run of a script, as its kind.
 #pragma once
 
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 #include <vexil3/file_system_accessor.h>
 
@@ -70,6 +72,9 @@ struct LoadedScript {
     Profile profile;
     Counted<Implementation> implementation;
 };
+
+// Warns of a script that has none of these functions: it does nothing, most likely for a misspelt name.
+void expectHandler(Run& run, IExecutable& instance, std::initializer_list<std::string_view> names);
 
 // Asks an instance that has a say in its parameters whether the given settings will do. Throws
 // Failure with its answer when they won't.

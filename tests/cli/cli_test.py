@@ -271,7 +271,7 @@ class CliTest(unittest.TestCase):
         ids = ["N", "volume", "B", "a1", "a0", "Z"]
         script = self.write("listed.jsl", "function indicator({ parameters }) {\n" + "".join(
             f"  parameters.addInteger('{each}', 'x', 1);\n" for each in ids) + "}\n"
-            "function prepare({ parameters }) { log(Object.keys(parameters)); }\n")
+            "function prepare({ parameters }) { log(Object.keys(parameters)); }\nfunction draw() {}\n")
         self.assertEqual(self.run_script(script).stderr, ",".join(sorted(ids)) + "\n")
 
     def test_columns_of_prices_are_lists(self):
@@ -337,6 +337,10 @@ class CliTest(unittest.TestCase):
     def test_scripts_must_be_of_a_kind(self):
         for name, text in {"none.jsl": "let a = 1;\n", "none.lua": "a = 1\n"}.items():
             self.assert_fails(self.run_script(self.write(name, text)), 1, name + ": error: declares no function named")
+        for kind, handler in [("indicator", "update or draw"), ("strategy", "update"), ("tool", "draw"),
+                              ("macro", "execute")]:
+            idle = self.write("idle.jsl", f"function {kind}(profile) {{}}\nconst update = 1;\nfunction drwa() {{}}\n")
+            self.assertIn(f"idle.jsl: warning: has no function named {handler} at", self.run_script(idle).stderr)
         self.assert_fails(self.run_script(self.write("text.txt", "")), 2, ".jsl")
         self.assert_fails(self.run_script("missing.jsl"), 2, "missing.jsl: cannot open: No such file or directory")
 
