@@ -31,6 +31,8 @@ public:
         bool isRefused = false;
         const auto push = [&](lua_State* L) { return pushParameters(L, parameters), 1; };
         const auto read = [&](lua_State* L) {
+            // Who gives false forgot the reason.
+            if (lua_isboolean(L, -1) && !lua_toboolean(L, -1)) lua_pushliteral(L, "checkParameters gave false");
             isRefused = lua_type(L, -1) == LUA_TSTRING && lua_objlen(L, -1) > 0;
             if (isRefused && buffer && size > 0) std::snprintf(buffer, size, "%s", lua_tostring(L, -1));
         };

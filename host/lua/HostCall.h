@@ -28,13 +28,15 @@ auto hostCall(lua_State* L, Work&& work) -> decltype(work()) {
 template <auto Method, class Class>
 void setMethod(lua_State* L, const char* name, Class* self) {
     lua_pushlightuserdata(L, self);
+    lua_pushstring(L, name);
     lua_pushcclosure(
         L,
         [](lua_State* inner) -> int {
-            luaL_checktype(inner, 1, LUA_TTABLE);
+            if (!lua_istable(inner, 1))
+                return luaL_error(inner, "'%s' must be called on its object", lua_tostring(inner, lua_upvalueindex(2)));
             return (static_cast<Class*>(lua_touserdata(inner, lua_upvalueindex(1)))->*Method)(inner);
         },
-        1);
+        2);
     lua_setfield(L, -2, name);
 }
 

@@ -58,10 +58,10 @@ TEST_F(Instances, StreamsRefuseWhatTheHostCouldNotShow) {
         {"s[0.5] = 1", "a stream has no bar 0.5: it has 10, from 0"},
         {"s[0/0] = 1", "it has 10, from 0"},
         {"s.name = 1", "a stream has no field 'name'"},
-        {"s[1] = 'high'", "a stream's value must be a number, not a string"},
+        {"s[1] = 'high'", "a stream's value must be a number"},
         {"i.source.close[10] = 1", "prices cannot be changed"},
         {"i:addStream('S', 'again')", "the stream 'S' is refused"},
-        {"i.addStream('S', 'again')", "bad argument"},
+        {"i.addStream('S', 'again')", "'addStream' must be called on its object"},
     };
     for (const auto& [statement, message] : cases) {
         Indicator run;
@@ -114,17 +114,20 @@ TEST_F(Instances, ParametersAreCheckedAndChanged) {
                                {"on", IParameters::Boolean, 1, ""},
                                {"title", IParameters::String, 0, "Trend"}};
     ASSERT_TRUE(start(run, R"(function tool() end
-function checkParameters(instance, p) if p.N > 9 then return "N is too big" end end
+function checkParameters(instance, p) if p.N > 9 then return "N is too big" end return p.N ~= 8 end
 function changeParameters(instance, p) log(instance.parameters.N, instance.parameters.on, instance.parameters.title, p.N) end
 function canChangeParameters(instance) return instance.parameters.N == 5 end
 function moveStart(instance) log(instance.parameters.N) end)"));
-    Parameters good{{"N", IParameters::Integer, 6, ""}}, bad{{"N", IParameters::Integer, 10, ""}};
+    Parameters good{{"N", IParameters::Integer, 6, ""}}, bad{{"N", IParameters::Integer, 10, ""}},
+        odd{{"N", IParameters::Integer, 8, ""}};
     char text[6] = "";
     EXPECT_TRUE(run->canChangeParameters());
     EXPECT_TRUE(run->checkParameters(&good, text, sizeof text, run.error.out()));
     EXPECT_FALSE(run->checkParameters(&bad, text, sizeof text, run.error.out()));
-    EXPECT_FALSE(run.error);
     EXPECT_STREQ(text, "N is ");
+    EXPECT_FALSE(run->checkParameters(&odd, text, sizeof text, run.error.out()));
+    EXPECT_FALSE(run.error);
+    EXPECT_STREQ(text, "check");
     ASSERT_TRUE(run->changeParameters(&good, run.error.out()));
     ASSERT_TRUE(run->moveStart(run.error.out()));
     EXPECT_EQ(run.callback.host.lines, (std::vector<std::string>{"5 true Trend 6", "6"}));

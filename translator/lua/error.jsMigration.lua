@@ -113,6 +113,8 @@ local function translate(text)
     return "RangeError", "Maximum call stack size exceeded"
   end
   text = match(text, "^[^\n]-:%d+: (.*)$") or text
+  text = gsub(text, "expected, got nil%)$", "expected, got undefined)")
+  text = gsub(text, "expected, got table%)$", "expected, got object)")
   local called = match(text, "^attempt to call %S+ '([^']*)' %(an? [%w ]+ value%)")
   if called then return "TypeError", original(called) .. " is not a function" end
   local value = match(text, "^attempt to call an? ([%w ]+) value")
