@@ -62,22 +62,18 @@ local function decimal(x)
   local m, e = frexp(x)
   m, e = m * 9007199254740992, e - 53
   -- The whole m, times 2 or (for a fraction, which then has as many decimal places) 5 as often as e says.
-  local limbs, n = { m % 1e7, floor(m / 1e7) % 1e7, floor(m / 1e14) }, 3
-  local factor, most, left = 2, 23, e
-  if e < 0 then factor, most, left = 5, 10, -e end
-  while left > 0 do
-    local by, carry = factor ^ math.min(left, most), 0
-    for i = 1, n do
-      local v = limbs[i] * by + carry
-      carry = floor(v / 1e7)
-      limbs[i] = v - carry * 1e7
+  local limbs = { m % 1e7, floor(m / 1e7) % 1e7, floor(m / 1e14) }
+  for _ = 1, abs(e) do
+    local carry = 0
+    for i = 1, #limbs do
+      local v = limbs[i] * (e < 0 and 5 or 2) + carry
+      limbs[i], carry = v % 1e7, floor(v / 1e7)
     end
-    if carry > 0 then n = n + 1 limbs[n] = carry end
-    left = left - most
+    if carry > 0 then limbs[#limbs + 1] = carry end
   end
-  local parts = {}
-  for i = n, 1, -1 do parts[n - i + 1] = format("%07d", limbs[i]) end
-  local digits = match(table.concat(parts), "^0*(.*)$")
+  local digits = ""
+  for i = 1, #limbs do digits = format("%07d", limbs[i]) .. digits end
+  digits = match(digits, "^0*(.*)$")
   return digits, #digits + math.min(e, 0)
 end
 
@@ -97,17 +93,16 @@ local function placed(digits, point, places)
   return sub(text, 1, #text - places) .. (places > 0 and "." .. sub(text, -places) or "")
 end
 
--- x >= 0 with so many digits after the point. C's rounding does but for a tie, before which stands a 5.
+-- x >= 0 with so many digits after the point. Lua's own rounding is right, but stops at 99 of them.
 local function fixed(x, places)
-  local tie = places >= 99 or find(format("%." .. places + 1 .. "f", x), "5$")
-  if not tie then return format("%." .. places .. "f", x) end
+  if places < 100 then return format("%." .. places .. "f", x) end
   local digits, point = decimal(x)
   return placed(digits, point, places)
 end
 
 -- So many digits of x >= 0 and its exponent.
 local function scientific(x, count)
-  if count < 99 and not find(format("%." .. count .. "e", x), "5e", 1, true) then
+  if count <= 100 then
     local first, more, e = match(format("%." .. count - 1 .. "e", x), "^(%d)%.?(%d*)e(.+)$")
     return first .. more, tonumber(e)
   end
