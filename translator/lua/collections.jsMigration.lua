@@ -96,10 +96,6 @@ local function collection(class, adder, weak)
   local function method(name, count, f)
     return js.builtin(proto, name, count, function(this, ...) return f(storeOf(this, class, name), this, ...) end)
   end
-  local function check(k)
-    if weak and not js.isObject(k) then typeError("Invalid value used " .. weak) end
-  end
-
   local function call() typeError("Constructor " .. class .. " requires 'new'") end
   js.constructor(class, 0, proto, call, function(items)
     local o = js.instance(proto, class, { at = {}, keys = { gaps = 0 }, values = {}, n = 0, size = 0 })
@@ -113,19 +109,14 @@ local function collection(class, adder, weak)
   end)
   method("has", 1, function(store, _, k) return store.at[place(k)] ~= nil end)
   method("delete", 1, function(store, _, k) return remove(store, k) end)
+  method(adder, adder == "set" and 2 or 1, function(store, this, k, v)
+    if weak and not js.isObject(k) then typeError("Invalid value used " .. weak) end
+    if adder == "add" then v = k == 0 and 0 or k end -- never -0
+    put(store, k, v)
+    return this
+  end)
   if adder == "set" then
     method("get", 1, function(store, _, k) return store.values[store.at[place(k)] or 0] end)
-    method("set", 2, function(store, this, k, v)
-      check(k)
-      put(store, k, v)
-      return this
-    end)
-  else
-    method("add", 1, function(store, this, k)
-      check(k)
-      put(store, k, k == 0 and 0 or k)
-      return this
-    end)
   end
   if weak then return end
 

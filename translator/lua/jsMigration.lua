@@ -7,7 +7,7 @@ local S, O, A, null, StringProto, FunctionHome = js.S, js.O, js.A, js.null, js.S
 local type, rawget, rawset, select, setmetatable, error = type, rawget, rawset, select, setmetatable, error
 local getmetatable, xpcall, byte, sub, find = getmetatable, xpcall, string.byte, string.sub, string.find
 local str, key, canonical, numberToString, units = js.str, js.key, js.canonical, js.numberToString, js.units
-local utf8, isObject, isScriptObject, typeError, own = js.utf8, js.isObject, js.isScriptObject, js.typeError, js.own
+local utf8, isObject, isScriptObject, typeError = js.utf8, js.isObject, js.isScriptObject, js.typeError
 local lookup, props, side, instances, construct = js.lookup, js.props, js.side, js.instances, js.construct
 
 -- Metatables of the primitive types and functions.
@@ -23,13 +23,9 @@ local function nothingMeta(what)
 end
 
 local function cannotCreate(proto)
-  return function(x, k)
-    local at = proto
-    repeat
-      local _, _, slot = own(at, k)
-      if slot and slot.set then return slot.set(x) end
-      at = js.protoOf(at)
-    until not at
+  return function(x, k, v)
+    local _, slot = js.holder(proto, k)
+    if slot and slot.set then return slot.set(x, v) end
     local what = type(x) .. " '" .. str(x) .. "'"
     if type(x) == "string" and (k == "length" or js.isIndex(k) and k < js.length(x)) then
       typeError("Cannot assign to read only property '" .. str(k) .. "' of " .. what)

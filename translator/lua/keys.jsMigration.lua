@@ -153,7 +153,7 @@ function js.keys(o)
   local proto = protoOf(o)
   while proto do
     local more, count = js.ownKeys(proto)
-    for i = 1, count do if not js.hasBefore(o, more[i], proto) then n = n + 1 list[n] = str(more[i]) end end
+    for i = 1, count do if not js.holder(o, more[i], proto) then n = n + 1 list[n] = str(more[i]) end end
     proto = protoOf(proto)
   end
   return list, n
@@ -163,7 +163,7 @@ function js.has(k, o)
   if not js.isObject(o) then js.typeError("Cannot use 'in' operator to search for '" .. str(k) .. "' in " .. str(o)) end
   k = key(k)
   if not js.isScriptObject(o) then return o[k] ~= nil end
-  return js.hasBefore(o, k)
+  return js.holder(o, k) ~= nil
 end
 
 -- Whether a key that for-in is about to give is still there.

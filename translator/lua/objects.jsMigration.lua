@@ -142,11 +142,12 @@ local function own(o, k)
   end
 end
 
--- Whether o, or a prototype of it before the last one, has a key of its own.
-local function has(o, k, last)
-  if o == last then return false end
-  if own(o, k) then return true end
-  return has(protoOf(o), k, last)
+-- The first of an object and its prototypes, but before the last one given, that has a key; its slot there.
+local function holder(o, k, last)
+  if o == last then return nil end
+  local flags, _, slot = own(o, k)
+  if flags then return o, slot end
+  return holder(protoOf(o), k, last)
 end
 
 -- Reads along the prototypes with every rule observed; the __index of objects that a plain lookup would get wrong.
@@ -160,7 +161,7 @@ local function lookup(o, k, receiver)
   local proto = protoOf(o)
   if proto then return lookup(proto, k, receiver) end
 end
-js.own, js.hasBefore, js.lookup = own, has, lookup
+js.own, js.holder, js.lookup = own, holder, lookup
 
 -- How a message shows a value, and an object with what it is.
 local function describe(x)
@@ -269,10 +270,10 @@ local function addOther(o, k, v)
     local t = ownShape(o)
     append(t, k)
     if s.next and s.n < SHARED_KEYS and s.tree.size < SHARED_SHAPES then
-      t.next, t.tree, t.shadows = {}, s.tree, has(protoOf(o), k)
+      t.next, t.tree, t.shadows = {}, s.tree, holder(protoOf(o), k) ~= nil
       s.next[k], s.tree.size = t, s.tree.size + 1
     end
-    if t.shadows or not t.next and has(protoOf(o), k) then general(o) end
+    if t.shadows or not t.next and holder(protoOf(o), k) then general(o) end
   end
   rawset(o, k, v)
 end
@@ -305,19 +306,11 @@ local function mayAdd(o, k)
   return not s or not (s.noext or s.fixedLength and isIndex(k) and k >= o.length)
 end
 
--- The first of an object and its prototypes that has a key, and the key's flags and slot there.
-local function holder(at, k)
-  local flags, _, slot = own(at, k)
-  if flags then return at, flags, slot end
-  at = protoOf(at)
-  if at then return holder(at, k) end
-end
-
 -- The __newindex of everything else: observes setters, read-only properties, objects that may not grow.
 function put(o, k, v, receiver)
   if type(k) == "number" and k - k ~= 0 then k = numberToString(k) end
   if receiver == nil then receiver = o end
-  local at, _, slot = holder(o, k)
+  local at, slot = holder(o, k)
   if slot then
     if slot.set then slot.set(receiver, v) return end
     if not slot.accessor then js.readOnly(k, receiver) end
@@ -360,7 +353,7 @@ local function defineOwn(o, k, flags, value, get, set)
     s.attr = s.attr or {}
     s.attr[k] = flags ~= ALL and flags or nil
     rawset(o, k, value)
-    if has(protoOf(o), k) then general(o) end
+    if holder(protoOf(o), k) then general(o) end
   end
 end
 js.defineOwn = defineOwn
