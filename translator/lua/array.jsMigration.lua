@@ -84,9 +84,8 @@ end
 
 -- A copy without holes.
 local function dense(o, n)
-  local a = make(n)
-  for i = 0, n - 1 do rawset(a, i, o[i]) end
-  return a
+  checkLength(n, LONGEST)
+  return js.list(o, 0, n - 1)
 end
 js.open, js.element, js.derived, js.dense = open, element, derived, dense
 

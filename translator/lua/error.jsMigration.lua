@@ -119,11 +119,6 @@ local function translate(text)
   if called then return "TypeError", original(called) .. " is not a function" end
   local value = match(text, "^attempt to call an? ([%w ]+) value")
   if value then return "TypeError", (value == "nil" and "undefined" or value) .. " is not a function" end
-  local indexed, what = match(text, "^attempt to index %S+ '([^']*)' %(an? ([%w ]+) value%)")
-  if indexed then
-    what = what == "nil" and "undefined" or what
-    return "TypeError", "Cannot read properties of " .. what .. " (reading '" .. indexed .. "')"
-  end
   return find(text, "^attempt to ") and "TypeError" or "Error", text
 end
 

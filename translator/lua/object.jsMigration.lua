@@ -325,11 +325,7 @@ method("apply", 2, function(f, this, list)
     if js.applyList[f] then return js.applyList[f](this, list, n) end
     if n > 7000 then js.throwError("RangeError", "Maximum call stack size exceeded") end
   end
-  if getmetatable(list) ~= js.A then
-    local values = {}
-    for i = 0, n - 1 do values[i] = list[i] end
-    list = values
-  end
+  if getmetatable(list) ~= js.A then list = js.list(list, 0, n - 1) end
   return f(this, unpack(list, 0, n - 1))
 end)
 method("bind", 1, function(f, this, ...)
