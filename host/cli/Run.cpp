@@ -52,10 +52,10 @@ void runAs(ILanguageService::ObjectType kind, Run& run) {
 
 }  // namespace
 
-void expectHandler(Run& run, IExecutable& instance, std::initializer_list<std::string_view> names) {
+void warnWithout(Run& run, IExecutable& instance, std::initializer_list<const char*> names) {
     std::string all;
-    for (const std::string_view name : names) {
-        if (instance.findMember(std::string(name).c_str(), nullptr, nullptr)) return;
+    for (const char* const name : names) {
+        if (instance.findMember(name, nullptr, nullptr)) return;
         all.append(all.empty() ? "" : " or ").append(name);
     }
     run.messages.text(run.script + ": warning: has no function named " + all + " at the top level, and so does nothing\n");

@@ -3,7 +3,6 @@
 
 #include <initializer_list>
 #include <string>
-#include <string_view>
 
 #include <vexil3/file_system_accessor.h>
 
@@ -74,7 +73,7 @@ struct LoadedScript {
 };
 
 // Warns of a script that has none of these functions: it does nothing, most likely for a misspelt name.
-void expectHandler(Run& run, IExecutable& instance, std::initializer_list<std::string_view> names);
+void warnWithout(Run& run, IExecutable& instance, std::initializer_list<const char*> names);
 
 // Asks an instance that has a say in its parameters whether the given settings will do. Throws
 // Failure with its answer when they won't.
