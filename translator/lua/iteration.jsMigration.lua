@@ -1,7 +1,7 @@
 -- What for-of and its kin walk: arrays, and lists that make their elements when they are asked for them. Also spread
 -- elements, rest patterns, and properties by computed key in literals.
 local js = require("jsMigration.lua")
-local type, rawget, select, setmetatable, unpack, A, null = type, rawget, select, setmetatable, unpack, js.A, js.null
+local type, rawget, select, setmetatable, A, null = type, rawget, select, setmetatable, js.A, js.null
 local getmetatable, isArray, S, V = getmetatable, js.isArray, js.S, "\0v"
 
 -- An iterator: next gives true and the next element each time it is called, false from the end on.
@@ -85,19 +85,27 @@ function js.tail(list, from)
   return setmetatable(a, A)
 end
 
--- The values of an iterable, for a call.
-function js.spread(o)
+-- The values of an iterable as an array, and their number.
+local function array(o)
   local list = js.values(o)
   if getmetatable(list) ~= A then list = js.tail(list, 0) end
-  if list.length > 7000 then js.throwError("RangeError", "Maximum call stack size exceeded") end
-  return unpack(list, 0, list.length - 1)
+  return list, list.length
+end
+
+function js.spread(o) return js.elements(array(o)) end
+
+-- Calls a function, known to messages by a text, with the values of an iterable.
+function js.apply(f, text, this, o)
+  if not js.callable(f) then js.notfunction(text) end
+  return js.pass(f, this, array(o))
 end
 
 -- The elements of several iterables as one array.
 function js.gather(...)
   local all, n = {}, 0
   for i = 1, select("#", ...) do
-    for _, v in js.each((select(i, ...))) do all[n], n = v, n + 1 end
+    local list, k = js.values((select(i, ...))), 0
+    while k < list.length do all[n], n, k = list[k], n + 1, k + 1 end
   end
   all.length = n
   return setmetatable(all, A)

@@ -4,7 +4,7 @@
 local platform = ...
 local js = require("globals.jsMigration.lua")
 local S, O, A, null, StringProto, FunctionHome = js.S, js.O, js.A, js.null, js.StringProto, js.FunctionHome
-local type, rawget, rawset, select, setmetatable, error = type, rawget, rawset, select, setmetatable, error
+local type, rawget, rawset, select, setmetatable, error, unpack = type, rawget, rawset, select, setmetatable, error, unpack
 local getmetatable, xpcall, byte, sub, find = getmetatable, xpcall, string.byte, string.sub, string.find
 local str, key, canonical, numberToString, units = js.str, js.key, js.canonical, js.numberToString, js.units
 local utf8, isObject, isScriptObject, typeError = js.utf8, js.isObject, js.isScriptObject, js.typeError
@@ -117,6 +117,7 @@ local function callable(f)
   local mt = type(f) ~= "string" and getmetatable(f)
   return type(mt) == "table" and mt.__call ~= nil
 end
+js.callable = callable
 
 local boundTarget = setmetatable({}, { __mode = "k" }) -- what bind() made -> the function itself
 js.boundTarget = boundTarget
@@ -142,6 +143,18 @@ function js.method(o, k, ...)
   local f = get(o, k)
   if type(f) ~= "function" and not callable(f) then js.notfunction(str(k)) end
   return f(o, ...)
+end
+
+-- The first n elements of an array, or of something like one.
+function js.elements(list, n)
+  if n > 7000 then js.throwError("RangeError", "Maximum call stack size exceeded") end
+  if getmetatable(list) ~= A then list = js.list(list, 0, n - 1) end
+  return unpack(list, 0, n - 1)
+end
+
+function js.pass(f, this, list, n)
+  if n > 200 and js.applyList[f] then return js.applyList[f](this, list, n) end
+  return f(this, js.elements(list, n))
 end
 
 -- Fields that the objects of a constructor came to last time decide how much room the next one starts with.

@@ -320,13 +320,7 @@ method("call", 1, function(f, this, ...) return f(this, ...) end)
 method("apply", 2, function(f, this, list)
   if list == nil or list == null then return f(this) end
   if not js.isObject(list) then typeError("CreateListFromArrayLike called on non-object") end
-  local n = js.toInteger(list.length)
-  if n > 200 then
-    if js.applyList[f] then return js.applyList[f](this, list, n) end
-    if n > 7000 then js.throwError("RangeError", "Maximum call stack size exceeded") end
-  end
-  if getmetatable(list) ~= js.A then list = js.list(list, 0, n - 1) end
-  return f(this, unpack(list, 0, n - 1))
+  return js.pass(f, this, list, js.toInteger(list.length))
 end)
 method("bind", 1, function(f, this, ...)
   local n, first = select("#", ...), { ... }

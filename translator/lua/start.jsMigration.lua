@@ -26,7 +26,7 @@ provide("collections", "Map Set WeakMap WeakSet", "")
 provide("error", "Error TypeError RangeError ReferenceError SyntaxError EvalError URIError",
   "newError fromNative describeError")
 provide("iteration", "",
-  "iterate iterable iterator each entry live tail spread gather field named destructible mix without")
+  "iterate iterable iterator each entry live tail spread apply gather field named destructible mix without")
 provide("case", "", "changeCase")
 local pending, loaded = {}, {} -- prototype -> its file, file -> whether it is there
 js.loaded = loaded

@@ -25,6 +25,7 @@ final class Calls {
             throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
         if (Patterns.isLink(target)) return lookedUp(Expressions.bare(Patterns.target(target)), arguments, true);
+        if (isOneList(arguments)) return lookedUp(target, arguments, false);
         if (target instanceof ElementGet member) return computedMethod(member, arguments);
         if (!(target instanceof PropertyGet member)) return function(target, arguments);
         Code known = math(member, arguments);
@@ -41,6 +42,10 @@ final class Calls {
         Code all = g.operators.library("spread", several ? gathered(arguments) : g.value(Patterns.spread(arguments.get(last))));
         all.calls = true;
         return operands.put(mark, all);
+    }
+
+    private static boolean isOneList(List<AstNode> arguments) {
+        return arguments.size() == 1 && Patterns.anySpread(arguments);
     }
 
     /** An array of elements, some of which are spread. */
@@ -133,7 +138,10 @@ final class Calls {
         return library(place.line(), "method", operands.from(first), place.object(), ", ", place.keyValue());
     }
 
-    /** Calls a function, or a method, that is looked up before its arguments are evaluated; {@code f?.()} if there is one. */
+    /**
+     * Calls a function, or a method, that is looked up before its arguments are evaluated; {@code f?.()} if there is one.
+     * A list that is spread goes to the library whole: some functions take one of any length.
+     */
     private Code lookedUp(AstNode target, List<AstNode> arguments, boolean optional) {
         Operands operands = new Operands(g, false);
         boolean member = (target.getType() == Token.GETPROP || target.getType() == Token.GETELEM) && !Patterns.isLink(target);
@@ -141,9 +149,13 @@ final class Calls {
             Place place = Place.of(g, target, new Operands(g, false), true);
             Code method = optional ? g.expressions.link(place.read()) : g.save(place.read());
             operands.put(g.out.mark(), method).put(g.out.mark(), place.object());
-        } else operands.put(g.out.mark(), g.expressions.link(g.value(target)));
-        arguments(operands, arguments);
-        return library(g.line(target), "call", operands.from(1), operands.get(0), ", " + name(target) + (member ? "" : ", nil"));
+        } else if (optional) operands.put(g.out.mark(), g.expressions.link(g.value(target)));
+        else operands.add(target);
+        boolean list = isOneList(arguments);
+        if (list) operands.add(Patterns.spread(arguments.get(0)));
+        else arguments(operands, arguments);
+        String fixed = ", " + name(target) + (member ? "" : ", nil");
+        return library(g.line(target), list ? "apply" : "call", operands.from(1), operands.get(0), fixed);
     }
 
     Code construct(NewExpression node) {
