@@ -191,14 +191,16 @@ std::optional<double> parseNumber(std::string_view text) {
 }
 
 std::optional<double> parseTime(std::string_view text) {
-    if (text.size() < 10 || text[4] != '-') {
+    const bool isCompact = text.size() == 8 && text.find_first_not_of("0123456789") == text.npos;
+    if (!isCompact && (text.size() < 10 || text[4] != '-')) {
         const std::optional<double> seconds = parseNumber(text);
         return seconds && isInCalendar(*seconds) ? seconds : std::nullopt;
     }
     unsigned year = 0;
     unsigned month = 0;
     unsigned day = 0;
-    if (!takeDigits(text, 4, year) || !takeOne(text, "-") || !takeDigits(text, 2, month) || !takeOne(text, "-") ||
+    const auto takeDash = [&] { return isCompact || takeOne(text, "-"); };
+    if (!takeDigits(text, 4, year) || !takeDash() || !takeDigits(text, 2, month) || !takeDash() ||
         !takeDigits(text, 2, day))
         return {};
     const std::chrono::year_month_day date(std::chrono::year(static_cast<int>(year)), std::chrono::month(month),

@@ -30,7 +30,8 @@ std::string timeText(double seconds);
 std::optional<double> parseNumber(std::string_view text);
 
 // ISO 8601 (a date, or a date and a time of day, with "Z", an offset or nothing for UTC), or seconds
-// since 1970 UTC; of the years 0 to 9999, so that milliseconds are not taken for seconds.
+// since 1970 UTC; of the years 0 to 9999, so that milliseconds are not taken for seconds. Eight digits
+// are a date, 20240131.
 std::optional<double> parseTime(std::string_view text);
 
 }  // namespace vexil3::cli
