@@ -153,7 +153,7 @@ function js.elements(list, n)
 end
 
 function js.pass(f, this, list, n)
-  if n > 200 and js.applyList[f] then return js.applyList[f](this, list, n) end
+  if n > 1 and js.applyList[f] then return js.applyList[f](this, list, n) end
   return f(this, js.elements(list, n))
 end
 

@@ -4,8 +4,8 @@ local platform = ...
 local type, rawget, rawset, next, select, setmetatable = type, rawget, rawset, next, select, setmetatable
 local error, pcall, require, tonumber, gmatch = error, pcall, require, tonumber, string.gmatch
 
--- applyList: functions that can take as a list what Function.prototype.apply gives them, since Lua passes only so many
--- values at once.
+-- applyList: functions that can take several arguments as a list, since Lua passes only so many values at once, and a
+-- list's not in compiled code.
 local js = { S = "\0s", platform = platform, null = {}, applyList = {} }
 for name, f in next, require("text.jsMigration.lua") do js[name] = f end
 

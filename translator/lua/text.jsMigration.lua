@@ -142,10 +142,13 @@ local function decode(s)
   return units
 end
 
--- Many bytes at once, for where loops are not compiled.
+-- Many bytes at once, for where loops are not compiled; few different numbers of them, since each is compiled apart.
 local function isAscii(s)
-  for i = 1, #s, 32 do if max(byte(s, i, i + 31)) >= 128 then return false end end
-  return true
+  local n = #s
+  if n < 4 then return n == 0 or max(byte(s, 1), byte(s, (n + 1) / 2), byte(s, n)) < 128 end
+  local width = n < 8 and 4 or n < 32 and 8 or 32
+  for i = 1, n - width, width do if max(byte(s, i, i + width - 1)) >= 128 then return false end end
+  return max(byte(s, n - width + 1, n)) < 128
 end
 
 -- What has been asked for lately, of so many kilobytes or with one text more, and what had been when that was full.
