@@ -163,6 +163,7 @@ final class Binding implements NodeVisitor {
     }
 
     private static boolean isHook(AstNode key) {
+        if (key instanceof StringLiteral quoted) return HOOKS.contains(quoted.getValue());
         return key instanceof Name name && HOOKS.contains(name.getIdentifier());
     }
 

@@ -101,10 +101,7 @@ final class Calls {
         if (callee != value || !name && target.getType() != Token.FUNCTION) {
             return library(g.line(target), "call", operands.from(1), callee, ", " + name(target) + ", nil");
         }
-        Code code = close(Code.of(g.line(target), callee.within(Code.PREFIX)), "nil", operands.from(1));
-        Variable variable = name ? Names.variable(target) : null;
-        boolean known = variable != null && variable.declaration != null && variable.writes == 0;
-        return known ? code.typed(variable.declaration.returnType) : code;
+        return close(Code.of(g.line(target), callee.within(Code.PREFIX)), "nil", operands.from(1)).typed(g.types.call(target));
     }
 
     private Code method(PropertyGet target, List<AstNode> arguments) {
@@ -194,26 +191,13 @@ final class Calls {
 
     // -- Math
 
-    /** The library's direct function for a call of Math, or null. It is right for arguments that are numbers. */
-    static String mathFunction(AstNode target) {
-        if (!(target instanceof PropertyGet member) || !(member.getTarget() instanceof Name object)) return null;
-        if (!object.getIdentifier().equals("Math") || Names.variable(object) != null) return null;
-        String name = member.getProperty().getIdentifier();
-        return switch (name) {
-            case "floor", "ceil", "sqrt", "abs", "sin", "cos", "tan", "exp", "log", "atan", "round", "pow" -> name;
-            case "max" -> "max2";
-            case "min" -> "min2";
-            default -> null;
-        };
-    }
-
     private static boolean isPlain(AstNode node) {
         int type = Expressions.bare(node).getType();
         return type == Token.NAME || type == Token.NUMBER || type == Token.STRING;
     }
 
     private Code math(PropertyGet target, List<AstNode> arguments) {
-        String name = g.types.mathIsPlain ? mathFunction(target) : null;
+        String name = g.types.mathFunction(target);
         if (name == null) return null;
         boolean two = name.equals("max2") || name.equals("min2") || name.equals("pow");
         if (arguments.size() != (two ? 2 : 1) || Patterns.anySpread(arguments)) return null;

@@ -59,8 +59,7 @@ final class Counting {
         boolean down = node.getType() == Token.DEC || node.getType() == Token.ASSIGN_SUB;
         double by = 0;
         if (node instanceof UpdateExpression change && isCounter(change.getOperand())) by = 1;
-        else if (down || node.getType() == Token.ASSIGN_ADD) {
-            Assignment change = (Assignment) node;
+        else if (node instanceof Assignment change && (down || node.getType() == Token.ASSIGN_ADD)) {
             if (isCounter(change.getLeft()) && change.getRight() instanceof NumberLiteral number) by = number.getNumber();
         }
         return down ? -by : by;

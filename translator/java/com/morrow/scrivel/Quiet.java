@@ -25,7 +25,7 @@ final class Quiet implements NodeVisitor {
     public boolean visit(AstNode node) {
         if (node instanceof Assignment change) quiet &= isName(change.getLeft());
         else if (node instanceof UpdateExpression change) quiet &= isName(change.getOperand());
-        else if (node.getType() == Token.CALL) quiet &= Calls.mathFunction(((FunctionCall) node).getTarget()) != null;
+        else if (node.getType() == Token.CALL) quiet &= g.types.mathFunction(((FunctionCall) node).getTarget()) != null;
         else quiet &= node.getType() != Token.NEW && node.getType() != Token.DELPROP && !(node instanceof ForInLoop);
         quiet &= !g.names.hooks || !mayCallHook(node);
         return quiet && node.getType() != Token.FUNCTION;

@@ -79,7 +79,9 @@ final class Syntax {
             AstNode last = null;
             if (node instanceof Loop loop && !(node instanceof DoLoop)) last = loop.getBody();
             else if (node instanceof LabeledStatement labeled) last = labeled.getStatement();
-            else if (node instanceof IfStatement choice) {
+            else if (node instanceof SwitchCase one && one.getStatements() != null) {
+                last = one.getStatements().get(one.getStatements().size() - 1);
+            } else if (node instanceof IfStatement choice) {
                 last = choice.getElsePart() != null ? choice.getElsePart() : choice.getThenPart();
             }
             return last == null ? node.getLength() : last.getPosition() + length(last);

@@ -24,7 +24,7 @@ final class Types {
 
     private final Names names;
     /** `Math` is only ever the plain object before a dot, so that its functions are the known ones. */
-    final boolean mathIsPlain;
+    private final boolean mathIsPlain;
 
     /** Finds the types. The variables' lifetimes are known. */
     Types(Names names) {
@@ -136,11 +136,25 @@ final class Types {
         return name.equals("NaN") || name.equals("Infinity") ? NUMBER : UNKNOWN;
     }
 
-    private int call(AstNode target) {
-        if (target.getType() != Token.NAME) return mathIsPlain && Calls.mathFunction(target) != null ? NUMBER : UNKNOWN;
+    /** The type of what a call of a target gives. */
+    int call(AstNode target) {
+        if (target.getType() != Token.NAME) return mathFunction(target) != null ? NUMBER : UNKNOWN;
         Variable variable = Names.variable(target);
         boolean known = variable != null && variable.declaration != null && variable.writes == 0;
         return known ? variable.declaration.returnType : UNKNOWN;
+    }
+
+    /** The library's direct function for a call of Math, or null. It is right for arguments that are numbers. */
+    String mathFunction(AstNode target) {
+        if (!mathIsPlain || !(target instanceof PropertyGet member) || !(member.getTarget() instanceof Name object)) return null;
+        if (!object.getIdentifier().equals("Math")) return null;
+        String name = member.getProperty().getIdentifier();
+        return switch (name) {
+            case "floor", "ceil", "sqrt", "abs", "sin", "cos", "tan", "exp", "log", "atan", "round", "pow" -> name;
+            case "max" -> "max2";
+            case "min" -> "min2";
+            default -> null;
+        };
     }
 
     /** The operator of a compound assignment, and every other operator itself. */
