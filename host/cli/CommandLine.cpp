@@ -81,19 +81,20 @@ CLI::App* addRun(CLI::App& app, Options& options) {
     CLI::App* run = app.add_subcommand("run", "Run a script over prices");
     addScript(*run, options, "A script, *.jsl or *.lua");
     run->add_option("--prices", options.prices,
-                    "File of comma-separated time,open,high,low,close,volume [the bundled prices]");
-    run->add_option("--set", options.settings, "ID=VALUE: give a parameter another value")
+                    "File of comma-separated time,open,high,low,close,volume [the bundled prices]")
+        ->type_name("FILE");
+    run->add_option("--set", options.settings, "Give a parameter another value")
         ->allow_extra_args(false)
-        ->type_name("");
+        ->type_name("ID=VALUE");
     run->add_option_function<std::string>(
            "--format", [&options](const std::string& name) { options.format = formatNamed(name); },
            "table, csv or json [table]")
-        ->type_name("");
+        ->type_name("FORMAT");
     run->add_flag("--trace", options.trace,
                   "Write every line that runs, and the call stack beneath it, to standard error");
     run->footer(
         "What comes out depends on the script:\n"
-        "  indicator  its streams beside the bars (json: what it draws too)\n"
+        "  indicator  its streams beside the bars, then what it draws (csv: the streams)\n"
         "  strategy   its orders and its result (csv: the orders)\n"
         "  tool       what it draws after the gestures, which count in the order in which they stand;\n"
         "             without any, its points are clicked on bars spread over the prices\n"
@@ -141,7 +142,11 @@ std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
         app.parse(argc, argv);
         if (app.get_subcommands().empty()) throw CLI::RequiredError("A command, one of run, check and translate,");
     } catch (const CLI::ParseError& e) {
-        exitCode = app.exit(e) == 0 ? Success : WrongCall;
+        // What is misspelt says more than what is missing then.
+        const std::vector<std::string> misspelt = app.remaining(true);
+        const bool isMissing = e.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError);
+        const int code = isMissing && !misspelt.empty() ? app.exit(CLI::ExtrasError(misspelt)) : app.exit(e);
+        exitCode = code == 0 ? Success : WrongCall;
         return {};
     }
     options.gestures = gesturesInOrder(*run, gestures);

@@ -1,5 +1,6 @@
 #include "host/cli/Console.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 
@@ -41,9 +42,14 @@ Message takeApart(std::string_view text) {
     return message;
 }
 
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    return first == text.npos ? std::string_view() : text.substr(first);
+// A line without its indentation, and without the end of one that no screen holds.
+std::string_view excerpt(std::string_view line) {
+    constexpr std::size_t kLongest = 400;
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    if (line.size() <= kLongest) return line;
+    std::size_t end = kLongest;
+    while ((static_cast<unsigned char>(line[end]) & 0xC0) == 0x80 && end > 0) --end;
+    return line.substr(0, end);
 }
 
 }  // namespace
@@ -71,7 +77,7 @@ void Console::report(IErrorEntry& entry, const std::string& script) {
     heading(place, message.text);
     if (const auto line = mSources.line(file, entry.line())) {
         mOutput.text("    ");
-        mOutput.text(trimmed(*line));
+        mOutput.text(excerpt(*line));
         mOutput.character('\n');
     }
     if (message.traceback.empty()) return;

@@ -71,13 +71,13 @@ bool isOnSearchPath(const std::string& program) {
     return false;
 }
 
-// Why no file can be made in the folder, or an empty text. Makes the folder as the module would.
-std::string cannotWrite(const std::string& folder) {
-    std::error_code status;
-    fs::create_directories(folder, status);
-    if (!status && fs::is_directory(folder) && ::access(folder.c_str(), W_OK | X_OK) == 0) return "";
-    if (!status && !fs::is_directory(folder)) return std::strerror(ENOTDIR);
-    return status ? status.message() : std::strerror(errno);
+// Why no file as large as the script can be made in the folder, or an empty text.
+std::string cannotWrite(const std::string& folder, const std::string& script) {
+    if (::access((folder + "/").c_str(), W_OK | X_OK) != 0) return std::strerror(errno);
+    std::error_code unknown;
+    const fs::space_info space = fs::space(folder + "/", unknown);
+    const std::uintmax_t bytes = unknown ? 0 : fs::file_size(script, unknown);
+    return unknown || space.available > bytes ? "" : std::strerror(ENOSPC);
 }
 
 // Java reads the names of files as the locale's text, and the C locale has but ASCII.
@@ -121,7 +121,7 @@ std::string cacheDirectory() {
     return value ? value : prefix() + "/bin/vexil.js.cache";
 }
 
-std::optional<std::string> whatIsMissing() {
+std::optional<std::string> whatIsMissing(const std::string& script) {
     if (!isOnSearchPath("java"))
         return "there is no java on the search path, which translates JavaScript; install one, for example with: "
                "apt-get install default-jre-headless";
@@ -132,7 +132,9 @@ std::optional<std::string> whatIsMissing() {
         return "the translator is missing: there is no " + jars + kTranslator +
                "; build or install it, or set VEXIL_CLASSPATH to the folder of its jars, ending with /";
     const std::string cache = cacheDirectory();
-    if (const std::string why = cannotWrite(cache); !why.empty())
+    std::error_code unmade;
+    fs::create_directories(cache, unmade);
+    if (const std::string why = unmade ? unmade.message() : cannotWrite(cache, script); !why.empty())
         return "the cache directory " + cache + " cannot be written (" + why +
                "); make it writable, or set VEXIL_JS_CACHE to a folder that is";
     if (!isPlain(cache))
@@ -141,9 +143,8 @@ std::optional<std::string> whatIsMissing() {
                "with a plain name";
     const char* temporary = std::getenv("VEXIL_TEMP_DIR");
     const std::string folder = temporary ? temporary : "/tmp";
-    if (::access((folder + "/").c_str(), W_OK | X_OK) != 0)
-        return "the temporary directory " + folder + " cannot be written (" + std::strerror(errno) +
-               "); set VEXIL_TEMP_DIR to a folder that can";
+    if (const std::string why = cannotWrite(folder, script); !why.empty())
+        return "the temporary directory " + folder + " cannot be written (" + why + "); set VEXIL_TEMP_DIR to a folder that can";
     return {};
 }
 

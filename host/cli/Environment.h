@@ -19,8 +19,8 @@ void setEnvironment();
 // The cache directory that the module uses.
 std::string cacheDirectory();
 
-// Looks why no script can be translated here: a sentence that says what is missing and how to get
-// it, or nothing when all is there.
-std::optional<std::string> whatIsMissing();
+// Looks why the script cannot be translated here: a sentence that says what is missing and how to get
+// it, or nothing when all is there. Makes the cache directory.
+std::optional<std::string> whatIsMissing(const std::string& script);
 
 }  // namespace vexil3::cli

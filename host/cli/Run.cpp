@@ -74,6 +74,8 @@ void runScript(const Options& options, Output& output, Output& messages) {
     const std::unique_ptr<Trace> trace(options.trace ? new Trace(script, messages) : nullptr);
     LanguageModule language(languageOf(script));
     const ILanguageService::ObjectType kind = kindOf(language, *accessor, script);
+    if (kind != ILanguageService::Tool && !options.gestures.empty())
+        throw Failure(script + " is no tool, so that it takes no clicks and no moves");
     Prices prices(options.prices);
     Run run{options, script, language, *accessor, prices, output, messages, trace.get()};
     runAs(kind, run);

@@ -1,6 +1,5 @@
 #include "host/cli/SourceText.h"
 
-#include <filesystem>
 #include <fstream>
 
 namespace vexil3::cli {
@@ -15,6 +14,8 @@ const std::vector<std::string>& SourceText::lines(const std::string& file) {
     const auto [entry, isNew] = mFiles.try_emplace(file);
     std::error_code status;
     if (!isNew || !std::filesystem::is_regular_file(file, status)) return entry->second;
+    // What was changed meanwhile is not what runs.
+    if (std::filesystem::last_write_time(file, status) > mMade) return entry->second;
     std::ifstream stream(file, std::ios::binary);
     for (std::string line; std::getline(stream, line);) {
         if (!line.empty() && line.back() == '\r') line.pop_back();

@@ -1,6 +1,7 @@
 // Lines of source files, for people to look at.
 #pragma once
 
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
@@ -11,15 +12,14 @@ namespace vexil3::cli {
 
 class SourceText {
 public:
-    // The line `number` (from 1) of `file` without its end; nothing when there is none. Valid while
-    // the object lives.
+    // The line `number` (from 1) of `file` without its end; nothing when there is none, or when
+    // the file was changed after the object was made. Valid while the object lives.
     std::optional<std::string_view> line(const std::string& file, int number);
-    // How many lines the file has; 0 when it cannot be read.
-    int count(const std::string& file) { return static_cast<int>(lines(file).size()); }
 
 private:
     const std::vector<std::string>& lines(const std::string& file);
 
+    const std::filesystem::file_time_type mMade = std::filesystem::file_time_type::clock::now();
     std::map<std::string, std::vector<std::string>> mFiles;
 };
 

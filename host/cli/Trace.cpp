@@ -47,8 +47,8 @@ void Trace::stack(IDebuggerCallback& callback) {
         mOutput.text("    ");
         place(mScript, line);
         mOutput.text(": in ");
-        const std::string_view function = mFunction->text();
-        mOutput.text(function.empty() ? "the script" : function);
+        const std::string_view function = mFunction->text(), kind = mKind->text();
+        mOutput.text(!function.empty() ? function : kind == "main" ? "the script" : "a function");
         mOutput.character('\n');
     }
 }

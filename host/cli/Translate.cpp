@@ -67,7 +67,7 @@ void translateScript(const Options& options, Output& output) {
     checkSyntax(language, script);
     const std::string folder = entryFolder(script);
     if (!std::filesystem::exists(folder + "/ok"))
-        throw Failure(whatIsMissing().value_or("the translation was not kept in " + folder +
+        throw Failure(whatIsMissing(script).value_or("the translation was not kept in " + folder +
                                                "; see that there is room, and that no other user owns it"));
     write(output, script, readLines(folder + "/content"), readLines(folder + "/lines"));
 }

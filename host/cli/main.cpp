@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
 
 #include "host/cli/Check.h"
 #include "host/cli/CommandLine.h"
@@ -34,18 +35,26 @@ Findings look(IError& error) {
     return findings;
 }
 
+bool isReadable(const std::string& script) {
+    std::error_code unknown;
+    return ::access(script.c_str(), R_OK) == 0 && !std::filesystem::is_directory(script, unknown);
+}
+
 // Reports a fault; what it comes to for the exit code.
 ExitCode explain(Console& console, const std::string& script, const ScriptFault& fault) {
     const Findings findings = fault.error ? look(*fault.error) : Findings();
     const bool isJavaScript = languageOf(script) == ILanguageService::JavaScript;
     // Only the module knows that it could not translate, and it may have had to keep silent.
-    if (isJavaScript && !findings.located && !findings.hasRun && ::access(script.c_str(), R_OK) == 0) {
-        if (const auto missing = whatIsMissing()) {
+    if (isJavaScript && !findings.located && !findings.hasRun && isReadable(script)) {
+        if (const auto missing = whatIsMissing(script)) {
             console.complain(*missing);
             return WrongCall;
         }
-        if (!findings.inScript)
-            console.complain("java did not translate " + script + "; see whether `java -version` runs");
+        if (!findings.inScript) {
+            console.complain("java did not translate " + script +
+                             "; see whether `java -version` runs and says 17 or more");
+            if (!fault.error) return WrongCall;
+        }
     }
     if (!fault.error) {
         console.complain(script + ": " + fault.doing + " failed without saying why");

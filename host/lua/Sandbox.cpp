@@ -1,5 +1,8 @@
 #include "host/lua/Sandbox.h"
 
+#include <algorithm>
+#include <string>
+
 #include <lua.hpp>
 
 #include "host/lua/HostCall.h"
@@ -107,9 +110,13 @@ int log(lua_State* L) {
         pushText(L, i);
     }
     lua_concat(L, lua_gettop(L) - count);
-    const char* const text = lua_tostring(L, -1);
+    std::size_t size = 0;
+    const char* const text = lua_tolstring(L, -1, &size);
     hostCall(L, [&] {
-        if (state.host()) state.host()->log(text);
+        // For the host, a line ends at its first zero byte.
+        std::string line(text, size);
+        std::replace(line.begin(), line.end(), '\0', ' ');
+        if (state.host()) state.host()->log(line.c_str());
     });
     return 0;
 }

@@ -260,8 +260,8 @@ class CliTest(unittest.TestCase):
         self.assertIn("#FF8000", without.stdout)
 
     def test_macro_writes_its_log_and_nothing_else(self):
-        script = self.write("count.jsl", MACRO.replace("LATE_FAULT", "false"))
-        self.assertEqual(self.assert_succeeds(self.run_script(script)), "line 0\nline 1\nline 2\n")
+        script = self.write("count.jsl", MACRO.replace("LATE_FAULT", "log('a\\0b')"))
+        self.assertEqual(self.assert_succeeds(self.run_script(script)), "line 0\nline 1\nline 2\na b\n")
         script = self.write("count.jsl", MACRO.replace("LATE_FAULT", "true"))
         result = self.run_script(script)
         self.assertEqual(result.stdout, "line 0\nline 1\nline 2\n")
@@ -312,6 +312,9 @@ class CliTest(unittest.TestCase):
             frames = [re.match(rf"\t{name}:(\d+): in ", line) for line in report[3:]]
             self.assertTrue(all(frames), report)
             self.assertEqual([int(frame[1]) for frame in frames], [3, 6, 11])
+            # What was edited since it was loaded is not what ran.
+            os.utime(self.folder / name, (time.time() + 60, time.time() + 60))
+            self.assertEqual(self.run_script(name).stderr.splitlines(), report[:1] + report[2:])
 
     def test_check_reports_every_script(self):
         self.write("good.jsl", AVERAGE["average.jsl"])
@@ -324,6 +327,8 @@ class CliTest(unittest.TestCase):
         self.assert_fails(self.vexil("check", "bad.jsl", "none.jsl"), 2, "bad.jsl:2: error: ", "none.jsl: cannot open")
         self.assert_fails(self.vexil("check", self.write("zero.lua", "local a = 1\0\n")), 1, "zero.lua:1: error: ")
         self.assert_fails(self.run_script("bad.jsl"), 1, "bad.jsl:2: error: ")
+        result = self.vexil("check", self.write("long.jsl", "let text = '" + "ü" * 5000 + "' (;\n"))
+        self.assertRegex(result.stderr, r"error: .*\n    let text = 'ü{1,200}\n$")
 
     def test_faults_outside_every_function_name_their_line(self):
         text = 'let a = 1;\n\nfunction fail() { throw new RangeError("top"); }\nfail();\nfunction indicator(p) {}\n'
@@ -363,6 +368,9 @@ class CliTest(unittest.TestCase):
             self.assertEqual([line for line in seen if line in (3, 6, 11)], [11, 6, 3])
             self.assertRegex(result.stderr, rf"(?m)^{name}:3: .*\n    {name}:3: in .*third.*\n    {name}:6: in .*\n"
                                             rf"    {name}:11: in ")
+        text = "function macro(p) {}\nfunction execute() {\n  try {\n    log(1);\n  } catch (e) {}\n}\n"
+        result = self.run_script(self.write("try.jsl", text), "--trace")
+        self.assertIn("try.jsl:4:     log(1);\n    try.jsl:4: in a function\n    try.jsl:3: in execute\n", result.stderr)
 
     def test_translate_shows_both_languages(self):
         script = self.write("deep.jsl", DEEP["deep.jsl"])
@@ -500,6 +508,8 @@ class CliTest(unittest.TestCase):
         (self.folder / "java").chmod(0o755)
         for command in ["run", "check", "translate"]:
             self.assert_fails(self.vexil(command, script, VEXIL_JS_CACHE=fresh, PATH=str(self.folder)), 2, "java -version")
+            (self.folder / "folder.jsl").mkdir(exist_ok=True)
+            self.assertEqual(self.vexil(command, "folder.jsl").stderr, "vexil: error: folder.jsl: cannot open: Is a directory\n")
 
     def test_a_translated_script_needs_no_java_again(self):
         script = self.write("average.jsl", AVERAGE["average.jsl"] + "// " + str(self.folder) + "\n")
@@ -543,9 +553,11 @@ class CliTest(unittest.TestCase):
                          (2, "vexil: error: cannot write the output: No space left on device\n"))
 
     def test_wrong_calls_and_help(self):
+        self.write("average.lua", AVERAGE["average.lua"])
         for call, text in [("", "run, check and translate"), ("fly", "fly"), ("run", "SCRIPT"), ("check", "SCRIPT"),
                            ("run --format 1 a.lua", "table, csv or json"), ("run --price p.csv a.lua", "--price"),
-                           ("run a.lua b.lua", "b.lua")]:
+                           ("run a.lua b.lua", "b.lua"), ("run --fly", "--fly"),
+                           ("run a.lua --set", "ID=VALUE"), ("run average.lua --click 1,2,3,4", "is no tool")]:
             result = self.vexil(*call.split())
             self.assertEqual(result.returncode, 2, call)
             self.assertIn(text, result.stderr)

@@ -28,7 +28,7 @@ final class LuaWriter {
     record FunctionRow(String name, int length, char kind) {}
 
     /** Where the function around the current one stands. */
-    private record Outer(int pieces, HashSet<String> constants) {}
+    private record Outer(int pieces, HashSet<String> constants, HashSet<String> numbers) {}
 
     private final StringBuilder text = new StringBuilder(1 << 16);
     /** A row of each a Lua line, and of each a function. */
@@ -36,7 +36,7 @@ final class LuaWriter {
     private int pieces;
     /** Large enough a script to have too many constants for Lua. */
     private final boolean large;
-    private HashSet<String> constants = new HashSet<>();
+    private HashSet<String> constants = new HashSet<>(), numbers = new HashSet<>();
     private final ArrayDeque<Outer> outers = new ArrayDeque<>();
     private int luaLine;
     private int source = 1;
@@ -81,13 +81,27 @@ final class LuaWriter {
         empty = false;
     }
 
-    /** Counts what takes a place among a function's constants: names of members, literals, tables. */
+    /** Counts what takes a place among a function's constants: names of members, texts, tables, functions; and numbers. */
     private void constant(String token) {
         if (token.isEmpty()) return;
         char c = token.charAt(0);
-        boolean table = token.endsWith("({");
-        boolean counts = table || c == '"' || c == '.' || c == ':' || c >= '0' && c <= '9';
-        if (counts && constants.add(table ? token + pieces : token) && constants.size() > MOST_CONSTANTS) {
+        int dot = token.indexOf('.');
+        if (c >= '0' && c <= '9') count(numbers, token);
+        else if (token.endsWith("({")) count(constants, token + pieces);
+        else if (c == '"' || c == ':') count(constants, token);
+        else if (dot >= 0) count(constants, member(token, dot));
+        // A function for the host is one text.
+        if (token.endsWith(" end")) count(constants, token);
+    }
+
+    private static String member(String token, int dot) {
+        int end = dot + 1;
+        while (end < token.length() && Character.isJavaIdentifierPart(token.charAt(end))) end++;
+        return token.substring(dot, end);
+    }
+
+    private static void count(HashSet<String> known, String constant) {
+        if (known.add(constant) && known.size() > MOST_CONSTANTS) {
             throw new Generator.Refusal(null, "A function, or the script outside of functions, has more than 65,000 constants");
         }
     }
@@ -96,12 +110,16 @@ final class LuaWriter {
         Outer outer = outers.pop();
         pieces = outer.pieces() + 1;
         constants = outer.constants();
-        if (large) constants.add("function" + luaLine);
+        numbers = outer.numbers();
+        if (large) count(constants, "function" + luaLine);
     }
 
     private void function(FunctionRow row) {
-        outers.push(new Outer(pieces, constants));
-        if (large) constants = new HashSet<>();
+        outers.push(new Outer(pieces, constants, numbers));
+        if (large) {
+            constants = new HashSet<>();
+            numbers = new HashSet<>();
+        }
         if (functionHere || !empty && current != source) newline();
         functionHere = true;
         functions.append(luaLine).append(' ').append(row.name().isEmpty() ? "-" : row.name().replace('\n', ' ')).append(' ');
