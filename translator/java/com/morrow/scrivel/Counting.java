@@ -124,7 +124,10 @@ final class Counting {
         return count;
     }
 
-    /** The counter begins as a number; an open bound is turned into a closed one, which is exact for whole numbers. */
+    /**
+     * The counter begins as a number. An open bound is turned into a closed one, which is exact for whole numbers. For
+     * undefined and for objects, the library puts an infinity that is right for counters that go up only.
+     */
     private boolean startsRight() {
         int type = g.types.of(start);
         boolean whole = Types.isWhole(type) && step == Math.rint(step);
@@ -161,6 +164,7 @@ final class Counting {
     void write(Loops loops) {
         int line = g.line;
         loops.own(Names.scope(loop));
+        counter.counts = true;
         declareOthers();
         g.line = line;
         Operands operands = new Operands(g, false).add(start);
@@ -181,19 +185,14 @@ final class Counting {
             Code test = g.operators.combine(comparison, value, Code.read(slow, Types.UNKNOWN), line);
             g.out.add(line, "if " + slow + " and ", g.operators.not(test), " then break end");
         }
-        boolean counted = counter.counts;
-        counter.counts = true;
         loops.body(loop.getBody(), false);
-        counter.counts = counted;
+        counter.counts = false;
         g.out.add(line, "end");
     }
 
     /** Declares the names of the head but the counter, which the Lua loop declares. */
     private void declareOthers() {
-        boolean declared = counter.inPlace;
-        counter.inPlace = true;
-        g.functions.enter(Names.scope(loop));
-        counter.inPlace = declared;
+        g.functions.open(Names.scope(loop));
         if (!(loop.getInitializer() instanceof VariableDeclaration declaration)) return;
         for (VariableInitializer part : declaration.getVariables()) {
             if (isCounter(part.getTarget())) continue;

@@ -90,7 +90,7 @@ final class Expressions {
         if (variable == null) return global(node);
         if (use.early) return check(node, g.js("unset"));
         if (variable.isCheckedAt(use)) return check(node, variable.access());
-        if (variable.constant != null) return variable.constant;
+        if (variable.isConstant()) return value(variable.initial);
         if (variable.pieces) return g.operators.library("joined", Code.of(variable.access())).typed(Types.STRING);
         Code code = Code.read(variable.access(), variable.type);
         code.stable = variable.isSettled() || variable.counts;

@@ -25,7 +25,7 @@ final class Functions {
     void chunk(AstRoot root, FunctionInfo main) {
         Generator.Outer outer = g.enter(main, null, root, 0);
         if (main.usesThis) g.out.add("local this = " + g.js("G") + ".globalThis");
-        enter(main.scope);
+        open(main.scope);
         for (Variable variable : main.scope.variables) if (variable.shared) share(variable);
         g.statements.list(children(root));
         for (Variable variable : main.scope.variables) expose(variable);
@@ -41,7 +41,7 @@ final class Functions {
 
     /** Lets the host see a variable that holds a function when the chunk ends. */
     private void expose(Variable variable) {
-        if (variable.kind == Variable.Kind.FUNCTION || variable.start < 0 || variable.constant != null) return;
+        if (variable.kind == Variable.Kind.FUNCTION || variable.start < 0 || variable.isConstant()) return;
         if (variable.type != Types.UNKNOWN && variable.type != Types.FUNCTION) return;
         String access = variable.access();
         g.out.add(g.source.line(variable.start), "if " + g.js("type") + "(" + access + ") == \"function\" then "
@@ -68,7 +68,7 @@ final class Functions {
     // -- scopes
 
     /** Declares what a scope needs from its beginning on: its table, its hoisted variables and functions. */
-    void enter(Scope scope) {
+    void open(Scope scope) {
         if (scope.table != null) g.out.add(g.line(scope.node), "local " + scope.table + " = {}");
         ArrayList<String> hoisted = new ArrayList<>();
         for (Variable variable : scope.variables) {
@@ -85,7 +85,7 @@ final class Functions {
     }
 
     private static boolean isHoisted(Variable variable) {
-        if (variable.inPlace || variable.spilledIn != null) return false;
+        if (variable.inPlace || variable.counts || variable.spilledIn != null) return false;
         if (variable.kind == Variable.Kind.FUNCTION) return variable.writes > 0 || isUsedBefore(variable);
         return variable.kind == Variable.Kind.VAR || variable.kind.isLexical();
     }
@@ -136,7 +136,7 @@ final class Functions {
         Generator.Outer outer = g.enter(info, null, node, LEVELS);
         Block top = new Block();
         String parameters = parameters(node, info, top);
-        enter(info.body);
+        open(info.body);
         g.statements.list(children(node.getBody()));
         Block body = g.leave(outer);
         g.line = line;
@@ -164,7 +164,7 @@ final class Functions {
             top.add("local " + names.get(named.size()) + " = " + g.js("rest") + "(" + rest + ")");
         }
         g.line = g.line(node);
-        enter(info.scope);
+        open(info.scope);
         for (int i = 0; i < names.size(); i++) parameter(Patterns.parameter(node.getParams().get(i)), names.get(i));
         String receiver = info.arrow ? "_" + Lua.CHANGED : "this";
         return receiver + (all || named.isEmpty() ? "" : ", " + list) + (all || info.hasRest ? ", ..." : "");

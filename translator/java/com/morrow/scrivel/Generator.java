@@ -1,8 +1,6 @@
 package com.morrow.scrivel;
 
-import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.AstNode;
-import org.mozilla.javascript.ast.AstRoot;
 import org.mozilla.javascript.ast.InfixExpression;
 
 /** What the parts of the translation share: where statements go, temporaries, and access to variables. */
@@ -70,19 +68,6 @@ final class Generator {
             if (name.length() > 1 && name.charAt(0) == 't' && Character.isDigit(name.charAt(1))) prefix = "t" + Lua.CHANGED;
         }
         temporaryPrefix = prefix;
-    }
-
-    /** Translates a script whose names and types are known. */
-    void translate(AstRoot root, FunctionInfo main) {
-        for (Scope scope : names.scopes) {
-            for (Variable variable : scope.variables) {
-                if (!variable.kind.isLexical() || !variable.isSettled() || variable.initial == null) continue;
-                int type = variable.initial.getType();
-                boolean literal = type == Token.NUMBER || type == Token.TRUE || type == Token.FALSE;
-                if (literal) variable.constant = value(variable.initial);
-            }
-        }
-        functions.chunk(root, main);
     }
 
     int line(AstNode node) {

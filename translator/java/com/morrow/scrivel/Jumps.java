@@ -88,7 +88,7 @@ final class Jumps {
         Code value = g.value(node.getExpression());
         value = scope.variables.isEmpty() || value.rank == Code.ATOM ? g.keep(value) : g.save(value);
         g.loops.own(scope);
-        g.functions.enter(scope);
+        g.functions.open(scope);
         g.flow = new Flow(g.flow, labels, false, true);
         dispatch(node.getCases(), value);
         close();
@@ -169,7 +169,7 @@ final class Jumps {
 
     private void caught(CatchClause clause, String what) {
         g.line = g.line(clause);
-        g.functions.enter(Names.scope(clause));
+        g.functions.open(Names.scope(clause));
         Variable variable = Names.variable(clause.getVarName());
         g.out.add(g.line(clause), Functions.definition(variable) + what);
         AstNode pattern = clause.getCatchCondition();

@@ -162,10 +162,10 @@ final class Literals {
                 operands.put(mark, value.type == Types.STRING ? value : g.operators.text(value, g.line(element)));
             }
         }
-        return joined(operands);
+        return concatenation(operands);
     }
 
-    private Code joined(Operands operands) {
+    private Code concatenation(Operands operands) {
         if (operands.count() == 0) return Code.atom("\"\"", Types.STRING);
         Code code = operands.get(0).typed(Types.STRING);
         for (int i = 1; i < operands.count(); i++) {

@@ -120,7 +120,7 @@ final class Loops {
         }
         Scope scope = Names.scope(node);
         own(scope);
-        g.functions.enter(scope);
+        g.functions.open(scope);
         int line = g.line;
         initialise(node.getInitializer());
         g.line = line;
@@ -196,7 +196,7 @@ final class Loops {
     /** One turn of a for-in or for-of loop: its variables get the item, then the body runs. */
     private void turn(ForInLoop node, String item) {
         int before = g.temporaries;
-        g.functions.enter(Names.scope(node));
+        g.functions.open(Names.scope(node));
         Code value = Code.read(item, Types.UNKNOWN);
         if (node.getIterator() instanceof VariableDeclaration declaration) {
             AstNode target = declaration.getVariables().get(0).getTarget();

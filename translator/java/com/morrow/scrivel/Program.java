@@ -89,7 +89,7 @@ public final class Program implements Runnable {
         Appending.find(names);
         if (errors.any()) return;
         generator = new Generator(source, names, types);
-        generator.translate(root, names.functions.get(0));
+        generator.functions.chunk(root, names.functions.get(0));
         if (!errors.any()) assemble(source);
     }
 

@@ -79,7 +79,7 @@ final class Statements {
         int before = g.temporaries;
         g.deeper(node, 1);
         if (node.getType() == Token.BLOCK) {
-            g.functions.enter(Names.scope(node));
+            g.functions.open(Names.scope(node));
             list(Functions.children(node));
         } else statement(node);
         g.depth--;

@@ -79,6 +79,7 @@ final class Syntax {
             AstNode last = null;
             if (node instanceof Loop loop && !(node instanceof DoLoop)) last = loop.getBody();
             else if (node instanceof LabeledStatement labeled) last = labeled.getStatement();
+            else if (node instanceof ThrowStatement thrown) last = thrown.getExpression();
             else if (node instanceof SwitchCase one && one.getStatements() != null) {
                 last = one.getStatements().get(one.getStatements().size() - 1);
             } else if (node instanceof IfStatement choice) {

@@ -1,6 +1,7 @@
 package com.morrow.scrivel;
 
 import java.util.ArrayList;
+import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.Name;
 
@@ -49,10 +50,17 @@ final class Variable {
     /** In Lua: an identifier, or a field of the scope's table. */
     String lua;
 
+    // What the walk finds of its uses.
     final ArrayList<Use> uses = new ArrayList<>();
     int writes;
     boolean captured;
     boolean writtenInClosure;
+    /** A property of the global object, which anyone may change. */
+    boolean shared;
+    /** Declared more than once. */
+    boolean again;
+    /** The function that it was declared as. */
+    FunctionInfo declaration;
 
     // The declaration that gives it its first value: where it stands, and whether it is a statement of its scope's list.
     Scope home;
@@ -60,16 +68,16 @@ final class Variable {
     int end;
     /** Where the pattern ends that it is declared in; what stands in there after its own name sees it. */
     int patternEnd = -1;
+    /** Where its part of that pattern ends, or its part of the parameters, if that has a default value. */
     int ownEnd = -1;
-    /** Declared more than once. */
-    boolean again;
-    /** A property of the global object, which anyone may change. */
-    boolean shared;
+    /** Where the case of a switch ends that declares it, or -1. */
+    int caseEnd = -1;
     boolean direct;
     /** The expression that gives it its first value, where that is one. */
     AstNode initial;
     boolean initialised;
 
+    // What Lifetimes decides.
     /** Declared where it is initialised, not at the scope's beginning. */
     boolean inPlace;
     /** Its own initialiser refers to it from a closure. */
@@ -78,19 +86,16 @@ final class Variable {
     boolean safe;
     /** A closure may see it before it is initialised, so uses are checked. */
     boolean checked;
-    /** Where the case of a switch ends that declares it, or -1. */
-    int caseEnd = -1;
     /** The scope whose table holds it, or null for a Lua local. */
     Scope spilledIn;
-    /** The function that it was declared as. */
-    FunctionInfo declaration;
-    /** The counter of a Lua numeric loop, which nothing else changes. */
-    boolean counts;
-    /** The literal that it always holds, or null. */
-    Code constant;
+
+    // What Types and Appending decide.
     int type = Types.UNKNOWN;
     /** Text that is kept as a list of its pieces. */
     boolean pieces;
+
+    /** The counter of the Lua numeric loop that is being written, which declares it and alone changes it. */
+    boolean counts;
 
     Variable(String name, Kind kind, Scope scope) {
         this.name = name;
@@ -120,6 +125,12 @@ final class Variable {
     boolean isSettled() {
         if (kind == Kind.FUNCTION && writes == 0) return true;
         return writes <= 1 && (safe && initialised || kind == Kind.PARAMETER);
+    }
+
+    /** Always holds the number or boolean that its declaration spells out. */
+    boolean isConstant() {
+        int type = initial == null ? Token.EMPTY : initial.getType();
+        return (type == Token.NUMBER || type == Token.TRUE || type == Token.FALSE) && kind.isLexical() && isSettled();
     }
 
     /** Whether a use may come before the initialisation, which only running the script can tell. */
