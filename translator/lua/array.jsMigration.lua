@@ -323,7 +323,7 @@ js.builtin(Array, "isArray", 1, function(_, x) return isArray(x) end)
 -- An object to fill: what `new` makes of `this`, given a length if there is one; by default an array.
 local function target(this, ...)
   if this == Array or not js.isConstructor(this) then return make(... or 0) end
-  return js.new(this, ...)
+  return js.new(this, nil, ...)
 end
 
 js.builtin(Array, "of", 0, function(this, ...)

@@ -162,9 +162,9 @@ local function room2(s) return { [S] = s, a = nil } end
 local function room4(s) return { [S] = s, a = nil, b = nil, c = nil } end
 local function room8(s) return { [S] = s, a = nil, b = nil, c = nil, d = nil, e = nil, f = nil, g = nil } end
 
-local function firstInstance(f)
-  local name, _, kind = js.signature(f)
-  if kind ~= "f" then typeError((name ~= "" and name or "(intermediate value)") .. " is not a constructor") end
+local function firstInstance(f, text)
+  local _, _, kind = js.signature(f)
+  if kind ~= "f" then typeError(text .. " is not a constructor") end
   local proto = f.prototype
   local mt = js.metaFor(isScriptObject(proto) and proto or js.ObjectProto)
   instances[f] = mt
@@ -180,12 +180,12 @@ local function finishNew(mt, o, r)
   return o
 end
 
-js.new = function(f, ...)
+js.new = function(f, text, ...)
   local mt = instances[f]
   if not mt then
-    if type(f) ~= "function" then typeError(js.describe(f) .. " is not a constructor") end
+    if type(f) ~= "function" then typeError(text .. " is not a constructor") end
     if construct[f] then return construct[f](...) end
-    mt = firstInstance(f)
+    mt = firstInstance(f, text)
   end
   local o = setmetatable((mt.make or room2)(mt.root), mt)
   return finishNew(mt, o, (f(o, ...)))
@@ -302,12 +302,11 @@ function js.ready(v, name)
   return v
 end
 
--- The bound of a counting loop: a number, and the object that has to be compared with each turn, if it is one.
+-- The bound of a counting loop: a number, but not NaN, and the object that has to be compared with each turn, if it is one.
 function js.limit(x)
-  if type(x) == "number" then return x end
-  if x == nil then return -1 / 0 end
   if isObject(x) then return 1 / 0, x end
-  return js.num(x)
+  x = js.num(x)
+  return x == x and x or -1 / 0
 end
 
 return js

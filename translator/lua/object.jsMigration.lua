@@ -332,7 +332,7 @@ method("bind", 1, function(f, this, ...)
   end
   local function bound(_, ...) return f(this, join(...)) end
   js.name(bound, "bound " .. str(f.name), math.max(0, js.toInteger(f.length) - n))
-  if js.isConstructor(f) then js.construct[bound] = function(...) return js.new(f, join(...)) end end
+  if js.isConstructor(f) then js.construct[bound] = function(...) return js.new(f, nil, join(...)) end end
   js.boundTarget[bound] = js.boundTarget[f] or f
   return bound
 end)

@@ -26,7 +26,7 @@ final class Assignments {
         }
         if (guarded && (variable.kind == Variable.Kind.CONST || variable.kind == Variable.Kind.SELF)) {
             if (!value.pure) g.save(value);
-            Code error = Code.of(g.js("G") + ".TypeError, \"Assignment to constant variable.\"");
+            Code error = Code.of(g.js("G") + ".TypeError, \"TypeError\", \"Assignment to constant variable.\"");
             g.out.add(g.line(name), g.operators.library("throw", g.operators.library("new", error)));
             return;
         }

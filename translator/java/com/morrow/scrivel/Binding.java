@@ -58,6 +58,7 @@ final class Binding implements NodeVisitor {
             case Token.STRING -> {
                 String text = ((StringLiteral) node).getValue();
                 names.hooks |= HOOKS.contains(text);
+                names.mathShared |= text.equals("Math");
                 names.sharesGlobals |= text.equals(Refusals.GLOBAL);
             }
             case Token.THIS -> {
@@ -115,6 +116,7 @@ final class Binding implements NodeVisitor {
     private void member(PropertyGet node) {
         if (node.getTarget() instanceof Name name) name(name, node.getParent().getType() != Token.DELPROP);
         else node.getTarget().visit(this);
+        names.mathShared |= node.getProperty().getIdentifier().equals("Math");
         if (Patterns.isLink(node)) chain(node);
     }
 

@@ -158,7 +158,7 @@ final class Calls {
     Code construct(NewExpression node) {
         AstNode target = Expressions.bare(node.getTarget());
         Operands operands = arguments(new Operands(g, false).add(target), node.getArguments());
-        return library(g.line(target), "new", operands.from(1), operands.get(0)).typed(Types.OBJECT);
+        return library(g.line(target), "new", operands.from(1), operands.get(0), ", " + name(target)).typed(Types.OBJECT);
     }
 
     /** The elements of what a loop or pattern goes through; a message names what has none. */

@@ -168,18 +168,28 @@ final class Counting {
         declareOthers();
         g.line = line;
         Operands operands = new Operands(g, false).add(start);
+        boolean certain = isCertain(start), number = Types.isNumber(g.types.of(bound));
+        if (number) operands.add(bound);
+        if (!certain || number && !isCertain(bound)) operands.keep();
+        Code first = operands.get(0), end;
         String slow = null;
-        Code limit;
-        if (Types.isNumber(g.types.of(bound))) limit = closed(operands.add(bound).get(1));
+        if (number) end = operands.get(1);
         else {
             String fast = g.fresh();
             slow = g.fresh();
             g.temporaries += 2;
             g.out.add(line, "local " + fast + ", " + slow + " = ", g.operators.library("limit", g.value(bound)));
-            limit = closed(Code.read(fast, Types.NUMBER));
+            end = Code.read(fast, Types.NUMBER);
+        }
+        Code limit = closed(end);
+        if (!certain || number && !isCertain(bound)) {
+            // What the first turn depends on, since LuaJIT's compiled loop takes a turn where one end is NaN.
+            Code test = Code.of(first, up ? open ? " < " : " <= " : open ? " > " : " >= ", end, " and ");
+            limit = Code.of(test, limit, up ? " or -1 / 0" : " or 1 / 0");
+            if (!certain) first = Code.of(test, first, up ? " or 1 / 0" : " or -1 / 0");
         }
         String by = step == 1 ? "" : ", " + Lua.number(step);
-        g.out.add(line, "for " + counter.lua + " = ", operands.get(0), ", ", limit, by + " do");
+        g.out.add(line, "for " + counter.lua + " = ", first, ", ", limit, by + " do");
         if (slow != null) {
             Code value = Code.read(counter.lua, Types.NUMBER);
             Code test = g.operators.combine(comparison, value, Code.read(slow, Types.UNKNOWN), line);
@@ -200,6 +210,10 @@ final class Counting {
             g.line = g.line(part);
             g.statements.single((Name) part.getTarget(), part.getInitializer());
         }
+    }
+
+    private boolean isCertain(AstNode end) {
+        return Types.isWhole(g.types.of(end)) || end instanceof NumberLiteral;
     }
 
     /** The last value that a counter may have. */

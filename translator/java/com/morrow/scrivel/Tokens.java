@@ -287,7 +287,8 @@ final class Tokens {
             for (char unit : Character.toChars(code)) plain.append("\\u").append(Integer.toHexString(0x10000 | unit), 1, 5);
             edits.replace(from, at, plain.toString());
         }
-        at = Math.max(at - 1, from + (c == '\r' && peek(2) == '\n' ? 2 : 1));
+        int last = Math.max(at - 1, from + (c == '\r' && peek(2) == '\n' ? 2 : 1));
+        at = Math.min(last, text.length() - 1);
     }
 
     /** A template as far as its next expression, which the piece then brackets, or to its end. */
