@@ -84,11 +84,12 @@ final class Rewriting {
 
     private void name(Token t) {
         boolean named = isKey(t) && (t.after.is(':') || t.after.is('(')) || t.before.is(Tokens.DOT) || t.before.is(Tokens.OPTIONAL);
+        boolean arrow = t.after.after.is(Tokens.ARROW);
         if (t.escaped != null && actsAsKeyword(t)) {
             errors.reportToken(t.start, "Keyword must not contain escaped characters");
         } else if (t.is("await") && !named) {
             errors.reportToken(t.start, "Asynchronous functions, and await as a name, are not supported");
-        } else if (t.is("async") && (t.after.is("function") || isKey(t) && t.after.is(Tokens.NAME))) {
+        } else if (t.is("async") && (t.after.is("function") || t.after.is(Tokens.NAME) && (isKey(t) || arrow))) {
             errors.reportToken(t.start, "Asynchronous functions are not supported");
         } else if (isKey(t) && t.after.is('=')) {
             notes.put(t.start, "=");
