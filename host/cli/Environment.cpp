@@ -1,6 +1,7 @@
 #include "host/cli/Environment.h"
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -31,7 +32,7 @@ std::string home() {
     return user && user->pw_dir ? user->pw_dir : "";
 }
 
-std::string defaultCache() {
+std::string userCache() {
     const char* xdg = variable("XDG_CACHE_HOME");
     if (xdg && *xdg == '/') return std::string(xdg) + "/vexil";
     const std::string user = home();
@@ -62,6 +63,14 @@ std::string forJava(const std::string& path) {
 }
 
 std::string translatorFolder() { return prefix() + "/share/vexil/scrivel/"; }
+
+// A folder for each build of the translator: what one wrote runs with its own library only.
+std::string defaultCache() {
+    const std::string user = userCache();
+    struct stat built {};
+    if (user.empty() || ::stat((translatorFolder() + kTranslator).c_str(), &built) != 0) return user;
+    return user + "/" + std::to_string(built.st_mtim.tv_sec);
+}
 
 bool isOnSearchPath(const std::string& program) {
     const char* path = variable("PATH");

@@ -61,7 +61,7 @@ local function sourceLine(line)
   if not decoded then
     local n = 0
     decoded = {}
-    for row in gmatch(js.listings(), "[^\n]+") do decoded[n], n = tonumber(match(row, "%d+")), n + 1 end
+    for row in gmatch(js.lines, "[^\n]+") do decoded[n], n = tonumber(match(row, "%d+")), n + 1 end
   end
   return decoded[line] or line
 end

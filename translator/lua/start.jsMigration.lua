@@ -105,14 +105,13 @@ side[FunctionProto], names[FunctionProto], arity[FunctionProto] = js.FunctionHom
 
 -- Name, number of parameters and kind of a script's function, from the chunk's table.
 local rows
-function js.listings() return "", "" end
-function js.script(listings) js.listings = listings end
+js.lines, js.functions = "", ""
+function js.script(lines, functions) js.lines, js.functions = lines, functions end
 
 local function rowAt(line)
   if not rows then
     rows = {}
-    local _, functions = js.listings()
-    for at, name, count, kind in gmatch(functions, "(%d+) ([^\n]+) (%d+) (%a)\n") do
+    for at, name, count, kind in gmatch(js.functions, "(%d+) ([^\n]+) (%d+) (%a)\n") do
       rows[tonumber(at)] = { name == "-" and "" or name, tonumber(count), kind }
     end
   end

@@ -100,7 +100,7 @@ public final class Program implements Runnable {
         String js = generator.runtime.js;
         listing = "0\n1\n1\n1\n" + writer.listing;
         lua = "local " + js + " = require(\"jsMigration.lua\")\n"
-            + js + ".script(function() return " + Lua.quote(listing) + ", " + Lua.quote(writer.functions.toString()) + " end)\n"
+            + js + ".script(" + Lua.quote(listing) + ", " + Lua.quote(writer.functions.toString()) + ")\n"
             + generator.runtime.definitions() + '\n' + text;
     }
 }
