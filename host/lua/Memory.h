@@ -3,14 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
-
-struct lua_State;
+#include <lua.hpp>
 
 namespace vexil3::lua {
 
 class ScriptState;
 
-// An allocator for Lua. When a state first goes over its limit, the allocation is still granted (up
+// Stands before a state's own allocator, which is quicker than the C library's. When a state first goes over its limit, the allocation is still granted (up
 // to as much again) and the state is interrupted, so that the garbage can go or, where there is
 // none, the script fails at a line: Lua itself would report such a failure without one.
 class Memory {
@@ -19,12 +18,14 @@ public:
     Memory(const Memory&) = delete;
     Memory& operator=(const Memory&) = delete;
 
-    // The lua_Alloc of a state whose user data is a Memory.
-    static void* reallocate(void* memory, void* block, std::size_t oldSize, std::size_t newSize);
+    // Counts all that the state has and will have, without a limit until one is set. The state must be
+    // released before it is closed.
+    void attach(lua_State* L);
+    void release(lua_State* L) { lua_setallocf(L, mAllocate, mArena); }
 
-    ScriptState& owner() const { return mOwner; }
+    // The owner of the Memory that is attached to a state.
+    static ScriptState& ownerOf(lua_State* L);
 
-    // Without a limit, until this is called: LuaJIT does not survive a failure while it makes a state.
     void setLimit(std::size_t bytes) { mLimit = bytes; }
 
     // Over the limit and not yet dealt with.
@@ -33,7 +34,11 @@ public:
     bool makeRoom(lua_State* L);
 
 private:
+    static void* reallocate(void* memory, void* block, std::size_t oldSize, std::size_t newSize);
+
     ScriptState& mOwner;
+    lua_Alloc mAllocate = nullptr;
+    void* mArena = nullptr;
     std::size_t mLimit = SIZE_MAX;
     std::size_t mUsed = 0;
     bool mTight = false;

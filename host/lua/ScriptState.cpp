@@ -45,10 +45,11 @@ private:
 
 ScriptState::ScriptState(Environment& environment, std::string id, Use use)
     : mEnvironment(environment), mId(std::move(id)), mUse(use), mMemory(*this) {
-    lua_State* L = lua_newstate(&Memory::reallocate, &mMemory);
+    lua_State* L = luaL_newstate();
     if (!L) throw std::bad_alloc();
+    mMemory.attach(L);
     if (lua_cpcall(L, &setUp, this) != 0) {
-        lua_close(L);
+        close(L);
         throw std::bad_alloc();
     }
     lua_rawgeti(L, LUA_REGISTRYINDEX, Handler);
@@ -58,13 +59,14 @@ ScriptState::ScriptState(Environment& environment, std::string id, Use use)
     applyHook();
 }
 
-ScriptState::~ScriptState() { lua_close(mState); }
+ScriptState::~ScriptState() { close(mState); }
 
-ScriptState& ScriptState::of(lua_State* L) {
-    void* memory = nullptr;
-    lua_getallocf(L, &memory);
-    return static_cast<Memory*>(memory)->owner();
+void ScriptState::close(lua_State* L) {
+    mMemory.release(L);
+    lua_close(L);
 }
+
+ScriptState& ScriptState::of(lua_State* L) { return Memory::ownerOf(L); }
 
 int ScriptState::setUp(lua_State* L) {
     ScriptState& self = *static_cast<ScriptState*>(lua_touserdata(L, 1));

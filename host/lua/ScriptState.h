@@ -109,6 +109,7 @@ private:
     static int trampoline(lua_State* L);
     static void onHook(lua_State* L, lua_Debug* event);
 
+    void close(lua_State* L);
     bool runJob(const char* entry, IError** error, const Job& job);
     bool fail(IError** error);
     Fault takeFault();

@@ -210,6 +210,28 @@ class CliTest(unittest.TestCase):
                           ", OPEN (true or false)")
         self.assert_fails(self.run_script(script, "--set", "N"), 2, "ID=VALUE")
 
+    def test_compiled_loops_keep_to_the_bounds_of_a_replaced_table(self):
+        script = self.write("bounds.lua", """
+            function indicator(profile) end
+            function prepare(instance) kinds = instance:addStream("KINDS") end
+            local function sum(count)
+              local list, missing, total = NUMBERS, 0, 0
+              for i = 1, count do
+                local value = list[i]
+                if value == nil then missing = missing + 1 else total = total + value end
+                if i > 4 then list = { i, i } end
+              end
+              return total .. ":" .. missing
+            end
+            function update(instance, period)
+              kinds[period] = 0
+              for i = 1, 300 do
+                if sum(30) ~= "15:25" then kinds[period] = kinds[period] + 1 end
+              end
+            end""".replace("NUMBERS", "{" + ", ".join(map(str, range(1, 31))) + "}"))
+        rows = self.assert_succeeds(self.run_script(script, "--format", "csv")).splitlines()
+        self.assertEqual([row.split(",")[-1] for row in rows[1:]], ["0", "0", "0", "0"])
+
     # --- the other kinds
 
     def test_strategy_trades_at_closes(self):
