@@ -175,6 +175,7 @@ void JsLanguage::convertError(IError** error, IError* source) {
     if (!source) return;
     for (std::uint64_t i = 0, count = source->count(); i < count; ++i) {
         const Ref<IErrorEntry> entry(source->get(i));
+        if (!entry) continue;
         int line = entry->line();
         if (entry->file() && StringUtil::like(kScripts, entry->file())) mCache.getLine(entry->file(), line);
         ErrorFactory::throwError(error, entry->stage(), entry->code(), entry->message(), entry->file(), line);

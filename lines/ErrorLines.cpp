@@ -101,6 +101,7 @@ void updateErrorLines(IError** error, IError* source, FileLinesCache* cache, con
     // Counted first: `error` may hold `source` itself.
     for (std::uint64_t i = 0, count = source->count(); i < count; ++i) {
         const Ref<IErrorEntry> entry(source->get(i));
+        if (!entry) continue;
         try {
             addRewritten(error, entry.get(), *cache, scriptName ? scriptName : "");
         } catch (...) {

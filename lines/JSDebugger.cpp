@@ -28,16 +28,17 @@ bool JSDebugger::to(_GUID id, void** object) const {
 }
 
 void JSDebugger::objectCreated(IObjectNoRef* object) {
-    if (debugger) debugger->objectCreated(object);
+    if (IDebugger* const host = debugger) host->objectCreated(object);
 }
 
 int JSDebugger::lineExecuting(IObjectNoRef* object, IDebuggerCallback* callback, const char* file, int line) {
-    if (!debugger || (file && std::strstr(file, kSupportFile))) return kGoOn;
+    IDebugger* const host = debugger;
+    if (!host || (file && std::strstr(file, kSupportFile))) return kGoOn;
     const LineTable table = file && *file ? linesCache->table(file + 1) : nullptr;
     JSDebuggerCallback mapped(linesCache, callback);
     mapped.setTable(table);
     mapLine(table, line);
-    return debugger->lineExecuting(object, &mapped, file, line);
+    return host->lineExecuting(object, &mapped, file, line);
 }
 
 }  // namespace vexil3::js

@@ -1,6 +1,8 @@
 // The debugger that the module installs in the Lua language in front of the host's.
 #pragma once
 
+#include <atomic>
+
 #include <vexil3/debugger.h>
 
 #include "lines/FileLinesCache.h"
@@ -16,7 +18,8 @@ public:
     // Borrows the cache.
     explicit JSDebugger(FileLinesCache* linesCache);
 
-    // Borrows the host's debugger in place of an earlier one; null is none. Not while a script runs.
+    // Borrows the host's debugger in place of an earlier one, which events under way may still reach;
+    // null is none.
     void setDebugger(IDebugger* debugger);
 
     bool is(_GUID id) const override;
@@ -28,7 +31,7 @@ public:
     int lineExecuting(IObjectNoRef* object, IDebuggerCallback* callback, const char* file, int line) override;
 
 private:
-    IDebugger* debugger;
+    std::atomic<IDebugger*> debugger;
     FileLinesCache* linesCache;
 };
 

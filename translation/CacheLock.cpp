@@ -30,4 +30,9 @@ CacheLock::CacheLock(const std::string& directory, Kind kind) noexcept
     }
 }
 
+CacheLock::~CacheLock() {
+    // Closing is not enough: a child that the host forked meanwhile has a share in the lock.
+    if (mDirectory) flock(mDirectory.get(), LOCK_UN);
+}
+
 }  // namespace vexil3::js

@@ -15,6 +15,7 @@ public:
 
     // Waits for a short while at most: a holder that was stopped must not stop us.
     CacheLock(const std::string& directory, Kind kind) noexcept;
+    ~CacheLock();
 
     // False when another process kept the lock. Where the file system has no locks: true.
     bool held() const noexcept { return mHeld; }

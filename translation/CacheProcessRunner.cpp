@@ -24,7 +24,7 @@ std::string messagesOf(IError* error) {
     for (std::uint64_t i = 0; i < error->count(); ++i) {
         const Ref<IErrorEntry> entry(error->get(i));
         if (i) text += '\n';
-        if (const char* message = entry->message()) text += message;
+        if (const char* message = entry ? entry->message() : nullptr) text += message;
     }
     return text;
 }
@@ -127,7 +127,8 @@ ProcessResult* CacheProcessRunner::externalLoad(const std::string& sourcePath, c
     innerRunning = true;
     std::unique_ptr<ProcessResult> result(inner->runExternalCommand(sourcePath.c_str(), scriptName.c_str()));
     innerRunning = false;
-    if (result && result->getCode() == 0) store(*result, accessor, md5sumPath, contentPath, linesPath, okPath, digest);
+    if (result && result->getCode() == 0 && result->isWhole())
+        store(*result, accessor, md5sumPath, contentPath, linesPath, okPath, digest);
     return result.release();
 }
 

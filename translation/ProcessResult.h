@@ -14,7 +14,7 @@ class VEXIL_API ProcessResult {
 public:
     // Copies both texts; neither may be null.
     ProcessResult(int code, const char* err, const char* out);
-    ProcessResult(int code, std::string&& err, std::string&& out) noexcept;
+    ProcessResult(int code, std::string&& err, std::string&& out, bool whole = true) noexcept;
 
     int getCode() const { return code; }
     // Valid while the result lives.
@@ -24,6 +24,8 @@ public:
     // The whole texts, NUL bytes included.
     const std::string& errText() const { return err; }
     const std::string& outText() const { return out; }
+    // False where a result that the translator was to write had gone: an answer, but none to keep.
+    bool isWhole() const { return whole; }
     // Gives the output text away; the result's own is unspecified from then on.
     std::string takeOut() noexcept { return std::move(out); }
 
@@ -31,6 +33,7 @@ private:
     int code;
     std::string err;
     std::string out;
+    bool whole;
 };
 
 }  // namespace vexil3::js

@@ -43,14 +43,14 @@ std::unique_ptr<ProcessResult> systemFailure(int errorNumber) {
     return std::make_unique<ProcessResult>(kRefused, std::generic_category().message(errorNumber), std::string());
 }
 
-// Adds the file's bytes to `text`; nothing where there is no file. 0, or the errno that kept a file
-// from being read whole.
+// Adds the file's bytes to `text`. 0, or the errno that kept them from being read whole: ENOENT where
+// no file is, or something that nobody was to put there.
 int readWhole(const std::string& path, std::string& text) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    if (!file) return errno == ENOENT || errno == ELOOP ? 0 : errno;
+    if (!file) return errno == ELOOP ? ENOENT : errno;
     struct stat facts;
     if (fstat(file.get(), &facts) != 0) return errno;
-    if (!S_ISREG(facts.st_mode)) return 0;
+    if (!S_ISREG(facts.st_mode)) return ENOENT;
     if (facts.st_size > kLargestText) return EFBIG;
     text.resize(static_cast<std::size_t>(facts.st_size));
     std::size_t done = 0;
@@ -104,14 +104,17 @@ std::unique_ptr<ProcessResult> UnixProcessRunner::readFromPipe() {
     const std::optional<int> status = process.wait();
 
     std::string out, err;
+    bool whole = true;
     for (const auto& [file, text] : {std::pair(&outFile, &out), std::pair(&errFile, &err)}) {
-        // A result that is there but cannot be had must not pass for an empty one, and be kept as such.
-        if (const int reason = readWhole(file->path(), *text)) return systemFailure(reason);
+        // A result that is there but cannot be had must not pass for an empty one.
+        const int reason = readWhole(file->path(), *text);
+        if (reason && reason != ENOENT) return systemFailure(reason);
+        whole = whole && !reason;
     }
     // Where the status is lost, the files tell: only a translation leaves a text and its listing.
     const int code = status ? *status : out.empty() || !isListing(err);
     if (code != 0) replaceAll(err, sourcePath, scriptName);
-    return std::make_unique<ProcessResult>(code, std::move(err), std::move(out));
+    return std::make_unique<ProcessResult>(code, std::move(err), std::move(out), whole);
 }
 
 }  // namespace vexil3::js

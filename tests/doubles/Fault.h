@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <vexil3/error.h>
+#include <vexil3/identify.h>
 #include <vexil3/ref.h>
 
 namespace vexil3::test {
@@ -49,5 +50,14 @@ inline Ref<IError> makeError(const std::vector<Fault>& entries) {
                                  fault.file == kNone ? nullptr : fault.file.c_str(), fault.line, fault.column);
     return error;
 }
+
+// An error whose maker had no memory for its entries.
+class HollowError final : public TAddRefImpl<IError> {
+public:
+    bool is(_GUID id) const override { return answers<IError, IObject>(id); }
+    bool to(_GUID id, void** object) const override { return answersTo<IError, IObject>(id, this, object); }
+    std::uint64_t count() override { return 2; }
+    IErrorEntry* get(std::uint64_t) override { return nullptr; }
+};
 
 }  // namespace vexil3::test

@@ -325,6 +325,17 @@ TEST_F(Accessor, CacheThatCannotBeMadeOrWrittenDoesNotHideTheReason) {
     std::filesystem::remove_all(mPlace / "cache");
     EXPECT_EQ(opened(), kLua) << "the directory vanished";
     EXPECT_EQ(mPlace.runs(), 2);
+    for (const char* victims : {"rm \"$5\"", "rm \"$6\"", "rm -r \"$here/cache/\"*", "rm -r \"$here/cache\""}) {
+        mFiles->files["s.jsl"] += ";";
+        mPlace.misbehaves(victims);
+        opened();
+        mPlace.behaves();
+        const Ref<IFile> file = open();
+        void* translated = nullptr;
+        ASSERT_TRUE(file && file->to(js::JsFile::ID, &translated));
+        EXPECT_STREQ(static_cast<js::JsFile*>(translated)->getSource(), kLua) << victims << " was kept";
+        EXPECT_EQ(static_cast<js::JsFile*>(translated)->getLines(), (std::vector<int>{1, 1, 3})) << victims;
+    }
 }
 
 TEST_F(Accessor, FullDiskIsAnErrorAndHealsAfterwards) {

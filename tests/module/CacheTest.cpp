@@ -13,6 +13,7 @@
 #include "doubles/Fault.h"
 #include "doubles/MemoryFiles.h"
 #include "doubles/Translator.h"
+#include "translation/CacheLock.h"
 #include "translation/CacheProcessRunner.h"
 #include "translation/Descriptor.h"
 #include "translation/MD5Calc.h"
@@ -318,6 +319,18 @@ TEST_F(Cache, TheLockIsFreeWhileTheTranslatorRuns) {
     };
     EXPECT_EQ(answer(), "0 lua js|1\njs made");
     EXPECT_EQ(answer(), "0 lua js|1\njs kept");
+}
+
+TEST_F(Cache, ChildForkedWhileTheLockIsHeldDoesNotKeepIt) {
+    pid_t child = 0;
+    {
+        const js::CacheLock lock(mFolder.path(), js::CacheLock::Exclusive);
+        child = fork();
+        if (child == 0) pause();
+    }
+    EXPECT_TRUE(js::CacheLock(mFolder.path(), js::CacheLock::Exclusive).held());
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
 }
 
 TEST_F(Cache, ReadersAndWritersOfOtherProcessesAreWaitedForUntilTheyDie) {

@@ -172,6 +172,7 @@ TEST_F(Language, OtherRequestsAreForwardedOrRefused) {
 TEST_F(Language, ConvertedErrorsMapScriptsOnlyAndLoseTheirColumn) {
     ASSERT_TRUE(mLanguage->updateCache(mFiles.get(), kScript, mError.out()));
     ASSERT_TRUE(mLanguage->updateCache(mFiles.get(), "plain.lua", mError.out()));
+    const Ref<IError> hollow(new HollowError);
     const Ref<IError> source = makeError({{4, 100, "s.jsl:2: text stays", "id of s.jsl", 2, 7},
                                           {2, 9, "x", "ID OF S.JSL", 2, 7},
                                           {3, 8, "y", "id of s.jsl", 40, 7},
@@ -183,8 +184,10 @@ TEST_F(Language, ConvertedErrorsMapScriptsOnlyAndLoseTheirColumn) {
                                                   {3, 8, "y", "id of s.jsl", 40, 0},
                                                   {7, 6, "z", "id of plain.lua", 1, 0},
                                                   {7, 6, "w", kNone, 1, 0}}));
-    mLanguage->convertError(mError.out(), nullptr);
-    EXPECT_FALSE(mError);
+    for (IError* const nothing : {static_cast<IError*>(nullptr), hollow.get()}) {
+        mLanguage->convertError(mError.out(), nothing);
+        EXPECT_FALSE(mError);
+    }
 }
 
 TEST_F(Language, WithoutALuaLanguageEverythingSaysSo) {

@@ -1,7 +1,9 @@
 // Line tables: parsed, stored, and used for errors and debugger events.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <random>
+#include <thread>
 
 #include "doubles/Fault.h"
 #include "doubles/HostObjects.h"
@@ -122,6 +124,8 @@ TEST_F(Rewriting, EntriesKeepEverythingButTheirLines) {
     IError** slot = error.out();
     ErrorFactory::throwError(slot, IError::StageScript, IError::CodeScriptFault, nullptr, "a.jsl", 5, 1);
     Ref<IError> result;
+    js::updateErrorLines(result.out(), Ref<IError>(new HollowError).get(), &mCache, "a.jsl");
+    EXPECT_FALSE(result);
     js::updateErrorLines(result.out(), error.get(), &mCache, "a.jsl");
     EXPECT_EQ(faults(result), (std::vector<Fault>{{4, 100, "", "a.jsl", 3, 1}})) << "no message reads as an empty one";
     js::updateErrorLines(slot, error.get(), &mCache, "a.jsl");
@@ -226,6 +230,26 @@ TEST_F(Rewriting, DebuggerSeesJavaScriptLinesAndNotTheSupportFile) {
     for (const char* file : {"@jsMigration.lua", "@/lib/error.jsMigration.lua.bak", "jsMigration.lua"})
         EXPECT_EQ(bridge.lineExecuting(object, &lua, file, 5), 1);
     EXPECT_TRUE(host.journal.take().empty());
+}
+
+TEST_F(Rewriting, DebuggerMayComeAndGoWhileEventsAreReported) {
+    js::JSDebugger bridge(&mCache);
+    LuaCallback lua;
+    HostDebugger host;
+    host.journal.recording = lua.journal.recording = false;
+    std::atomic<bool> done{false};
+    std::thread switching([&] {
+        while (!done) bridge.setDebugger(nullptr), bridge.setDebugger(&host);
+    });
+    int others = 0;
+    for (int i = 0; i < 100000; ++i) {
+        bridge.objectCreated(nullptr);
+        const int answer = bridge.lineExecuting(nullptr, &lua, "@a.jsl", 5);
+        others += answer != 1 && answer != host.answer;
+    }
+    done = true;
+    switching.join();
+    EXPECT_EQ(others, 0);
 }
 
 TEST_F(Rewriting, DebuggerCallbackPassesEveryQuestionOn) {
