@@ -97,9 +97,11 @@ void setLocale() {
     if (!name || !std::strcmp(name, "C") || !std::strcmp(name, "POSIX")) ::setenv("LC_ALL", "C.UTF-8", 1);
 }
 
-// The module takes folders as they stand, and its file accessors see names from a root of their own.
+// The module takes folders as they stand, an empty one for the root, and its file accessors see names from
+// a root of their own.
 void seeFromRoot(const char* name) {
     const char* folder = variable(name);
+    if (!folder) ::unsetenv(name);
     if (folder && *folder != '/') ::setenv(name, fs::absolute(folder).c_str(), 1);
 }
 
@@ -115,10 +117,10 @@ std::string defaultPrices() { return prefix() + "/share/vexil/examples/prices.cs
 void setEnvironment() {
     setLocale();
     const std::string cache = defaultCache();
-    if (!cache.empty()) ::setenv("VEXIL_JS_CACHE", cache.c_str(), 0);
+    if (!variable("VEXIL_JS_CACHE")) ::setenv("VEXIL_JS_CACHE", cache.c_str(), 1);
     seeFromRoot("VEXIL_JS_CACHE");
     seeFromRoot("VEXIL_TEMP_DIR");
-    ::setenv("VEXIL_CLASSPATH", forShell(translatorFolder()).c_str(), 0);
+    if (!variable("VEXIL_CLASSPATH")) ::setenv("VEXIL_CLASSPATH", forShell(translatorFolder()).c_str(), 1);
     std::string options = kJavaOptions;
     const std::string archive = translatorFolder() + "scrivel.jsa";
     if (fs::exists(archive)) options += " -XX:SharedArchiveFile=" + forJava(archive);

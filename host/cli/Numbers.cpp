@@ -111,11 +111,14 @@ std::optional<double> parseTimeOfDay(std::string_view text) {
     unsigned seconds = 0;
     double fraction = 0;
     if (!takeDigits(text, 2, hours) || !takeOne(text, ":") || !takeDigits(text, 2, minutes)) return {};
-    if (takeOne(text, ":") && !takeDigits(text, 2, seconds)) return {};
-    if (!text.empty() && text.front() == '.') {
-        const auto [end, status] = std::from_chars(text.data(), text.data() + text.size(), fraction);
-        if (status != std::errc()) return {};
-        text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    if (takeOne(text, ":")) {
+        if (!takeDigits(text, 2, seconds)) return {};
+        if (text.starts_with('.')) {
+            const auto [end, status] =
+                std::from_chars(text.data(), text.data() + text.size(), fraction, std::chars_format::fixed);
+            if (status != std::errc()) return {};
+            text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+        }
     }
     const std::optional<double> offset = parseOffset(text);
     if (!offset || hours > 23 || minutes > 59 || seconds > 59) return {};

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <optional>
 
 // Reading ahead in a thread gains nothing on files in the page cache.
@@ -30,14 +31,31 @@ constexpr std::array<const char*, 6> kNames{"time", "open", "high", "low", "clos
     throw Failure(path + ":" + std::to_string(row) + ": " + what);
 }
 
-std::FILE* openFile(const std::string& path) {
-    std::FILE* file = std::filesystem::is_directory(path) ? nullptr : std::fopen(path.c_str(), "rbe");
-    if (!file)
-        throw Failure("cannot read the prices " + path + ": " +
-                      (std::filesystem::is_directory(path) ? "it is a folder" : std::strerror(errno)) +
-                      "; give a file with --prices");
-    return file;
-}
+// The library's own sources take a failure for the end of the file.
+class Bytes final : public io::ByteSourceBase {
+public:
+    explicit Bytes(const std::string& path) : mPath(path), mFile(std::fopen(path.c_str(), "rbe")) {
+        if (!mFile) fail();
+    }
+
+    int read(char* buffer, int size) override {
+        const std::size_t done = std::fread(buffer, 1, static_cast<std::size_t>(size), mFile.get());
+        if (std::ferror(mFile.get())) fail();
+        return static_cast<int>(done);
+    }
+
+private:
+    struct Close {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+
+    [[noreturn]] void fail() const {
+        throw Failure("cannot read the prices " + mPath + ": " + std::strerror(errno) + "; give a file with --prices");
+    }
+
+    const std::string mPath;
+    const std::unique_ptr<std::FILE, Close> mFile;
+};
 
 void readHeader(Reader& reader, const std::string& path) {
     reader.read_header(io::ignore_extra_column | io::ignore_missing_column, kNames[0], kNames[1], kNames[2], kNames[3],
@@ -80,7 +98,7 @@ void Prices::read(const std::string& path) {
     if (!unknown)
         for (std::vector<double>& column : mColumns) column.reserve(bytes / kBytesABar);
 
-    Reader reader(path, openFile(path));
+    Reader reader(path, std::make_unique<Bytes>(path));
     readHeader(reader, path);
     static char none[] = "0";
     std::array<char*, 6> cells{none, none, none, none, none, none};

@@ -1,4 +1,5 @@
 // vexil, a command-line host for people who write chart scripts.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -88,12 +89,19 @@ ExitCode perform(const Options& options, Output& output, Output& messages, Conso
     return code;
 }
 
+// So that no file that is opened later takes the place of a stream that is closed, and its text.
+void fillStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(stream, F_GETFD) < 0) ::open("/dev/null", O_RDONLY);
+}
+
 }  // namespace
 
 }  // namespace vexil3::cli
 
 int main(int argc, char** argv) {
     using namespace vexil3::cli;
+    fillStandardStreams();
     Output messages(STDERR_FILENO);
     Console console(messages);
     try {

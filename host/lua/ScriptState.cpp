@@ -35,6 +35,10 @@ public:
     ~Running() {
         lua_settop(mState.mState, Trampoline);
         mState.mEntry = nullptr;
+        // A call that a C function of the script's caught the stop for ends as well.
+        if (!std::exchange(mState.mStopped, nullptr)) return;
+        mState.mSteps = 0;
+        mState.applyHook();
     }
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
@@ -180,7 +184,7 @@ int ScriptState::trampoline(lua_State* L) {
 int ScriptState::onError(lua_State* L) {
     ScriptState& self = of(L);
     try {
-        self.captureFrames(L);
+        self.mFrames = lua::captureFrames(L, self.mId, self.mEntry);
     } catch (const std::exception&) {
         self.mFrames.clear();
     }
@@ -188,14 +192,11 @@ int ScriptState::onError(lua_State* L) {
 }
 
 const std::vector<Frame>& ScriptState::captureFrames(lua_State* L) {
-    return mFrames = lua::captureFrames(L, mId, mEntry ? mEntry : "");
+    return mAsked = lua::captureFrames(L, mId, mEntry ? mEntry : "");
 }
 
 bool ScriptState::fail(IError** error) {
     const Fault fault = takeFault();
-    mStopped = nullptr;
-    mSteps = 0;
-    applyHook();
     fault.report(mId, error);
     return false;
 }

@@ -136,7 +136,8 @@ private:
     const char* mNativeStack = nullptr;
     Job mJob;
     int mEntryLine = 0;
-    std::vector<Frame> mFrames;
+    std::vector<Frame> mFrames;  // where an error was raised that ends the call
+    std::vector<Frame> mAsked;
     const char* mStopped = nullptr;  // why nothing of the script may run on
     std::uint64_t mSteps = 0;
 };

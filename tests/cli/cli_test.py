@@ -429,7 +429,8 @@ class CliTest(unittest.TestCase):
         self.write("prices.csv", "")
         self.assert_fails(self.run_script(script), 2, "empty")
         self.assert_fails(self.vexil("run", "--prices", "none.csv", script), 2, "none.csv: No such file", "--prices")
-        self.assert_fails(self.vexil("run", "--prices", ".", script), 2, "a folder")
+        self.assert_fails(self.vexil("run", "--prices", ".", script), 2, "prices .: Is a directory")
+        self.assert_fails(self.vexil("run", "--prices", "/proc/self/mem", script), 2, "mem: Input/output error")
 
     def test_prices_may_be_written_in_many_ways(self):
         script = self.write("average.lua", AVERAGE["average.lua"])
@@ -546,6 +547,12 @@ class CliTest(unittest.TestCase):
         self.assertEqual(self.assert_succeeds(self.run_script(script, PATH="/nonexistent", **relative)), first)
         self.assertEqual(len(list((self.folder / "kept/here").glob("*/ok"))), 1)
 
+    def test_empty_variables_are_unset(self):
+        script = self.write("average.jsl", AVERAGE["average.jsl"] + f"// {self.folder}\n")
+        empty = {"VEXIL_JS_CACHE": "", "VEXIL_TEMP_DIR": "", "VEXIL_CLASSPATH": "", "HOME": str(self.folder)}
+        self.assert_succeeds(self.run_script(script, XDG_CACHE_HOME="", **empty))
+        self.assertEqual(len(list((self.folder / ".cache/vexil").glob("*/*/ok"))), 1)
+
     def test_java_is_found_under_any_name_in_any_locale(self):
         jars = self.folder / "jars of größe"
         jars.symlink_to(PROGRAM.parent.parent / "share/vexil/scrivel")
@@ -573,6 +580,15 @@ class CliTest(unittest.TestCase):
                                     stderr=subprocess.PIPE, text=True, timeout=60)
         self.assertEqual((result.returncode, result.stderr),
                          (2, "vexil: error: cannot write the output: No space left on device\n"))
+
+    def test_closed_streams_are_nobody_elses(self):
+        script = self.write("average.lua", AVERAGE["average.lua"])
+        call = [PROGRAM, "run", "--prices", "prices.csv", script]
+        for closed, code, message in [("<&-", 0, ""), (">&-", 2, "Bad file descriptor"), ("<&- >&-", 2, "Bad file")]:
+            result = subprocess.run(["sh", "-c", f'"$@" {closed}', "sh", *call], cwd=self.folder, capture_output=True,
+                                    text=True, timeout=60)
+            self.assertEqual(result.returncode, code, closed)
+            self.assertIn(message, result.stderr)
 
     def test_wrong_calls_and_help(self):
         self.write("average.lua", AVERAGE["average.lua"])

@@ -79,6 +79,17 @@ TEST_F(Library, DescribesErrors) {
     }
 }
 
+// The string is too long for any handler to be called.
+TEST_F(Library, FramesThatAScriptAskedForStandInNoFault) {
+    std::size_t bytes = 16 << 20;
+    ASSERT_TRUE(language->setOption(ILanguage::MemoryLimit, &bytes, nullptr));
+    Macro run;
+    EXPECT_FALSE(execute(run, "\n local function ask() lib.frames() end ask()\n local s = ('x'):rep(1e9)"));
+    const std::string at = std::string(kFile) + ":";
+    EXPECT_EQ(run.fault().message,
+              at + "3: not enough memory\nstack traceback:\n\t" + at + "3: in function 'execute'");
+}
+
 TEST_F(Library, PlatformTellsAboutTheScript) {
     Macro run;
     ASSERT_TRUE(execute(run, R"(

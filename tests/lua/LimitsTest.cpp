@@ -80,6 +80,23 @@ TEST_F(Limits, KillEndsATightLoop) {
     }
 }
 
+// Nothing of Lua runs on in such a handler, where the stop would be raised again.
+TEST_F(Limits, KillEndsAHandlerThatIsPcall) {
+    Macro run;
+    ASSERT_TRUE(start(run,
+                      "function macro() end\nfunction execute(i)\n"
+                      "setmetatable(i, {__call = function() log('runs') while true do end end})\n"
+                      "execute = pcall end\nfunction kill() log('killed') end"));
+    ASSERT_TRUE(run->execute(run.error.out()));
+    std::thread killer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        run->kill(nullptr);
+    });
+    run->execute(run.error.out());
+    killer.join();
+    EXPECT_EQ(run.callback.host.lines, (std::vector<std::string>{"runs", "killed"}));
+}
+
 TEST_F(Limits, KillOfAnIdleMacroEndsNothing) {
     Macro run;
     ASSERT_TRUE(
