@@ -155,7 +155,8 @@ std::optional<std::string> whatIsMissing(const std::string& script) {
     const char* temporary = std::getenv("VEXIL_TEMP_DIR");
     const std::string folder = temporary ? temporary : "/tmp";
     if (const std::string why = cannotWrite(folder, script); !why.empty())
-        return "the temporary directory " + folder + " cannot be written (" + why + "); set VEXIL_TEMP_DIR to a folder that can";
+        return "the temporary directory " + folder + " cannot be written (" + why +
+               "); set VEXIL_TEMP_DIR to a folder that can";
     return {};
 }
 

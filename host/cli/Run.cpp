@@ -58,7 +58,8 @@ void warnWithout(Run& run, IExecutable& instance, std::initializer_list<const ch
         if (instance.findMember(name, nullptr, nullptr)) return;
         all.append(all.empty() ? "" : " or ").append(name);
     }
-    run.messages.text(run.script + ": warning: has no function named " + all + " at the top level, and so does nothing\n");
+    run.messages.text(run.script + ": warning: has no function named " + all +
+                      " at the top level, and so does nothing\n");
 }
 
 Counted<FileSystemAccessor> openFiles() {

@@ -68,7 +68,7 @@ void translateScript(const Options& options, Output& output) {
     const std::string folder = entryFolder(script);
     if (!std::filesystem::exists(folder + "/ok"))
         throw Failure(whatIsMissing(script).value_or("the translation was not kept in " + folder +
-                                               "; see that there is room, and that no other user owns it"));
+                                                     "; see that there is room, and that no other user owns it"));
     write(output, script, readLines(folder + "/content"), readLines(folder + "/lines"));
 }
 

@@ -9,9 +9,9 @@ namespace vexil3::lua {
 
 class ScriptState;
 
-// Stands before a state's own allocator, which is quicker than the C library's. When a state first goes over its limit, the allocation is still granted (up
-// to as much again) and the state is interrupted, so that the garbage can go or, where there is
-// none, the script fails at a line: Lua itself would report such a failure without one.
+// Stands before a state's own allocator, which is quicker than the C library's. When a state first goes over its limit,
+// the allocation is still granted (up to as much again) and the state is interrupted, so that the garbage can go or,
+// where there is none, the script fails at a line: Lua itself would report such a failure without one.
 class Memory {
 public:
     explicit Memory(ScriptState& owner) : mOwner(owner) {}
