@@ -169,8 +169,9 @@ final class Counting {
         g.line = line;
         Operands operands = new Operands(g, false).add(start);
         boolean certain = isCertain(start), number = Types.isNumber(g.types.of(bound));
+        boolean tested = !certain || number && !isCertain(bound);
         if (number) operands.add(bound);
-        if (!certain || number && !isCertain(bound)) operands.keep();
+        if (tested) operands.keep();
         Code first = operands.get(0), end;
         String slow = null;
         if (number) end = operands.get(1);
@@ -182,8 +183,8 @@ final class Counting {
             end = Code.read(fast, Types.NUMBER);
         }
         Code limit = closed(end);
-        if (!certain || number && !isCertain(bound)) {
-            // What the first turn depends on, since LuaJIT's compiled loop takes a turn where one end is NaN.
+        if (tested) {
+            // Asked here whether there is a first turn: LuaJIT's compiled loop takes one where an end is NaN.
             Code test = Code.of(first, up ? open ? " < " : " <= " : open ? " > " : " >= ", end, " and ");
             limit = Code.of(test, limit, up ? " or -1 / 0" : " or 1 / 0");
             if (!certain) first = Code.of(test, first, up ? " or 1 / 0" : " or -1 / 0");
@@ -212,6 +213,7 @@ final class Counting {
         }
     }
 
+    /** Surely not NaN. */
     private boolean isCertain(AstNode end) {
         return Types.isWhole(g.types.of(end)) || end instanceof NumberLiteral;
     }
