@@ -112,7 +112,7 @@ std::unique_ptr<ProcessResult> UnixProcessRunner::readFromPipe() {
         whole = whole && !reason;
     }
     // Where the status is lost, the files tell: only a translation leaves a text and its listing.
-    const int code = status ? *status : out.empty() || !isListing(err);
+    const int code = status ? *status : out.empty() || err.empty() || !isListing(err);
     if (code != 0) replaceAll(err, sourcePath, scriptName);
     return std::make_unique<ProcessResult>(code, std::move(err), std::move(out), whole);
 }

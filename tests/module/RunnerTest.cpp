@@ -190,12 +190,14 @@ TEST_F(Runner, HostMayTakeTheChildsStatus) {
     const Result fine = run();
     const Result failed = runWhere("echo 'source(1,2): no' >\"$6\"; exit 1");
     const Result nothing = runWhere("rm \"$5\" \"$6\"; exit 1");
+    const Result killed = runWhere(": >\"$6\"; kill -KILL $$");
     sigaction(SIGCHLD, &earlier, nullptr);
     EXPECT_EQ(fine->getCode(), 0);
     EXPECT_STREQ(fine->getOut(), "local x = 1\nprint(x)\n");
     EXPECT_NE(failed->getCode(), 0);
     EXPECT_STREQ(failed->getErr(), "source(1,2): no\n");
     EXPECT_NE(nothing->getCode(), 0);
+    EXPECT_NE(killed->getCode(), 0) << "a text without its listing";
 }
 
 TEST_F(Runner, WithoutDescriptorsOrItsFolderItFailsWithTheSystemsReason) {
