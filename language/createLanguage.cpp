@@ -2,7 +2,6 @@
 #include <dlfcn.h>
 
 #include <cstdio>
-#include <new>
 
 #include "language/JsLanguage.h"
 
@@ -29,12 +28,12 @@ extern "C" VEXIL_API vexil3::ILanguage* createLanguage() {
         printLoaderMessage();
         return nullptr;
     }
-    vexil3::ILanguage* lua = factory();
-    if (!lua) return nullptr;
+    vexil3::ILanguage* lua = nullptr;
     try {
-        return new vexil3::js::JsLanguage(lua);
-    } catch (const std::bad_alloc&) {
-        lua->release();
+        lua = factory();
+        return lua ? new vexil3::js::JsLanguage(lua) : nullptr;
+    } catch (...) {
+        if (lua) lua->release();
         return nullptr;
     }
 }

@@ -54,6 +54,7 @@ std::string probeIn(const std::string& variant) {
 TEST(Host, GetsALanguageOrNothingAndTheLoadersReason) {
     EXPECT_EQ(probeIn("whole"), "-> a language\n");
     EXPECT_EQ(probeIn("without_language"), "-> none\n");
+    EXPECT_EQ(probeIn("throwing"), "-> none\n");
     const std::string noFactory = probeIn("without_factory"), broken = probeIn("broken");
     EXPECT_NE(noFactory.find("undefined symbol: createLanguage\n-> none\n"), std::string::npos) << noFactory;
     EXPECT_NE(broken.find("libvexil.lua.so: "), std::string::npos) << broken;

@@ -5,8 +5,10 @@
 extern "C" VEXIL_API void somethingElse() {}
 #else
 extern "C" VEXIL_API vexil3::ILanguage* createLanguage() {
-#ifdef WITHOUT_LANGUAGE
+#if defined(WITHOUT_LANGUAGE)
     return nullptr;
+#elif defined(THROWING)
+    throw "no memory for a language";
 #else
     return new vexil3::test::LuaLanguage;
 #endif
