@@ -39,8 +39,10 @@ std::string classPath() {
     return path;
 }
 
-std::unique_ptr<ProcessResult> systemFailure(int errorNumber) {
-    return std::make_unique<ProcessResult>(kRefused, std::generic_category().message(errorNumber), std::string());
+// `what` could not be had, for the system's reason.
+std::unique_ptr<ProcessResult> systemFailure(const std::string& what, int errorNumber) {
+    return std::make_unique<ProcessResult>(kRefused, what + ": " + std::generic_category().message(errorNumber),
+                                           std::string());
 }
 
 // Adds the file's bytes to `text`. 0, or the errno that kept them from being read whole: ENOENT where
@@ -95,12 +97,12 @@ std::unique_ptr<ProcessResult> UnixProcessRunner::readFromPipe() {
     std::srand(static_cast<unsigned int>(std::time(nullptr)));
     const std::string directory = getCacheDir();
     const TemporaryFile outFile(directory, kResultNameLength, "");
-    if (outFile.error()) return systemFailure(outFile.error());
+    if (outFile.error()) return systemFailure(directory, outFile.error());
     const TemporaryFile errFile(directory, kResultNameLength, "");
-    if (errFile.error()) return systemFailure(errFile.error());
+    if (errFile.error()) return systemFailure(directory, errFile.error());
 
     TranslatorProcess process(command + " " + outFile.path() + " " + errFile.path());
-    if (const int reason = process.startError()) return systemFailure(reason);
+    if (const int reason = process.startError()) return systemFailure("/bin/sh", reason);
     const std::optional<int> status = process.wait();
 
     std::string out, err;
@@ -108,7 +110,7 @@ std::unique_ptr<ProcessResult> UnixProcessRunner::readFromPipe() {
     for (const auto& [file, text] : {std::pair(&outFile, &out), std::pair(&errFile, &err)}) {
         // A result that is there but cannot be had must not pass for an empty one.
         const int reason = readWhole(file->path(), *text);
-        if (reason && reason != ENOENT) return systemFailure(reason);
+        if (reason && reason != ENOENT) return systemFailure(file->path(), reason);
         whole = whole && !reason;
     }
     // Where the status is lost, the files tell: only a translation leaves a text and its listing.

@@ -253,7 +253,7 @@ TEST_F(Accessor, LargeResultsAreTakenAndBoundless) {
 
     const auto alone = [](std::vector<Fault> all) { return all.size() == 1 ? all[0].message : "not one"; };
     mFiles->files["s.jsl"] += ";";
-    EXPECT_EQ(alone(failing("truncate -s 2G \"$5\"")), "File too large");
+    EXPECT_TRUE(alone(failing("truncate -s 2G \"$5\"")).ends_with(": File too large"));
     const auto many = failing("head -c 1M /dev/zero | tr '\\0' '\\n' | sed s/^/x/ >\"$6\"; exit 1");
     EXPECT_EQ(many.size(), 100001u);
     EXPECT_EQ(many.back(), (Fault{3, 23, "More errors are left out"}));
