@@ -30,20 +30,38 @@ finder("findIndex", false, true)
 finder("findLast", true, false)
 finder("findLastIndex", true, true)
 
+-- What a function gives for the element at i, if there is one, and that element. A compiled loop keeps to the function
+-- that it was compiled with, and is left with each turn for another one: so a turn is for four elements.
+local function visit(o, n, f, that, i)
+  if i >= n then return false end
+  local found, v = element(o, i)
+  if found then return true, f(that, v, i, o), v end
+  return false
+end
+
 visitor("forEach", function(o, n, f, that)
-  for i = 0, n - 1 do
-    local found, v = element(o, i)
-    if found then f(that, v, i, o) end
+  for i = 0, n - 1, 4 do
+    visit(o, n, f, that, i)
+    visit(o, n, f, that, i + 1)
+    visit(o, n, f, that, i + 2)
+    visit(o, n, f, that, i + 3)
   end
 end)
+
+local function put(a, i, found, v)
+  if found then rawset(a, i, v) elseif i < a.length then addHoles(a, i, i + 1) end
+end
 visitor("map", function(o, n, f, that)
   local a = derived(o, n)
-  for i = 0, n - 1 do
-    local found, v = element(o, i)
-    if found then rawset(a, i, (f(that, v, i, o))) else addHoles(a, i, i + 1) end
+  for i = 0, n - 1, 4 do
+    put(a, i, visit(o, n, f, that, i))
+    put(a, i + 1, visit(o, n, f, that, i + 1))
+    put(a, i + 2, visit(o, n, f, that, i + 2))
+    put(a, i + 3, visit(o, n, f, that, i + 3))
   end
   return a
 end)
+
 visitor("filter", function(o, n, f, that)
   local a, count = derived(o, 0), 0
   for i = 0, n - 1 do
@@ -59,10 +77,11 @@ end)
 
 -- Defines a question to the elements, which the first answer of a kind decides.
 local function decider(name, decisive)
+  local function decides(found, answer) return found and truthy(answer) == decisive end
   visitor(name, function(o, n, f, that)
-    for i = 0, n - 1 do
-      local found, v = element(o, i)
-      if found and truthy(f(that, v, i, o)) == decisive then return decisive end
+    for i = 0, n - 1, 4 do
+      if decides(visit(o, n, f, that, i)) or decides(visit(o, n, f, that, i + 1))
+        or decides(visit(o, n, f, that, i + 2)) or decides(visit(o, n, f, that, i + 3)) then return decisive end
     end
     return not decisive
   end)
@@ -90,6 +109,13 @@ js.builtin(js.ArrayProto, "flat", 0, function(this, depth)
 end)
 visitor("flatMap", function(o, n, f, that) return flatten(derived(o, 0), o, n, 1, f, that) end)
 
+local function fold(o, n, f, value, i)
+  if i < 0 or i >= n then return value end
+  local there, v = element(o, i)
+  if there then return (f(nil, value, v, i, o)) end
+  return value
+end
+
 local function reducer(name, back)
   js.builtin(js.ArrayProto, name, 1, function(this, f, ...)
     local o, n = open(this, name)
@@ -102,9 +128,11 @@ local function reducer(name, back)
       found, value = element(o, i)
       i = i + step
     end
-    for k = i, last, step do
-      local there, v = element(o, k)
-      if there then value = f(nil, value, v, k, o) end
+    for k = i, last, 4 * step do
+      value = fold(o, n, f, value, k)
+      value = fold(o, n, f, value, k + step)
+      value = fold(o, n, f, value, k + 2 * step)
+      value = fold(o, n, f, value, k + 3 * step)
     end
     return value
   end)
