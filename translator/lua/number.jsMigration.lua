@@ -305,8 +305,11 @@ local function extreme(name, pick, start)
     return r
   end
   local f = builtin(Math, name, 2, function(_, ...)
-    local n, a, b = select("#", ...), ...
-    if n == 2 and type(a) == "number" and type(b) == "number" then return pick(a, b) end
+    local n, a, b, c = select("#", ...), ...
+    if type(a) == "number" and type(b) == "number" then
+      if n == 2 then return pick(a, b) end
+      if n == 3 and type(c) == "number" then return pick(pick(a, b), c) end
+    end
     return list(nil, { [0] = a, select(2, ...) }, n)
   end)
   js.applyList[f] = list

@@ -10,6 +10,8 @@ final class Calls {
     private static final int MOST_ARGUMENTS = 100;
     /** How many members and calls of a callee a message spells out. */
     private static final int MOST_NAMED = 6;
+    /** Operands of {@code Math.max} that are compared in place: each is a call around the ones before. */
+    private static final int MOST_COMPARED = 4;
 
     private final Generator g;
 
@@ -199,13 +201,27 @@ final class Calls {
     private Code math(PropertyGet target, List<AstNode> arguments) {
         String name = g.types.mathFunction(target);
         if (name == null) return null;
-        boolean two = name.equals("max2") || name.equals("min2") || name.equals("pow");
-        if (arguments.size() != (two ? 2 : 1) || Patterns.anySpread(arguments)) return null;
-        // Arguments turn into numbers one after the other when all have been evaluated: with two, only if no one can tell.
-        if (two && !Types.isNumber(g.types.of(arguments.get(0))) && !isPlain(arguments.get(1))) return null;
+        boolean extreme = name.equals("max2") || name.equals("min2");
+        int count = arguments.size();
+        boolean right = extreme ? count >= 2 && count <= MOST_COMPARED : count == (name.equals("pow") ? 2 : 1);
+        if (!right || Patterns.anySpread(arguments)) return null;
+        // Arguments turn into numbers one after the other when all have been evaluated: with more than one, only if no
+        // one can tell.
+        boolean numbers = true;
+        for (AstNode argument : arguments) {
+            if (!numbers && !isPlain(argument)) return null;
+            numbers &= Types.isNumber(g.types.of(argument));
+        }
         Operands operands = new Operands(g, false);
         for (AstNode argument : arguments) operands.put(g.out.mark(), g.operators.toNumber(g.value(argument)));
-        Code code = close(Code.of(g.line(target.getProperty()), g.js(name)), "", operands.from(0)).typed(Types.NUMBER);
+        List<Code> values = operands.from(0);
+        Code code = direct(target, name, extreme ? values.subList(0, 2) : values);
+        for (Code value : values.subList(extreme ? 2 : count, count)) code = direct(target, name, List.of(code, value));
+        return code;
+    }
+
+    private Code direct(PropertyGet target, String name, List<Code> values) {
+        Code code = close(Code.of(g.line(target.getProperty()), g.js(name)), "", values).typed(Types.NUMBER);
         code.calls = false;
         code.spreads = false;
         return code;
