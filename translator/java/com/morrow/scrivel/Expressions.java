@@ -8,6 +8,8 @@ import org.mozilla.javascript.ast.*;
 /** Expressions for their value, as conditions, and for what they do. */
 final class Expressions {
     private final Generator g;
+    /** The label behind the chain that is being written. */
+    private String chainEnd;
 
     Expressions(Generator g) {
         this.g = g;
@@ -18,16 +20,23 @@ final class Expressions {
         return g.cut(Names.isChain(node) ? chain(node) : parts(node));
     }
 
-    /** A chain that ends early, without a value, where `?.` finds null or undefined. */
+    /**
+     * A chain that ends early, without a value, where `?.` finds null or undefined. It ends by a jump: LuaJIT takes even
+     * a loop of one turn for the start of a trace, and then gives up the real loop around it.
+     */
     private Code chain(AstNode node) {
         Code result = g.declareTemporary();
         int before = g.temporaries;
+        String outer = chainEnd;
+        chainEnd = "chain" + g.number();
         if (node.getType() == Token.DELPROP) g.out.add(result, " = true");
-        g.out.add(g.line, "repeat");
+        g.out.add(g.line, "do");
         g.deeper(node, 1);
         g.out.add(g.line, result, " = ", parts(node));
         g.depth--;
-        g.out.add("until true");
+        g.out.add("end");
+        g.out.add("::" + chainEnd + "::");
+        chainEnd = outer;
         g.temporaries = before;
         return result;
     }
@@ -35,7 +44,7 @@ final class Expressions {
     /** What stands before `?.`; without it, the chain ends. */
     Code link(Code value) {
         value = g.keep(value);
-        g.out.add(g.line, "if ", nullish(value), " then break end");
+        g.out.add(g.line, "if ", nullish(value), " then goto " + chainEnd + " end");
         return value;
     }
 
