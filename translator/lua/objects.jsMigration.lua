@@ -112,13 +112,18 @@ js.addHoles = addHoles
 
 local function fillHole(a, k)
   local record = rawget(a, H)
-  if k < record.lo or k >= record.hi then return end
-  record[k] = true
-  while record[record.lo] and record.lo < record.hi do
-    record[record.lo] = nil
-    record.lo = record.lo + 1
+  local lo, hi = record.lo, record.hi
+  if k < lo or k >= hi then return end
+  if k == lo then
+    lo = lo + 1
+    while record[lo] do record[lo], lo = nil, lo + 1 end
+    record.lo = lo
+    if lo == hi then rawset(a, H, nil) end
+  elseif k == hi - 1 and not record[k] then
+    record.hi = k
+  else
+    record[k] = true
   end
-  if record.lo == record.hi then rawset(a, H, nil) end
 end
 
 -- Own properties of any object: flags, value, slot; nothing when there is none.
