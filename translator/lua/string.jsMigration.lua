@@ -69,8 +69,8 @@ end
 
 method("charCodeAt", 1, function(s, i) return unitAt(s, i) or 0 / 0 end)
 method("charAt", 1, function(s, i)
-  local c = unitAt(s, i)
-  return c and utf8(c) or ""
+  if type(i) ~= "number" or i % 1 ~= 0 then i = toInteger(i) end
+  return s[i] or ""
 end)
 method("at", 1, function(s, i)
   i = toInteger(i)
