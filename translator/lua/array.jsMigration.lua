@@ -357,17 +357,16 @@ js.builtin(Array, "from", 1, function(this, items, f, that)
   return a
 end)
 
+local function advance(walk)
+  local i, o, kind = walk.i, walk.o, walk.kind
+  if i >= lengthOf(o) then walk.i = 1 / 0 return false end
+  walk.i = i + 1
+  if kind == "keys" then return true, i end
+  return true, kind == "entries" and js.rest(i, o[i]) or o[i]
+end
 for i = 1, 3 do
   local kind = select(i, "keys", "values", "entries")
-  method(kind, 0, function(o)
-    local i = -1
-    return js.iterator(function()
-      i = i + 1
-      if i >= lengthOf(o) then i = 1 / 0 return false end
-      if kind == "keys" then return true, i end
-      return true, kind == "entries" and js.rest(i, o[i]) or o[i]
-    end)
-  end)
+  method(kind, 0, function(o) return js.iterator({ advance = advance, o = o, kind = kind, i = 0 }) end)
 end
 
 js.applyList[push] = function(this, list, n)

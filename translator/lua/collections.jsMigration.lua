@@ -61,26 +61,24 @@ local function following(store, keys, i)
     keys, i = keys.packed, live
   end
   i = max(i, keys.gaps)
-  repeat i = i + 1 until keys[i] ~= GAP
+  i = i + 1
+  while keys[i] == GAP do i = i + 1 end
   return keys, i
 end
 
--- A function for an iterator: goes through the entries, those added meanwhile too.
-local function walk(store, kind)
-  local keys, i = store.keys, 0
-  return function()
-    if not keys then return false end
-    keys, i = following(store, keys, i)
-    local p = keys[i]
-    if p == nil then
-      keys = nil
-      return false
-    end
-    if kind == "entries" then return true, js.rest(keyOf(p), store.values[i]) end
-    if kind == "keys" then return true, keyOf(p) end
-    return true, store.values[i]
-  end
+-- For an iterator: goes through the entries, those added meanwhile too.
+local function advance(walk)
+  if not walk.keys then return false end
+  local keys, i = following(walk.store, walk.keys, walk.i)
+  local p, v = keys[i], walk.store.values[i]
+  if p == nil then keys = nil end
+  walk.keys, walk.i = keys, i
+  if p == nil then return false end
+  if walk.kind == "entries" then return true, js.rest(keyOf(p), v) end
+  if walk.kind == "keys" then return true, keyOf(p) end
+  return true, v
 end
+local function walk(store, kind) return { advance = advance, store = store, kind = kind, keys = store.keys, i = 0 } end
 function js.walk(o) return walk(rawget(o, V), js.classOf(o) == "Map" and "entries" or "values") end
 
 local function storeOf(this, class, name)

@@ -4,31 +4,32 @@ local js = require("jsMigration.lua")
 local type, rawget, select, setmetatable, A, null = type, rawget, select, setmetatable, js.A, js.null
 local getmetatable, isArray, S, V = getmetatable, js.isArray, js.S, "\0v"
 
--- An iterator: next gives true and the next element each time it is called, false from the end on.
+-- An iterator, of a table whose function `advance`, called with it, gives true and the next element each time, false from
+-- the end on. None of them is a closure: compiled code keeps to those that it has seen.
 local IteratorProto = js.fillProto({}, js.ObjectProto)
-function js.iterator(next) return js.instance(IteratorProto, "Iterator", next) end
+function js.iterator(state) return js.instance(IteratorProto, "Iterator", state) end
 
 local result = js.shape("value", "done")
 js.builtin(IteratorProto, "next", 0, function(this)
-  local found, value = rawget(this, V)()
+  local state = rawget(this, V)
+  local found, value = state.advance(state)
   return setmetatable({ value = value, done = not found, [S] = result }, js.O)
 end)
 
 -- The same as a list to be read from its start to its end.
-function js.live(next)
-  local n, found, value = 0, false, nil
-  local function peek()
-    if not found then found, value = next() end
-    return found
-  end
-  return setmetatable({}, { __index = function(_, k)
-    if k == "length" then return peek() and n + 1 or n end
-    while n <= k and peek() do
-      n, found = n + 1, false
-      if n > k then return value end
-    end
-  end })
+local Live = {}
+local function peek(list)
+  if not list.found then list.found, list.value = list.state.advance(list.state) end
+  return list.found
 end
+function Live.__index(list, k)
+  if k == "length" then return peek(list) and list.n + 1 or list.n end
+  while list.n <= k and peek(list) do
+    list.n, list.found = list.n + 1, false
+    if list.n > k then return rawget(list, "value") end
+  end
+end
+function js.live(state) return setmetatable({ state = state, n = 0, found = false }, Live) end
 
 local function characters(s)
   local a, units, i = js.rest(), js.units(s), 0
