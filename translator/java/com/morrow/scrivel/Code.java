@@ -40,6 +40,8 @@ final class Code {
     boolean parenthesis;
     /** Of text: it surely begins, or ends, with no half of a surrogate pair. */
     boolean beginsWhole, endsWhole;
+    /** What a bit operator may take instead, or null: the same but for a multiple of 2^32. */
+    Code bits;
     /** A bound on the registers and nesting that its evaluation needs. */
     int weight = 1;
     /** The expression that a pattern takes apart, which faults are blamed on, or null. */

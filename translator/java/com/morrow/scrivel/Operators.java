@@ -119,7 +119,7 @@ final class Operators {
             case Token.BITAND -> bits(line, "band", left, right);
             case Token.LSH -> bits(line, "lshift", left, right);
             case Token.RSH -> bits(line, "arshift", left, right);
-            case Token.URSH -> Code.of(bits(line, "rshift", left, right), " % 4294967296").ranked(Code.PRODUCT, type);
+            case Token.URSH -> unsigned(bits(line, "rshift", left, right));
             case Token.LT -> comparison(ordered, " < ", "lt", left, right, line);
             case Token.LE -> comparison(ordered, " <= ", "le", left, right, line);
             case Token.GT -> comparison(ordered, " > ", "gt", left, right, line);
@@ -147,7 +147,14 @@ final class Operators {
 
     /** A value as Lua's bit operators take it. */
     private Code bits(Code value) {
-        return value.type == Types.BITS ? value : library("int32", value).typed(Types.BITS);
+        if (value.bits != null) return value.bits;
+        return value.type == Types.BITS || value.type == Types.SUM ? value : library("int32", value).typed(Types.BITS);
+    }
+
+    private static Code unsigned(Code bits) {
+        Code code = Code.of(bits, " % 4294967296").ranked(Code.PRODUCT, Types.BITS);
+        code.bits = bits;
+        return code;
     }
 
     private Code comparison(boolean direct, String sign, String name, Code left, Code right, int line) {

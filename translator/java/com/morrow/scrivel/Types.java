@@ -8,8 +8,9 @@ import org.mozilla.javascript.ast.*;
  * a variable is a number when every assignment to it gives one, whatever the order in which they run.
  */
 final class Types {
-    /** BITS are whole numbers that Lua's bit operators take as they are: below 2^51 in size. */
-    static final int NONE = 0, BITS = 1, INTEGER = 2, NUMBER = 3, STRING = 4, BOOLEAN = 5, FUNCTION = 6, OBJECT = 7, UNKNOWN = 8;
+    /** BITS are whole numbers below 2^50 in size; Lua's bit operators take them as they are, and the SUM of two of them. */
+    static final int NONE = 0, BITS = 1, SUM = 2, INTEGER = 3, NUMBER = 4, STRING = 5, BOOLEAN = 6, FUNCTION = 7, OBJECT = 8,
+        UNKNOWN = 9;
 
     /** Stands for a value of which nothing is known. */
     static final AstNode ANYTHING = new EmptyExpression();
@@ -85,12 +86,12 @@ final class Types {
     }
 
     static boolean isWhole(int type) {
-        return type == BITS || type == INTEGER;
+        return type >= BITS && type <= INTEGER;
     }
 
     private static int number(double value) {
         if (value != Math.rint(value) || Math.abs(value) >= 9e15) return NUMBER;
-        return Math.abs(value) < 0x1p51 ? BITS : INTEGER;
+        return Math.abs(value) < 0x1p50 ? BITS : INTEGER;
     }
 
     /** The type of an expression as far as the types of variables are known by now. */
@@ -168,9 +169,11 @@ final class Types {
             case Token.ADD -> {
                 if (left == NONE || right == NONE) yield NONE;
                 if (left == STRING || right == STRING) yield STRING;
+                if (left == BITS && right == BITS) yield SUM;
                 yield isNumber(left) && isNumber(right) ? Math.max(INTEGER, join(left, right)) : UNKNOWN;
             }
-            case Token.SUB, Token.MUL -> isWhole(left) && isWhole(right) ? INTEGER : NUMBER;
+            case Token.SUB -> left == BITS && right == BITS ? SUM : isWhole(left) && isWhole(right) ? INTEGER : NUMBER;
+            case Token.MUL -> isWhole(left) && isWhole(right) ? INTEGER : NUMBER;
             case Token.DIV, Token.MOD, Token.EXP -> NUMBER;
             case Token.BITOR, Token.BITXOR, Token.BITAND, Token.LSH, Token.RSH, Token.URSH -> BITS;
             default -> UNKNOWN;
