@@ -39,8 +39,18 @@ local function positional(digits, e)
   return sub(digits, 1, count) .. "." .. sub(digits, count + 1)
 end
 
+local small = { [0] = "0" } -- the texts of counts and indexes, as they are asked for
+
 local function numberToString(n)
-  if n % 1 == 0 and n < 1e14 and n > -1e14 then return n == 0 and "0" or tostring(n) end
+  if n % 1 == 0 and n < 1e14 and n > -1e14 then
+    if n >= 1000 or n < 0 then return tostring(n) end
+    local text = small[n]
+    if not text then
+      text = tostring(n)
+      small[n] = text
+    end
+    return text
+  end
   local size = n < 0 and -n or n
   if size >= 1e-4 and size < 1e15 then
     local text = format("%.15g", n)
