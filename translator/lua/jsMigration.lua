@@ -238,8 +238,7 @@ js.name(js.poisoned, "", 0)
 local Arguments, argumentShapes = js.newMeta(js.ObjectProto, nil, true), {}
 
 js.arguments = function(_, ...)
-  local a = rest(...)
-  local n = a.length
+  local n = select("#", ...)
   local shape = argumentShapes[n]
   if not shape then
     shape = js.newShape()
@@ -250,6 +249,11 @@ js.arguments = function(_, ...)
     shape.slots = { callee = { flags = 0, get = js.poisoned, set = js.poisoned, accessor = true } }
     argumentShapes[n] = shape
   end
+  if n <= 3 then
+    local a, b, c = ...
+    return setmetatable({ [0] = a, b, c, length = n, [S] = shape, ["\0c"] = "Arguments" }, Arguments)
+  end
+  local a = rest(...)
   rawset(a, S, shape)
   rawset(a, "\0c", "Arguments")
   return setmetatable(a, Arguments)
