@@ -12,10 +12,12 @@ local describe
 local function frames()
   local rows = {}
   for level = 2, 1e9 do
-    local info = getinfo(level, "Sln")
+    local info, caller = getinfo(level, "Sln"), getinfo(level + 1, "S")
     if not info then return table.concat(rows) end
     if info.source == "@" .. name then
-      rows[#rows + 1] = string.format("%d %d %s\0", info.currentline, info.linedefined, info.name or "")
+      -- A library calls functions by names of its own.
+      local called = caller and caller.source == info.source and info.name or ""
+      rows[#rows + 1] = string.format("%d %d %s\0", info.currentline, info.linedefined, called)
     end
   end
 end

@@ -141,7 +141,7 @@ end
 
 function js.method(o, k, ...)
   local f = get(o, k)
-  if type(f) ~= "function" and not callable(f) then js.notfunction(str(k)) end
+  if type(f) ~= "function" and not callable(f) then js.notfunction(type(k) == "number" and "[" .. str(k) .. "]" or str(k)) end
   return f(o, ...)
 end
 

@@ -30,7 +30,7 @@ final class Assignments {
             g.out.add(g.line(name), g.operators.library("throw", g.operators.library("new", error)));
             return;
         }
-        if (variable == null) g.out.add(g.line, g.js("G") + Lua.member(name.getIdentifier()) + " = ", value);
+        if (variable == null) Place.store(g, g.line(name), Code.of(g.line(name), g.js("G") + Lua.member(name.getIdentifier())), value);
         else g.out.add(g.line, variable.access() + " = ", kept(variable, value));
     }
 
@@ -105,7 +105,7 @@ final class Assignments {
     /** Increments or decrements; what it gives is the old or the new value when that is wanted. */
     Code update(UpdateExpression node, boolean wanted) {
         Place place = Place.target(g, Expressions.bare(node.getOperand()), new Operands(g, true), true);
-        Code old = g.operators.toNumber(place.read());
+        Code old = g.operators.toNumber(place.line(), place.read());
         boolean oldWanted = wanted && node.isPostfix();
         if (oldWanted) old = g.save(old);
         int operator = node.getType() == Token.INC ? Token.ADD : Token.SUB;

@@ -26,10 +26,10 @@ final class Calls {
         if (Names.isChain(target) && target != node.getTarget()) {
             throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
-        if (Patterns.isLink(target)) return lookedUp(Expressions.bare(Patterns.target(target)), arguments, true);
-        if (isOneList(arguments)) return lookedUp(target, arguments, false);
-        if (target instanceof ElementGet member) return computedMethod(member, arguments);
-        if (!(target instanceof PropertyGet member)) return function(target, arguments);
+        if (Patterns.isLink(target)) return lookedUp(node, Expressions.bare(Patterns.target(target)), true);
+        if (isOneList(arguments)) return lookedUp(node, target, false);
+        if (target instanceof ElementGet member) return computedMethod(node, member);
+        if (!(target instanceof PropertyGet member)) return function(node, target, arguments);
         Code known = math(member, arguments);
         return known != null ? known : method(member, arguments);
     }
@@ -94,16 +94,25 @@ final class Calls {
         return call;
     }
 
-    private Code function(AstNode target, List<AstNode> arguments) {
+    /** Where a call that fails is told: by the callee's name, or where its arguments begin. */
+    private int line(FunctionCall node, AstNode target) {
+        return target.getType() == Token.NAME ? g.line(target) : g.source.line(node.getPosition() + node.getLp());
+    }
+
+    private Code function(FunctionCall node, AstNode target, List<AstNode> arguments) {
         Operands operands = new Operands(g, false).add(target);
         Code value = operands.get(0);
         arguments(operands, arguments);
         Code callee = operands.get(0);
         boolean name = target.getType() == Token.NAME && value.rank == Code.PREFIX;
+        int line = line(node, target);
         if (callee != value || !name && target.getType() != Token.FUNCTION) {
-            return library(g.line(target), "call", operands.from(1), callee, ", " + name(target) + ", nil");
+            return library(line, "call", operands.from(1), callee, ", " + name(target) + ", nil");
         }
-        return close(Code.of(g.line(target), callee.within(Code.PREFIX)), "nil", operands.from(1)).typed(g.types.call(target));
+        boolean literal = callee.rank != Code.PREFIX;
+        Code known = literal ? Code.of("(", callee, line, ")") : Code.of(line, callee);
+        known.parenthesis = literal;
+        return close(known, "nil", operands.from(1)).typed(g.types.call(target));
     }
 
     private Code method(PropertyGet target, List<AstNode> arguments) {
@@ -128,8 +137,9 @@ final class Calls {
         return true;
     }
 
-    private Code computedMethod(ElementGet target, List<AstNode> arguments) {
-        if (!areQuiet(arguments)) return lookedUp(target, arguments, false);
+    private Code computedMethod(FunctionCall node, ElementGet target) {
+        List<AstNode> arguments = node.getArguments();
+        if (!areQuiet(arguments)) return lookedUp(node, target, false);
         Operands operands = new Operands(g, false);
         Place place = Place.of(g, target, operands, false);
         int first = operands.count();
@@ -141,11 +151,14 @@ final class Calls {
      * Calls a function, or a method, that is looked up before its arguments are evaluated; {@code f?.()} if there is one.
      * A list that is spread goes to the library whole: some functions take one of any length.
      */
-    private Code lookedUp(AstNode target, List<AstNode> arguments, boolean optional) {
+    private Code lookedUp(FunctionCall node, AstNode target, boolean optional) {
+        List<AstNode> arguments = node.getArguments();
+        int line = line(node, target);
         Operands operands = new Operands(g, false);
         boolean member = (target.getType() == Token.GETPROP || target.getType() == Token.GETELEM) && !Patterns.isLink(target);
         if (member) {
             Place place = Place.of(g, target, new Operands(g, false), true);
+            line = place.line();
             Code method = optional ? g.expressions.link(place.read()) : g.save(place.read());
             operands.put(g.out.mark(), method).put(g.out.mark(), place.object());
         } else if (optional) operands.put(g.out.mark(), g.expressions.link(g.value(target)));
@@ -154,13 +167,13 @@ final class Calls {
         if (list) operands.add(Patterns.spread(arguments.get(0)));
         else arguments(operands, arguments);
         String fixed = ", " + name(target) + (member ? "" : ", nil");
-        return library(g.line(target), list ? "apply" : "call", operands.from(1), operands.get(0), fixed);
+        return library(line, list ? "apply" : "call", operands.from(1), operands.get(0), fixed);
     }
 
     Code construct(NewExpression node) {
         AstNode target = Expressions.bare(node.getTarget());
         Operands operands = arguments(new Operands(g, false).add(target), node.getArguments());
-        return library(g.line(target), "new", operands.from(1), operands.get(0), ", " + name(target)).typed(Types.OBJECT);
+        return library(g.line(node), "new", operands.from(1), operands.get(0), ", " + name(target)).typed(Types.OBJECT);
     }
 
     /** The elements of what a loop or pattern goes through; a message names what has none. */
@@ -212,16 +225,17 @@ final class Calls {
             if (!numbers && !isPlain(argument)) return null;
             numbers &= Types.isNumber(g.types.of(argument));
         }
+        int line = g.line(target.getProperty()), first = Math.min(count, 2);
         Operands operands = new Operands(g, false);
-        for (AstNode argument : arguments) operands.put(g.out.mark(), g.operators.toNumber(g.value(argument)));
+        for (AstNode argument : arguments) operands.put(g.out.mark(), g.operators.toNumber(line, g.value(argument)));
         List<Code> values = operands.from(0);
-        Code code = direct(target, name, extreme ? values.subList(0, 2) : values);
-        for (Code value : values.subList(extreme ? 2 : count, count)) code = direct(target, name, List.of(code, value));
+        Code code = direct(line, name, values.subList(0, first));
+        for (Code value : values.subList(first, count)) code = direct(line, name, List.of(code, value));
         return code;
     }
 
-    private Code direct(PropertyGet target, String name, List<Code> values) {
-        Code code = close(Code.of(g.line(target.getProperty()), g.js(name)), "", values).typed(Types.NUMBER);
+    private Code direct(int line, String name, List<Code> values) {
+        Code code = close(Code.of(line, g.js(name)), "", values).typed(Types.NUMBER);
         code.calls = false;
         code.spreads = false;
         return code;

@@ -70,7 +70,7 @@ final class Code {
         return code;
     }
 
-    static Code infix(Code left, String sign, Code right, int rank, int type) {
+    static Code infix(Code left, Object sign, Code right, int rank, int type) {
         Code code = of(left.within(rank == COMPARE ? rank + 1 : rank), sign, right.within(rank + 1)).ranked(rank, type);
         code.weight = Math.max(code.weight, right.weight + 1);
         code.fragile = rank <= AND && (left.fragile || right.fragile);

@@ -110,7 +110,8 @@ final class Expressions {
 
     /** Raises the error of a variable that is used before it is initialised. */
     Code check(Name node, String access) {
-        return Code.of(g.line(node), g.js("ready") + "(" + access + ", " + Lua.quote(node.getIdentifier()) + ")");
+        Code name = Code.atom(Lua.quote(node.getIdentifier()), Types.STRING);
+        return g.operators.library(g.line(node), "ready", Code.of(access), name);
     }
 
     private Code global(Name node) {

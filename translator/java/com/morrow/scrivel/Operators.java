@@ -38,16 +38,16 @@ final class Operators {
         return code.type == Types.BOOLEAN ? code : library("truthy", code).typed(Types.BOOLEAN);
     }
 
-    Code toNumber(Code code) {
-        return Types.isNumber(code.type) ? code : library("num", code).typed(Types.NUMBER);
+    Code toNumber(int line, Code code) {
+        return Types.isNumber(code.type) ? code : library(line, "num", code).typed(Types.NUMBER);
     }
 
     Code unary(UnaryExpression node) {
         AstNode operand = node.getOperand();
         return switch (node.getType()) {
-            case Token.NEG -> negative(operand);
-            case Token.POS -> toNumber(g.value(operand));
-            case Token.BITNOT -> library("bnot", bits(g.value(operand))).typed(Types.BITS);
+            case Token.NEG -> negative(operand, g.line(node));
+            case Token.POS -> toNumber(g.line(node), g.value(operand));
+            case Token.BITNOT -> library(g.line(node), "bnot", bits(g.value(operand))).typed(Types.BITS);
             case Token.TYPEOF, Token.TYPEOFNAME -> typeOf(Expressions.bare(operand)).typed(Types.STRING);
             case Token.DELPROP -> delete(operand);
             case Token.VOID -> {
@@ -58,15 +58,15 @@ final class Operators {
         };
     }
 
-    private Code negative(AstNode operand) {
+    private Code negative(AstNode operand, int line) {
         if (operand instanceof NumberLiteral literal) {
             String number = Lua.number(-literal.getNumber());
             Code code = Code.atom(number, g.types.of(operand));
             if (number.charAt(0) == '-') code.rank = Code.UNARY;
             return code;
         }
-        Code value = number(g.value(operand));
-        return Code.of("-", value.within(Code.UNARY + 1)).ranked(Code.UNARY, Types.signed(value.type));
+        Code value = number(g.value(operand), line);
+        return Code.of(line, "-", value.within(Code.UNARY + 1)).ranked(Code.UNARY, Types.signed(value.type));
     }
 
     private Code typeOf(AstNode operand) {
@@ -109,9 +109,9 @@ final class Operators {
             case Token.ADD -> numbers ? Code.infix(left, " + ", right, Code.SUM, type)
                 : type == Types.STRING && hasText(left) && hasText(right) ? concatenation(text(left, line), text(right, line))
                 : library(line, "add", left, right).typed(type);
-            case Token.SUB -> Code.infix(number(left), " - ", number(right), Code.SUM, type);
-            case Token.MUL -> Code.infix(number(left), " * ", number(right), Code.PRODUCT, type);
-            case Token.DIV -> Code.infix(number(left), " / ", number(right), Code.PRODUCT, type);
+            case Token.SUB -> arithmetic(left, " - ", right, Code.SUM, type, line);
+            case Token.MUL -> arithmetic(left, " * ", right, Code.PRODUCT, type, line);
+            case Token.DIV -> arithmetic(left, " / ", right, Code.PRODUCT, type, line);
             case Token.MOD -> library(line, "mod", left, right).typed(type);
             case Token.EXP -> library(line, "pow", left, right).typed(type);
             case Token.BITOR -> bits(line, "bor", left, right);
@@ -168,8 +168,14 @@ final class Operators {
     }
 
     /** Lua takes some texts for numbers that JavaScript does not. */
-    private Code number(Code code) {
-        return code.type == Types.STRING ? toNumber(code) : code;
+    private Code number(Code code, int line) {
+        return code.type == Types.STRING ? toNumber(line, code) : code;
+    }
+
+    /** Lua's operator. The mark stands behind the sign: Lua reads a member on the left on the sign's line. */
+    private Code arithmetic(Code left, String sign, Code right, int rank, int type, int line) {
+        boolean quiet = Types.isNumber(left.type) && Types.isNumber(right.type);
+        return Code.infix(number(left, line), quiet ? sign : Code.of(sign, line), number(right, line), rank, type);
     }
 
     /** What `+` makes of an operand beside a text. */

@@ -86,10 +86,13 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
             g.out.add(g.operators.library(line, "set", object(), keyValue(), value));
         } else if ("length".equals(field)) g.out.add(g.operators.library(line, "setlength", object(), value));
         else if (PROTO.equals(field)) g.out.add(g.operators.library(line, "setproto", object(), value));
-        else {
-            // Lua blames the line of the last token for a failing store, and for a read that stands right before it.
-            if (value.lastLine != 0 && value.lastLine != line) value = value.pure ? Code.of("(", value, line, ")") : g.save(value);
-            g.out.add(g.line, access(), " = ", value);
-        }
+        else store(g, line, access(), value);
+    }
+
+    /** Writes a field; a failure is on `line`. */
+    static void store(Generator g, int line, Code field, Code value) {
+        // Lua blames the line of the last token for a failing store, and for a read that stands right before it.
+        if (value.lastLine != 0 && value.lastLine != line) value = value.pure ? Code.of("(", value, line, ")") : g.save(value);
+        g.out.add(g.line, field, " = ", value);
     }
 }
