@@ -6,6 +6,7 @@
 #include <exception>
 #include <lua.hpp>
 
+#include "host/lua/Frames.h"
 #include "host/lua/ScriptState.h"
 #include "host/lua/Values.h"
 
@@ -133,6 +134,9 @@ bool DebugEvent::prepareCallStack(bool all) {
         lua_Debug info;
         for (int level = 0; frameInfo(mState, level, info); ++level) {
             const bool hasSource = info.source[0] == '@';
+            // A library calls the script's functions by names of its own.
+            const bool fromLibrary = hasSource && !isChunkOf(info.source, mScript.id());
+            if (fromLibrary && !mCalls.empty() && mCalls.back().file == mScript.id()) mCalls.back().function.clear();
             if (!hasSource && !all) continue;
             mCalls.push_back(
                 {hasSource ? info.source + 1 : info.source, info.name ? info.name : "", info.what, info.currentline});

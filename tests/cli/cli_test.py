@@ -390,9 +390,15 @@ class CliTest(unittest.TestCase):
             self.assertEqual([line for line in seen if line in (3, 6, 11)], [11, 6, 3])
             self.assertRegex(result.stderr, rf"(?m)^{name}:3: .*\n    {name}:3: in .*third.*\n    {name}:6: in .*\n"
                                             rf"    {name}:11: in ")
-        text = "function macro(p) {}\nfunction execute() {\n  try {\n    log(1);\n  } catch (e) {}\n}\n"
+        text = ("function macro(p) {}\nfunction execute() {\n  const a = [2];\n  try {\n    log(1);\n    a\n"
+                "      .forEach(v => {\n        log(v);\n      });\n  } catch (e) {}\n}\n")
         result = self.run_script(self.write("try.jsl", text), "--trace")
-        self.assertIn("try.jsl:4:     log(1);\n    try.jsl:4: in a function\n    try.jsl:3: in execute\n", result.stderr)
+        self.assertIn("try.jsl:5:     log(1);\n    try.jsl:5: in a function\n    try.jsl:4: in execute\n", result.stderr)
+        self.assertIn("\n    try.jsl:8: in a function\n    try.jsl:7: in a function\n    try.jsl:4: in execute\n", result.stderr)
+        # Every statement from its first line on; neither a function's end when it is made, nor a catch that catches nothing.
+        seen = [int(line) for line in re.findall(r"(?m)^try\.jsl:(\d+)", result.stderr)]
+        inside = [line for i, line in enumerate(seen) if line > 2 and line != seen[i - 1]]
+        self.assertEqual(inside, [3, 4, 5, 6, 7, 8, 9, 7, 4, 11])
 
     def test_translate_shows_both_languages(self):
         script = self.write("deep.jsl", DEEP["deep.jsl"])

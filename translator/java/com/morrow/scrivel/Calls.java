@@ -118,7 +118,7 @@ final class Calls {
     private Code method(PropertyGet target, List<AstNode> arguments) {
         String name = target.getProperty().getIdentifier();
         int line = g.line(target.getProperty());
-        Operands operands = new Operands(g, false).add(target.getTarget());
+        Operands operands = new Operands(g, false).object(target.getTarget(), line);
         Block.Link mark = g.out.mark();
         Code object = operands.get(0);
         arguments(operands, arguments);

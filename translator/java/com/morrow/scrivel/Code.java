@@ -9,8 +9,8 @@ import org.mozilla.javascript.ast.AstNode;
  * comes. Pieces nest without being copied, so that the cost of a translation stays in proportion to its size.
  */
 final class Code {
-    /** Begins a Lua line. */
-    static final Object NEWLINE = new Object();
+    /** Ends a statement. */
+    static final Object NEXT = new Object();
     /** Ends what the last {@link LuaWriter.FunctionRow} began. */
     static final Object END = new Object();
 

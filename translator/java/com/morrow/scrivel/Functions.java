@@ -141,7 +141,14 @@ final class Functions {
         Block body = g.leave(outer);
         g.line = line;
         return Code.of(g.line(node), new LuaWriter.FunctionRow(name, length(node), info.arrow || node.isMethod() ? 'a' : 'f'),
-            words + "(" + parameters + ")", top, body, Code.NEWLINE, g.endLine(node), Code.END, "end");
+            words + "(" + parameters + ")", top, body, end(node.getBody(), g.line(node), Code.of(g.endLine(node))));
+    }
+
+    /** Ends a Lua function where it began, since Lua makes the closure on the line of that word, but returns where it ends. */
+    static Code end(AstNode body, int first, Code mark) {
+        Code code = Code.of(Code.NEXT);
+        if (!Flow.ends(body)) code.add(mark, "return", Code.NEXT);
+        return code.add(first, Code.END, "end");
     }
 
     /** Gives the list of parameters. What unpacks arguments goes to the top, what unpacks values to the current block. */

@@ -60,6 +60,7 @@ final class Jumps {
 
     void labeled(LabeledStatement node) {
         AstNode statement = node.getStatement();
+        g.line = g.line(statement);
         if (statement instanceof Loop loop) g.loops.loop(loop, node.getLabels());
         else if (statement instanceof SwitchStatement choice) switchStatement(choice, node.getLabels());
         else {
@@ -139,7 +140,7 @@ final class Jumps {
         String names = ok + ", " + what + ", " + result;
         g.out.add(g.line(node), "local " + names + " = ", part(part, node.getTryBlock(), null));
         for (CatchClause clause : node.getCatchClauses()) {
-            g.out.add(g.line(clause), "if not " + ok + " then");
+            g.out.add(g.line(node), "if not " + ok + " then");
             if (closing) {
                 g.out.add(names + " = ", part(part, clause, what));
                 g.out.add("end");
@@ -183,10 +184,11 @@ final class Jumps {
     /** A part of a try statement as a function that is called protected; `what` is what a catch clause catches. */
     private Code part(Flow flow, AstNode node, String what) {
         Generator.Outer outer = g.enter(Names.function(node), flow, node, 2);
+        AstNode block = node instanceof CatchClause clause ? clause.getBody() : node;
         if (node instanceof CatchClause clause) caught(clause, what);
         else g.statements.body(node);
         Block body = g.leave(outer);
         LuaWriter.FunctionRow row = new LuaWriter.FunctionRow("", 0, 'p');
-        return Code.of(g.js("try"), "(", row, "function()", body, Code.NEWLINE, g.endLine(node), Code.END, "end)");
+        return Code.of(g.js("try"), "(", row, "function()", body, Functions.end(block, g.line(node), new Code()), ")");
     }
 }

@@ -6,7 +6,8 @@ import org.mozilla.javascript.ast.AstNode;
 
 /**
  * Writes pieces of code as Lua text. Each Lua line belongs to one JavaScript line: where a piece of another line begins,
- * a new Lua line begins with it. Two functions never begin on the same Lua line.
+ * a new Lua line begins with it, and only there, so that a debugger is told once that a line is about to run. Two
+ * functions never begin on the same Lua line.
  */
 final class LuaWriter {
     private static final int MOST_CONSTANTS = 65000;
@@ -42,6 +43,8 @@ final class LuaWriter {
     private int source = 1;
     private int current = 1;
     private boolean empty = true;
+    /** What follows is another statement. */
+    private boolean next;
     private boolean functionHere;
 
     LuaWriter(int firstLine, boolean large) {
@@ -52,13 +55,13 @@ final class LuaWriter {
     void write(Object item) {
         if (item instanceof String token) token(token);
         else if (item instanceof Integer line) source = line;
-        else if (item == Code.NEWLINE) newline();
+        else if (item == Code.NEXT) next = true;
         else if (item == Code.END) leave();
         else if (item instanceof Code code) {
             for (Object part : code.items) write(part);
         } else if (item instanceof Block block) {
             for (Block.Link link = block.head.next; link != null; link = link.next) {
-                newline();
+                next = true;
                 write(link.code);
             }
         } else if (item instanceof Span span) span(span);
@@ -77,8 +80,9 @@ final class LuaWriter {
         if (large) constant(token);
         if (current != source) newline();
         current = source;
+        if (next && !empty) text.append(' ');
         text.append(token);
-        empty = false;
+        empty = next = false;
     }
 
     /** Counts what takes a place among a function's constants: names of members, texts, tables, functions; and numbers. */

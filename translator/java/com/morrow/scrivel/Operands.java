@@ -21,6 +21,14 @@ final class Operands {
         return put(g.out.mark(), g.value(node));
     }
 
+    /** Adds the object of a member. A statement that begins with it, and goes on elsewhere, runs from there for a debugger. */
+    Operands object(AstNode node, int memberLine) {
+        Block.Link mark = g.out.mark();
+        Code code = g.value(node);
+        boolean alone = code.pure && g.line(node) == g.line && memberLine != g.line;
+        return put(mark, alone ? g.save(code) : code);
+    }
+
     /** Adds an operand whose statements, if any, come after the mark. */
     Operands put(Block.Link mark, Code code) {
         if (g.out.mark() != mark) settle(mark, count());

@@ -12,7 +12,8 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
 
     /** Evaluates object and key of a member access into the operands. To be used more than once, they are kept. */
     static Place of(Generator g, AstNode node, Operands operands, boolean several) {
-        int object = operands.add(Patterns.target(node)).count() - 1;
+        AstNode last = node instanceof PropertyGet get ? get.getProperty() : ((ElementGet) node).getElement();
+        int object = operands.object(Patterns.target(node), g.line(last)).count() - 1;
         if (several) operands.keep();
         if (node instanceof PropertyGet member) {
             Name name = member.getProperty();
