@@ -360,6 +360,10 @@ class CliTest(unittest.TestCase):
         self.assert_fails(self.run_script(self.write("empty.jsl", "")), 1, "empty.jsl: error: File is empty")
         circle = "function macro() {}\nfunction execute(o) { throw o.self = o; }\n"
         self.assert_fails(self.run_script(self.write("circle.jsl", circle)), 1, "circle.jsl:2: error: [object Object]\n")
+        for value, shown in [("'text'", "text"), ("{ code: 1 }", '{"code":1}')]:
+            text = f"function macro() {{}}\nfunction fail() {{\n  throw {value};\n}}\nfunction execute() {{\n  try {{\n"
+            passed = self.write("passed.jsl", text + "    fail();\n  } finally {\n    log(1);\n  }\n}\n")
+            self.assert_fails(self.run_script(passed), 1, f"passed.jsl:3: error: {shown}\n", "passed.jsl:7: in function 'execute'")
 
     def test_scripts_must_be_of_a_kind(self):
         for name, text in {"none.jsl": "let a = 1;\n", "none.lua": "a = 1\n"}.items():

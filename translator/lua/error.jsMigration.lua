@@ -134,8 +134,8 @@ function js.describeError(value, frames)
     local name, message = translate(tostring(value))
     return name .. ": " .. message, folded(frames)
   end
+  frames = rawget(value, FRAMES) or frames
   if getmetatable(value) == js.Box then value = value.value end
-  if type(value) == "table" and value ~= js.null then frames = rawget(value, FRAMES) or frames end
   local ok, text = pcall(str, value)
   if text == "[object Object]" then
     local isPlain, json = pcall(js.G.JSON.stringify, nil, value)

@@ -282,17 +282,26 @@ local function caught(e)
 end
 js.caught = caught
 
-local function finishTry(ok, ...)
+-- The same for what will be raised again: the box of what is no Error has its frames.
+local function passing(e)
+  e = caught(e)
+  if type(e) ~= "table" or rawget(e, "\0f") then return e end
+  if getmetatable(e) ~= Box then e = setmetatable({ value = e }, Box) end
+  e["\0f"] = platform.frames()
+  return e
+end
+
+local function finishTry(passes, ok, ...)
   if ok then return true, ... end
   local e = ...
   if type(e) ~= "table" then e = js.fromNative(e) end
-  if getmetatable(e) == Box then return false, e.value end
+  if getmetatable(e) == Box and not passes then return false, e.value end
   return false, e
 end
 
-js.try = function(f)
+js.try = function(f, passes)
   if not js.loaded.error then js.load("error") end -- while there is stack to do so
-  return finishTry(xpcall(f, caught))
+  return finishTry(passes, xpcall(f, passes and passing or caught))
 end
 platform.onError(function(value, frames) return js.describeError(value, frames) end)
 

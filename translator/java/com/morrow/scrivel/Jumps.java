@@ -134,15 +134,15 @@ final class Jumps {
     void tryStatement(TryStatement node) {
         String ok = g.fresh(), what = g.fresh(), result = g.fresh();
         g.reserve(node, 3);
-        boolean closing = node.getFinallyBlock() != null;
+        boolean closing = node.getFinallyBlock() != null, passes = closing && node.getCatchClauses().isEmpty();
         Flow part = new Flow(g.flow, null, false, false);
         part.jumps = new ArrayList<>();
         String names = ok + ", " + what + ", " + result;
-        g.out.add(g.line(node), "local " + names + " = ", part(part, node.getTryBlock(), null));
+        g.out.add(g.line(node), "local " + names + " = ", part(part, node.getTryBlock(), null, passes));
         for (CatchClause clause : node.getCatchClauses()) {
             g.out.add(g.line(node), "if not " + ok + " then");
             if (closing) {
-                g.out.add(names + " = ", part(part, clause, what));
+                g.out.add(names + " = ", part(part, clause, what, true));
                 g.out.add("end");
             } else caught(clause, what);
         }
@@ -182,13 +182,14 @@ final class Jumps {
     }
 
     /** A part of a try statement as a function that is called protected; `what` is what a catch clause catches. */
-    private Code part(Flow flow, AstNode node, String what) {
+    private Code part(Flow flow, AstNode node, String what, boolean passes) {
         Generator.Outer outer = g.enter(Names.function(node), flow, node, 2);
         AstNode block = node instanceof CatchClause clause ? clause.getBody() : node;
         if (node instanceof CatchClause clause) caught(clause, what);
         else g.statements.body(node);
         Block body = g.leave(outer);
         LuaWriter.FunctionRow row = new LuaWriter.FunctionRow("", 0, 'p');
-        return Code.of(g.js("try"), "(", row, "function()", body, Functions.end(block, g.line(node), new Code()), ")");
+        Code end = Functions.end(block, g.line(node), new Code());
+        return Code.of(g.js("try"), "(", row, "function()", body, end, passes ? ", true)" : ")");
     }
 }
