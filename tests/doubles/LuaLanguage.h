@@ -12,9 +12,10 @@ class LuaLanguage final : public ILanguage {
 public:
     Journal journal;
     IDebugger* debugger = nullptr;
-    Raised raised;          // by the next operations of the language itself
-    Raised profilesRaise;   // by init of the profiles made
-    Raised instancesRaise;  // by the instances that they make
+    Raised raised;               // by the next operations of the language itself
+    bool answersAnyway = false;  // in spite of what is raised
+    Raised profilesRaise;        // by init of the profiles made
+    Raised instancesRaise;       // by the instances that they make
     int* released = nullptr;
     int* gone = nullptr;
 
@@ -64,7 +65,7 @@ private:
     template <class... Arguments>
     bool called(IError** error, const char* name, const Arguments&... arguments) {
         journal.add(name, arguments...);
-        return raise(raised, error);
+        return raise(raised, error) || answersAnyway;
     }
 
     // The text of a script as this language sees it; none where nobody looks at it.

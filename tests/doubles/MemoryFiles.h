@@ -17,17 +17,23 @@ namespace vexil3::test {
 class MemoryAccessor : public TAddRefImpl<IFileAccessor> {
 public:
     std::map<std::string, std::string> files;
+    // The ids of files that are to have others than "id of NAME".
+    std::map<std::string, std::string> ids;
+    // What one read gives at most.
+    unsigned long mostAtOnce = ~0ul;
     Journal journal;
     // Counts down over the operations of accessor and files; the one that finds 0 fails, ...
     int callsUntilFailure = -1;
-    // ... and reports an error, unless it does so silently.
+    // ... and reports as many errors, unless it does so silently.
+    int reports = 1;
     bool silent = false;
 
     template <class... Arguments>
     bool passes(IError** error, const char* name, const Arguments&... arguments) {
         journal.add(name, arguments...);
         if (callsUntilFailure < 0 || callsUntilFailure-- > 0) return true;
-        if (!silent) ErrorFactory::throwError(error, IError::StageFile, IError::CodeCannotOpen, "broken");
+        for (int i = 0; i < reports && !silent; ++i)
+            ErrorFactory::throwError(error, IError::StageFile, IError::CodeCannotOpen, "broken");
         return false;
     }
 
@@ -64,7 +70,9 @@ public:
 class MemoryFile : public TAddRefImpl<IFile> {
 public:
     MemoryFile(MemoryAccessor& accessor, const char* name)
-        : mAccessor(Ref<MemoryAccessor>::share(&accessor)), mName(name), mId("id of " + mName) {}
+        : mAccessor(Ref<MemoryAccessor>::share(&accessor)), mName(name), mId("id of " + mName) {
+        if (accessor.ids.count(mName)) mId = accessor.ids[mName];
+    }
 
     bool is(_GUID id) const override { return answers<IFile, IObject>(id); }
     bool to(_GUID id, void** object) const override { return answersTo<IFile, IObject>(id, this, object); }
@@ -78,7 +86,7 @@ public:
     bool eof(IError**) override { return false; }
     bool read(void* buffer, unsigned long count, unsigned long& done, IError** error) override {
         if (!mAccessor->passes(error, "read", count)) return false;
-        done = std::min(count, text().size());
+        done = std::min({count, text().size(), mAccessor->mostAtOnce});
         if (done) std::memcpy(buffer, text().data(), done);
         return true;
     }

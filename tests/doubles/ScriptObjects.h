@@ -38,10 +38,12 @@ public:
     Journal journal;
     Raised raised;
     bool answer = true;
-    int* gone = nullptr;  // counts objects that were destroyed
+    int* gone = nullptr;            // counts objects that were destroyed
+    std::uint64_t* left = nullptr;  // gets how many objects live when this one goes
 
     ~Recorder() override {
         if (gone) ++*gone;
+        if (left) *left = MemoryDiagnostic::alive();
     }
 
 protected:

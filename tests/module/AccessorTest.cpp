@@ -118,6 +118,19 @@ TEST_F(Accessor, ScriptIsHandedOverByteForByteAndComesBackTranslated) {
     EXPECT_EQ(opened("S.JSL"), "refused, no such file");
 }
 
+TEST_F(Accessor, ItsNameMakesAScriptAndWhatWasReadIsItsText) {
+    mFiles->files["chart.lua"] = "as it is";
+    mFiles->ids = {{"s.jsl", "7"}, {"chart.lua", "s.jsl"}};
+    EXPECT_EQ(opened("chart.lua"), "untranslated");
+    EXPECT_EQ(opened(), kLua);
+    mFiles->mostAtOnce = 4;
+    EXPECT_EQ(opened(), kLua);
+    EXPECT_EQ(mPlace.source(), "let ");
+    EXPECT_EQ(mAccessor->open("s.jsl", IFileAccessor::Create, IFileAccessor::Write, IFileAccessor::Text, mError.out()),
+              nullptr);
+    EXPECT_EQ(faults(mError), (std::vector<Fault>{{3, 23, "File is empty"}})) << "whatever the mode";
+}
+
 TEST_F(Accessor, FailingReadsOfTheScriptAreTheCallersError) {
     for (int step = 0; step < 3; ++step)
         for (const bool silent : {false, true}) {

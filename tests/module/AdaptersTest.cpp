@@ -144,7 +144,9 @@ TYPED_TEST(Adapters, ProfileInitialisesWithItsWrapperAndRewritesErrors) {
     host.accessor = Ref<IFileAccessor>::share(files.get());
     auto* inner = new typename TypeParam::Recorder;
     int gone = 0;
+    std::uint64_t left = 0;
     inner->gone = &gone;
+    inner->left = &left;
     {
         const Ref<typename TypeParam::Adapter> profile(new typename TypeParam::Adapter(inner, &this->mCache));
         EXPECT_EQ(profile->getLanguage(), ILanguageService::JavaScript);
@@ -180,6 +182,7 @@ TYPED_TEST(Adapters, ProfileInitialisesWithItsWrapperAndRewritesErrors) {
         EXPECT_EQ(gone, 0);
     }
     EXPECT_EQ(gone, 3) << "the profile and its two instances";
+    EXPECT_EQ(left, 3u) << "the files, the adapter and itself: its callback's accessor went before it";
     host.accessor = Ref<IFileAccessor>();
 }
 

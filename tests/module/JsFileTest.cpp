@@ -36,6 +36,7 @@ TEST(JsFile, AnyRunOfOperationsDoesWhatTheModelDoes) {
                                   "\xF4\x90\x80\x80",
                                   "\xC0\x80",
                                   "\xE2",
+                                  "\xF5\x80\x80\x80",
                                   "\xF8",
                                   "\xFF",
                                   "\xE2\x82",

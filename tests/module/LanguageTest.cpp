@@ -1,6 +1,8 @@
 // The language as the host sees it, in front of a Lua language that is a double.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include <vexil3/file_system_accessor.h>
 
 #include "doubles/LuaLanguage.h"
@@ -137,6 +139,11 @@ TEST_F(Language, SyntaxIsCheckedOnTheTranslation) {
     mLua->raised = kRaised;
     EXPECT_FALSE(mLanguage->checkSyntax(permissions, mFiles.get(), kScript, nullptr, mError.out()));
     EXPECT_EQ(faults(mError), (std::vector<Fault>{{4, 100, "line 2", "id of s.jsl", 12, 0}}));
+    mLua->answersAnyway = true;
+    EXPECT_TRUE(mLanguage->checkSyntax(permissions, mFiles.get(), kScript, nullptr, mError.out()));
+    EXPECT_EQ(faults(mError), (std::vector<Fault>{{4, 100, "line 2", "id of s.jsl", 12, 0}}));
+    EXPECT_TRUE(Ref(mLanguage->createToolProfile(mFiles.get(), kScript, nullptr, mError.out())));
+    EXPECT_FALSE(mError) << "a profile in spite of errors is a profile";
     mLua->journal.take();
     for (int step = 0; step < 3; ++step) {
         mFiles->callsUntilFailure = step;
@@ -163,26 +170,33 @@ TEST_F(Language, OtherRequestsAreForwardedOrRefused) {
     EXPECT_FALSE(mError);
     EXPECT_TRUE(mLua->journal.take().empty());
 
-    auto* const debugger = somewhere<IDebugger>(42);
-    EXPECT_TRUE(mLanguage->setDebugger(debugger));
-    ASSERT_NE(mLua->debugger, nullptr);
-    EXPECT_TRUE(mLua->debugger->is(js::JSDebugger::ID)) << "the bridge, not the host's";
+    for (IDebugger* const debugger : {somewhere<IDebugger>(42), static_cast<IDebugger*>(nullptr)}) {
+        EXPECT_TRUE(mLanguage->setDebugger(debugger));
+        ASSERT_NE(mLua->debugger, nullptr);
+        EXPECT_TRUE(mLua->debugger->is(js::JSDebugger::ID)) << "the bridge, not the host's";
+        mLua->debugger = nullptr;
+    }
 }
 
 TEST_F(Language, ConvertedErrorsMapScriptsOnlyAndLoseTheirColumn) {
     ASSERT_TRUE(mLanguage->updateCache(mFiles.get(), kScript, mError.out()));
     ASSERT_TRUE(mLanguage->updateCache(mFiles.get(), "plain.lua", mError.out()));
+    mFiles->files["t.jsl"] = "let y;";
+    mFiles->ids["t.jsl"] = "no script's name";
+    ASSERT_TRUE(mLanguage->updateCache(mFiles.get(), "t.jsl", mError.out()));
     const Ref<IError> hollow(new HollowError);
     const Ref<IError> source = makeError({{4, 100, "s.jsl:2: text stays", "id of s.jsl", 2, 7},
                                           {2, 9, "x", "ID OF S.JSL", 2, 7},
                                           {3, 8, "y", "id of s.jsl", 40, 7},
                                           {7, 6, "z", "id of plain.lua", 1, 7},
+                                          {7, 6, "t", "no script's name", 1, 7},
                                           {7, 6, "w", kNone, 1, 7}});
     mLanguage->convertError(mError.out(), source.get());
     EXPECT_EQ(faults(mError), (std::vector<Fault>{{4, 100, "s.jsl:2: text stays", "id of s.jsl", 12, 0},
                                                   {2, 9, "x", "ID OF S.JSL", 2, 0},
                                                   {3, 8, "y", "id of s.jsl", 40, 0},
                                                   {7, 6, "z", "id of plain.lua", 1, 0},
+                                                  {7, 6, "t", "no script's name", 1, 0},
                                                   {7, 6, "w", kNone, 1, 0}}));
     for (IError* const nothing : {static_cast<IError*>(nullptr), hollow.get()}) {
         mLanguage->convertError(mError.out(), nothing);
@@ -191,7 +205,11 @@ TEST_F(Language, ConvertedErrorsMapScriptsOnlyAndLoseTheirColumn) {
 }
 
 TEST_F(Language, WithoutALuaLanguageEverythingSaysSo) {
+    std::srand(7);
+    const int drawn = std::rand();
+    std::srand(7);
     js::JsLanguage* const alone = new js::JsLanguage(nullptr);
+    EXPECT_NE(std::rand(), drawn) << "names are drawn from the time";
     const std::vector<Fault> expected = {{1000, 10000, "LUA not set"}};
     ILanguageService::ObjectType type;
     const auto said = [&](bool result) {

@@ -192,7 +192,7 @@ public:
     bool getCallStackFrame(unsigned long index, IString* file, IString* function, IString* kind, int& line) override {
         journal.add("getCallStackFrame", index, file, function, kind);
         line = frameLine;
-        return true;
+        return index < 3;
     }
     bool prepareVarList(bool globals) override { return journal.add("prepareVarList", globals), true; }
     unsigned long varCount() override { return journal.add("varCount"), 4; }
@@ -272,6 +272,8 @@ TEST_F(Rewriting, DebuggerCallbackPassesEveryQuestionOn) {
     int line = 0;
     EXPECT_TRUE(callback.getCallStackFrame(0, nullptr, nullptr, nullptr, line));
     EXPECT_EQ(line, 7);
+    EXPECT_FALSE(callback.getCallStackFrame(3, nullptr, nullptr, nullptr, line));
+    EXPECT_EQ(line, 7) << "whatever the answer";
 }
 
 }  // namespace vexil3::test
