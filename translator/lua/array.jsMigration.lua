@@ -22,9 +22,19 @@ local function checkLength(n, most)
   js.throwError("RangeError", "Invalid array length")
 end
 
+-- An array to be filled. A table that grows to what a window of bars takes is made anew several times over; the first
+-- elements of a long one have their room too.
+local function room16(n)
+  return { length = n, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil }
+end
+local function room32(n)
+  return { length = n, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil,
+    nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil, nil }
+end
+
 local function make(n)
   checkLength(n, LONGEST)
-  return setmetatable({ length = n }, A)
+  return setmetatable(n > 16 and room32(n) or n > 3 and room16(n) or { length = n }, A)
 end
 
 local function lengthOf(o) return min(max(toInteger(o.length), 0), MAX_SAFE) end
@@ -193,7 +203,7 @@ end)
 
 local concat = js.builtin(ArrayProto, "concat", 1, function(this, ...)
   this = js.toObject(this)
-  local a, n = derived(this, 0), 0
+  local a, n = derived(this, isArray(this) and this.length or 0), 0
   for i = 0, select("#", ...) do
     local item = this
     if i > 0 then item = (select(i, ...)) end

@@ -63,7 +63,7 @@ visitor("map", function(o, n, f, that)
 end)
 
 visitor("filter", function(o, n, f, that)
-  local a, count = derived(o, 0), 0
+  local a, count = derived(o, min(n, 32)), 0
   for i = 0, n - 1 do
     local found, v = element(o, i)
     if found and truthy(f(that, v, i, o)) then

@@ -39,6 +39,7 @@ local function inRadix(value, radix)
   if value ~= value or abs(value) == huge then return str(value) end
   local sign = value < 0 and "-" or ""
   value = abs(value)
+  if radix == 16 and value % 1 == 0 and value < 0x1p53 then return sign .. format("%x", value) end
   local list, carry = fractionDigits(value, radix)
   local whole, text = floor(value) + carry, ""
   while whole / radix >= 9007199254740992 do whole, text = whole / radix, "0" .. text end

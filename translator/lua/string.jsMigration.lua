@@ -274,14 +274,14 @@ end
 method("localeCompare", 1, function(s, other, locale, options)
   other = str(other)
   js.inEnglish("localeCompare", locale, options)
-  if find(s .. other, "[\204\205][\128-\191]") then
+  if (units(s) or units(other)) and find(s .. other, "[\204\205][\128-\191]") then
     refuse("Error", "localeCompare is not supported for combining marks: there are no tables of characters here")
   end
   if s == other then return 0 end
   local a, b = changeCase(s, false), changeCase(other, false)
   for i = 0, min(length(a), length(b)) - 1 do
-    local x, y = weight(unitAt(a, i)), weight(unitAt(b, i))
-    if x ~= y then return x < y and -1 or 1 end
+    local x, y = unitAt(a, i), unitAt(b, i)
+    if x ~= y then return weight(x) < weight(y) and -1 or 1 end
   end
   if length(a) ~= length(b) then return length(a) < length(b) and -1 or 1 end
   return s > other and -1 or 1
