@@ -105,7 +105,7 @@ final class Assignments {
     /** Increments or decrements; what it gives is the old or the new value when that is wanted. */
     Code update(UpdateExpression node, boolean wanted) {
         Place place = Place.target(g, Expressions.bare(node.getOperand()), new Operands(g, true), true);
-        Code old = g.operators.toNumber(place.line(), place.read());
+        Code old = g.operators.toNumber(place.read(), place.line());
         boolean oldWanted = wanted && node.isPostfix();
         if (oldWanted) old = g.save(old);
         int operator = node.getType() == Token.INC ? Token.ADD : Token.SUB;

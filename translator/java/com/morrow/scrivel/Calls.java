@@ -206,9 +206,12 @@ final class Calls {
 
     // -- Math
 
-    private static boolean isPlain(AstNode node) {
-        int type = Expressions.bare(node).getType();
-        return type == Token.NAME || type == Token.NUMBER || type == Token.STRING;
+    /** Evaluating it later, when operands before it have turned into numbers, makes no difference. */
+    private boolean isPlain(AstNode node) {
+        AstNode bare = Expressions.bare(node);
+        if (bare.getType() != Token.NAME) return bare.getType() == Token.NUMBER || bare.getType() == Token.STRING;
+        Variable variable = Names.variable(bare);
+        return !g.names.hooks || variable != null && !variable.writtenInClosure;
     }
 
     private Code math(PropertyGet target, List<AstNode> arguments) {
@@ -225,19 +228,12 @@ final class Calls {
             if (!numbers && !isPlain(argument)) return null;
             numbers &= Types.isNumber(g.types.of(argument));
         }
-        int line = g.line(target.getProperty()), first = Math.min(count, 2);
+        int line = g.line(target.getProperty());
         Operands operands = new Operands(g, false);
-        for (AstNode argument : arguments) operands.put(g.out.mark(), g.operators.toNumber(line, g.value(argument)));
-        List<Code> values = operands.from(0);
-        Code code = direct(line, name, values.subList(0, first));
-        for (Code value : values.subList(first, count)) code = direct(line, name, List.of(code, value));
-        return code;
-    }
-
-    private Code direct(int line, String name, List<Code> values) {
-        Code code = close(Code.of(line, g.js(name)), "", values).typed(Types.NUMBER);
-        code.calls = false;
-        code.spreads = false;
+        for (AstNode argument : arguments) operands.put(g.out.mark(), g.operators.toNumber(g.value(argument), line));
+        Code code = operands.get(0);
+        if (count == 1) return g.operators.library(line, name, code).typed(Types.NUMBER);
+        for (Code value : operands.from(1)) code = g.operators.library(line, name, code, value).typed(Types.NUMBER);
         return code;
     }
 }

@@ -38,7 +38,7 @@ final class Operators {
         return code.type == Types.BOOLEAN ? code : library("truthy", code).typed(Types.BOOLEAN);
     }
 
-    Code toNumber(int line, Code code) {
+    Code toNumber(Code code, int line) {
         return Types.isNumber(code.type) ? code : library(line, "num", code).typed(Types.NUMBER);
     }
 
@@ -46,7 +46,7 @@ final class Operators {
         AstNode operand = node.getOperand();
         return switch (node.getType()) {
             case Token.NEG -> negative(operand, g.line(node));
-            case Token.POS -> toNumber(g.line(node), g.value(operand));
+            case Token.POS -> toNumber(g.value(operand), g.line(node));
             case Token.BITNOT -> library(g.line(node), "bnot", bits(g.value(operand))).typed(Types.BITS);
             case Token.TYPEOF, Token.TYPEOFNAME -> typeOf(Expressions.bare(operand)).typed(Types.STRING);
             case Token.DELPROP -> delete(operand);
@@ -169,7 +169,7 @@ final class Operators {
 
     /** Lua takes some texts for numbers that JavaScript does not. */
     private Code number(Code code, int line) {
-        return code.type == Types.STRING ? toNumber(line, code) : code;
+        return code.type == Types.STRING ? toNumber(code, line) : code;
     }
 
     /** Lua's operator. The mark stands behind the sign: Lua reads a member on the left on the sign's line. */
