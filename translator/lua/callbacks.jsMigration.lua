@@ -30,12 +30,12 @@ finder("findIndex", false, true)
 finder("findLast", true, false)
 finder("findLastIndex", true, true)
 
--- What a function gives for the element at i, if there is one, and that element. A compiled loop keeps to the function
--- that it was compiled with, and is left with each turn for another one: so a turn is for four elements.
+-- Whether there is an element at i, and what a function gives for it. A compiled loop keeps to the function that it was
+-- compiled with, and is left with each turn for another one: so a turn is for four elements.
 local function visit(o, n, f, that, i)
   if i >= n then return false end
   local found, v = element(o, i)
-  if found then return true, f(that, v, i, o), v end
+  if found then return true, (f(that, v, i, o)) end
   return false
 end
 

@@ -60,8 +60,7 @@ local function following(store, keys, i)
     for j = 1, i do if keys[j] ~= GAP then live = live + 1 end end
     keys, i = keys.packed, live
   end
-  i = max(i, keys.gaps)
-  i = i + 1
+  i = max(i, keys.gaps) + 1
   while keys[i] == GAP do i = i + 1 end
   return keys, i
 end
@@ -70,13 +69,11 @@ end
 local function advance(walk)
   if not walk.keys then return false end
   local keys, i = following(walk.store, walk.keys, walk.i)
-  local p, v = keys[i], walk.store.values[i]
-  if p == nil then keys = nil end
-  walk.keys, walk.i = keys, i
+  local p, v, kind = keys[i], walk.store.values[i], walk.kind
+  walk.keys, walk.i = p ~= nil and keys, i
   if p == nil then return false end
-  if walk.kind == "entries" then return true, js.rest(keyOf(p), v) end
-  if walk.kind == "keys" then return true, keyOf(p) end
-  return true, v
+  if kind == "keys" then return true, keyOf(p) end
+  return true, kind == "entries" and js.rest(keyOf(p), v) or v
 end
 local function walk(store, kind) return { advance = advance, store = store, kind = kind, keys = store.keys, i = 0 } end
 function js.walk(o) return walk(rawget(o, V), js.classOf(o) == "Map" and "entries" or "values") end

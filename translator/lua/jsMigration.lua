@@ -203,7 +203,7 @@ end
 js.rest = rest
 js.hole = {}
 
-function js.array(_, ...)
+function js.array(...)
   local a = rest(...)
   for i = 0, a.length - 1 do
     if rawget(a, i) == js.hole then
@@ -237,7 +237,7 @@ end
 js.name(js.poisoned, "", 0)
 local Arguments, argumentShapes = js.newMeta(js.ObjectProto, nil, true), {}
 
-js.arguments = function(_, ...)
+function js.arguments(...)
   local n = select("#", ...)
   local shape = argumentShapes[n]
   if not shape then

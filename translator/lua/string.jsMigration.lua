@@ -74,8 +74,7 @@ method("charAt", 1, function(s, i)
 end)
 method("at", 1, function(s, i)
   i = toInteger(i)
-  local c = unitAt(s, i < 0 and i + length(s) or i)
-  return c and utf8(c)
+  return s[i < 0 and i + length(s) or i]
 end)
 method("codePointAt", 1, function(s, i)
   i = toInteger(i)
@@ -196,7 +195,7 @@ method("split", 2, function(s, separator, limit)
   local list, n, from = {}, 0, 1
   if separator == "" then
     n = min(length(s), limit)
-    for i = 1, n do list[i] = utf8(unitAt(s, i - 1)) end
+    for i = 1, n do list[i] = s[i - 1] end
     return js.list(list, 1, n)
   end
   while from and n < limit do

@@ -164,7 +164,7 @@ final class Functions {
         List<String> named = info.hasRest ? names.subList(0, names.size() - 1) : names;
         String list = String.join(", ", named);
         boolean all = info.usesArguments;
-        if (all) top.add(g.line(node), "local arguments = " + g.js("arguments") + "(nil, ...)");
+        if (all) top.add(g.line(node), "local arguments = " + g.js("arguments") + "(...)");
         if (all && !named.isEmpty()) top.add("local " + list + " = ...");
         if (info.hasRest) {
             String rest = all && !named.isEmpty() ? g.js("select") + "(" + names.size() + ", ...)" : "...";

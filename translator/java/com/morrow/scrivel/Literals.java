@@ -33,7 +33,7 @@ final class Literals {
             else operands.add(element);
             holes |= hole;
         }
-        return (holes ? withHoles(operands) : dense(operands)).typed(Types.OBJECT);
+        return (holes ? withHoles(node, operands) : dense(operands)).typed(Types.OBJECT);
     }
 
     private Code dense(Operands operands) {
@@ -56,12 +56,10 @@ final class Literals {
         return code;
     }
 
-    private Code withHoles(Operands operands) {
-        int count = operands.count();
-        if (count > MOST_KEYS) throw new Refusal(null, "An array literal with holes and so many elements is not supported");
-        ArrayList<Code> arguments = new ArrayList<>(operands.from(0));
-        arguments.add(0, Code.atom(Integer.toString(count), Types.INTEGER));
-        return g.operators.library("array", arguments.toArray(new Code[0]));
+    private Code withHoles(ArrayLiteral node, Operands operands) {
+        boolean many = operands.count() > MOST_KEYS;
+        if (many) throw new Refusal(node, "An array literal with holes and more than 100 elements is not supported");
+        return g.operators.library("array", operands.from(0).toArray(new Code[0]));
     }
 
     // -- objects
