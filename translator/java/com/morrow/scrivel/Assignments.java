@@ -137,17 +137,17 @@ final class Assignments {
         AstNode left = Expressions.bare(target.getLeft());
         Place member = Patterns.target(left) == null ? null : member(left);
         Code result = g.save(value);
-        fallback(target, result, g.line(target.getRight()));
+        fallback(target, result);
         result = result.typed(Types.UNKNOWN);
         if (member != null) member.write(result);
         else give(left, result, declaring);
     }
 
     /** Gives a variable the value on the right if it is undefined. */
-    void fallback(Assignment node, Code variable, int line) {
+    void fallback(Assignment node, Code variable) {
         int before = g.temporaries;
         g.out.add(g.line(node), "if ", variable, " == nil then");
-        g.out.add(line, variable, " = ", named(node.getRight(), node.getLeft()));
+        g.out.add(g.line(node.getRight()), variable, " = ", named(node.getRight(), node.getLeft()));
         g.out.add("end");
         g.temporaries = before;
     }

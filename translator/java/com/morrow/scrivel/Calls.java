@@ -109,9 +109,7 @@ final class Calls {
         if (callee != value || !name && target.getType() != Token.FUNCTION) {
             return library(line, "call", operands.from(1), callee, ", " + name(target) + ", nil");
         }
-        boolean literal = callee.rank != Code.PREFIX;
-        Code known = literal ? Code.of("(", callee, line, ")") : Code.of(line, callee);
-        known.parenthesis = literal;
+        Code known = callee.rank == Code.PREFIX ? Code.of(line, callee) : Code.of("(", callee, line, ")");
         return close(known, "nil", operands.from(1)).typed(g.types.call(target));
     }
 

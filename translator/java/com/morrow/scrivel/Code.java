@@ -83,14 +83,18 @@ final class Code {
             items.add(part);
             if (part instanceof Code code) include(code);
             else if (part instanceof Integer line) lastLine = line;
-            else if (part instanceof String) begun = true;
+            else if (part instanceof String text) begin(text.startsWith("("));
         }
         return this;
     }
 
-    private void include(Code code) {
-        if (!begun) parenthesis = code.parenthesis;
+    private void begin(boolean withParenthesis) {
+        parenthesis = begun ? parenthesis : withParenthesis;
         begun = true;
+    }
+
+    private void include(Code code) {
+        begin(code.parenthesis);
         calls |= code.calls;
         weight = Math.max(weight, code.weight);
         if (code.lastLine != 0) lastLine = code.lastLine;
@@ -107,7 +111,6 @@ final class Code {
     Code within(int least) {
         if (rank >= least) return this;
         Code code = of("(", this, ")");
-        code.parenthesis = true;
         code.weight = weight + 1;
         return code;
     }

@@ -184,7 +184,7 @@ final class Functions {
 
     private void parameter(AstNode parameter, String name) {
         Code value = Code.read(name, Types.UNKNOWN);
-        if (parameter instanceof Assignment assignment) g.assignments.fallback(assignment, value, g.line);
+        if (parameter instanceof Assignment assignment) g.assignments.fallback(assignment, value);
         AstNode target = target(parameter);
         if (target.getType() == Token.NAME) {
             Variable variable = Names.variable(target);

@@ -1,7 +1,8 @@
 package com.morrow.scrivel;
 
-import java.util.HashMap;
+import java.util.ArrayList;
 import java.util.HashSet;
+import java.util.LinkedHashMap;
 import java.util.List;
 
 /**
@@ -13,11 +14,9 @@ final class Runtime {
     private static final int MOST_A_FUNCTION = 20;
 
     private final HashSet<String> taken;
-    private final HashMap<String, String> locals = new HashMap<>();
-    private final StringBuilder localNames = new StringBuilder();
-    private final StringBuilder localValues = new StringBuilder();
-    private final HashMap<String, Integer> shapes = new HashMap<>();
-    private final StringBuilder shapeTable = new StringBuilder();
+    private final LinkedHashMap<String, String> locals = new LinkedHashMap<>();
+    private final ArrayList<String> values = new ArrayList<>();
+    private final LinkedHashMap<String, Integer> shapes = new LinkedHashMap<>();
     /** The library's table, and that of the shapes. */
     final String js;
     private final String shapesName;
@@ -41,9 +40,8 @@ final class Runtime {
         String local = locals.get(name);
         if (local != null) return local;
         local = name.equals("arguments") ? name + Lua.CHANGED : free(name);
-        localNames.append(locals.isEmpty() ? "" : ", ").append(local);
-        localValues.append(locals.isEmpty() ? "" : ", ").append(value);
         locals.put(name, local);
+        values.add(value);
         return local;
     }
 
@@ -61,15 +59,14 @@ final class Runtime {
         StringBuilder list = new StringBuilder(js + ".shape(");
         for (int i = 0; i < keys.size(); i++) list.append(i == 0 ? "" : ", ").append(Lua.quote(keys.get(i)));
         String made = list.append("), ").toString();
-        Integer known = shapes.putIfAbsent(made, shapes.size() + 1);
-        if (known == null) shapeTable.append(made);
+        shapes.putIfAbsent(made, shapes.size() + 1);
         return shapesName + '[' + shapes.get(made) + ']';
     }
 
     /** One Lua line that defines all that was asked for. */
     String definitions() {
-        String functions = locals.isEmpty() ? "" : "local " + localNames + " = " + localValues + "; ";
-        String table = shapeTable.length() == 0 ? "" : "local " + shapesName + " = {" + shapeTable + '}';
-        return functions + table;
+        String names = String.join(", ", locals.values());
+        String functions = names.isEmpty() ? "" : "local " + names + " = " + String.join(", ", values) + "; ";
+        return functions + (shapes.isEmpty() ? "" : "local " + shapesName + " = {" + String.join("", shapes.keySet()) + '}');
     }
 }
