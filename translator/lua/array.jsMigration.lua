@@ -347,21 +347,21 @@ js.builtin(Array, "from", 1, function(this, items, f, that)
   if f ~= nil then js.needFunction(f) end
   if items == nil or items == null then js.typeError(str(items) .. " is not iterable") end
   local a, n
-  local function take(i, v)
+  local function include(i, v)
     if f then v = f(that, v, i) end
     define(a, i, v)
   end
   if js.iterable(items) then
     a, n = target(this), 0
     for i, v in js.each(items) do
-      take(i, v)
+      include(i, v)
       n = i + 1
     end
   else
     items = js.toObject(items)
     n = lengthOf(items)
     a = target(this, n)
-    for i = 0, n - 1 do take(i, items[i]) end
+    for i = 0, n - 1 do include(i, items[i]) end
   end
   setlength(a, n)
   return a

@@ -101,8 +101,9 @@ defineOwn(ErrorProto, "stack", 5, nil, function(this)
 end, function(this, v) defineOwn(this, "stack", 5, v) end)
 
 js.builtin(Error, "captureStackTrace", 1, function(_, o)
-  rawset(o, FRAMES, platform.frames())
-  defineOwn(o, "stack", 5, stack(o))
+  if not js.isScriptObject(o) then js.typeError("Invalid argument: captureStackTrace needs an object") end
+  rawset(js.home(o), FRAMES, platform.frames())
+  defineOwn(o, "stack", 5, stack(js.home(o)))
 end)
 
 -- What Lua or the host raises.

@@ -11,6 +11,9 @@ function js.iterator(state) return js.instance(IteratorProto, "Iterator", state)
 
 local result = js.shape("value", "done")
 js.builtin(IteratorProto, "next", 0, function(this)
+  if js.classOf(this) ~= "Iterator" then
+    js.typeError("Method Iterator.prototype.next called on incompatible receiver " .. js.describe(this))
+  end
   local state = rawget(this, V)
   local found, value = state.advance(state)
   return setmetatable({ value = value, done = not found, [S] = result }, js.O)

@@ -120,10 +120,10 @@ local function revive(holder, k, f)
   if js.isScriptObject(value) then
     local keys, n = js.ownKeys(value)
     for i = 1, n do
-      local k = keys[i]
-      local v = revive(value, k, f)
+      local name = keys[i]
+      local v = revive(value, name, f)
       -- What the reviver has frozen stays as it is.
-      if v ~= nil then js.create(value, k, v) elseif (js.own(value, k) or 4) >= 4 then js.delete(value, k) end
+      if v ~= nil then js.create(value, name, v) elseif (js.own(value, name) or 4) >= 4 then js.delete(value, name) end
     end
   end
   return f(holder, str(k), value)

@@ -1,6 +1,6 @@
 -- Object, Function.prototype, the global object as a value, console.
 local js = require("jsMigration.lua")
-local bit, math, pairs, type, rawget, select, getmetatable = bit, math, pairs, type, rawget, select, getmetatable
+local bit, math, pairs, type, rawget, select = bit, math, pairs, type, rawget, select
 local setmetatable, unpack, null, str, key, own = setmetatable, unpack, js.null, js.str, js.key, js.own
 local defineOwn, home, isScriptObject, ownKeys = js.defineOwn, js.home, js.isScriptObject, js.ownKeys
 local protoOf, typeError, ObjectProto, FunctionProto = js.protoOf, js.typeError, js.ObjectProto, js.FunctionProto
