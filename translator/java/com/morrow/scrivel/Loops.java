@@ -78,11 +78,7 @@ final class Loops {
 
     private void doLoop(DoLoop node) {
         g.out.add(g.line, "while true do");
-        g.out.add("do");
-        g.deeper(node, 1);
-        body(node.getBody(), false);
-        g.depth--;
-        g.out.add("end");
+        body(node.getBody(), true);
         exit(node.getCondition());
         g.out.add("end");
     }

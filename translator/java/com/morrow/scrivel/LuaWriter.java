@@ -6,8 +6,8 @@ import org.mozilla.javascript.ast.AstNode;
 
 /**
  * Writes pieces of code as Lua text. Each Lua line belongs to one JavaScript line: where a piece of another line begins,
- * a new Lua line begins with it, and only there, so that a debugger is told once that a line is about to run. Two
- * functions never begin on the same Lua line.
+ * a new Lua line begins with it, and else only before a second function, since two never begin on the same Lua line. So
+ * a debugger is told once that a line is about to run.
  */
 final class LuaWriter {
     private static final int MOST_CONSTANTS = 65000;
