@@ -1,6 +1,6 @@
 -- Array. Elements are taken as they are stored where that is enough, and by every rule where it is not.
 local js = require("jsMigration.lua")
-local table, error, xpcall, setmetatable, type, rawget, rawset = table, error, xpcall, setmetatable, type, rawget, rawset
+local table, error, xpcall, type, rawget, rawset = table, error, xpcall, type, rawget, rawset
 local select, getmetatable, unpack, min, max, null = select, getmetatable, unpack, math.min, math.max, js.null
 local str, has, isArray, toInteger, position, delete = js.str, js.has, js.isArray, js.toInteger, js.position, js.delete
 local setlength, addHoles, A, ArrayProto, H = js.setlength, js.addHoles, js.A, js.ArrayProto, "\0h"
@@ -34,7 +34,7 @@ end
 
 local function make(n)
   checkLength(n, LONGEST)
-  return setmetatable(n > 16 and room32(n) or n > 3 and room16(n) or { length = n }, A)
+  return js.fresh(n > 16 and room32(n) or n > 3 and room16(n) or { length = n }, A)
 end
 
 local function lengthOf(o) return min(max(toInteger(o.length), 0), MAX_SAFE) end

@@ -1,7 +1,7 @@
 -- What for-of and its kin walk: arrays, and lists that make their elements when they are asked for them. Also spread
 -- elements, rest patterns, and properties by computed key in literals.
 local js = require("jsMigration.lua")
-local type, rawget, select, setmetatable, A, null = type, rawget, select, setmetatable, js.A, js.null
+local type, rawget, select, A, null = type, rawget, select, js.A, js.null
 local getmetatable, isArray, S, V = getmetatable, js.isArray, js.S, "\0v"
 
 -- An iterator, of a table whose function `advance`, called with it, gives true and the next element each time, false from
@@ -16,7 +16,7 @@ js.builtin(IteratorProto, "next", 0, function(this)
   end
   local state = rawget(this, V)
   local found, value = state.advance(state)
-  return setmetatable({ value = value, done = not found, [S] = result }, js.O)
+  return js.fresh({ value = value, done = not found, [S] = result }, js.O)
 end)
 
 -- The same as a list to be read from its start to its end.
@@ -32,7 +32,7 @@ function Live.__index(list, k)
     if list.n > k then return rawget(list, "value") end
   end
 end
-function js.live(state) return setmetatable({ state = state, n = 0, found = false }, Live) end
+function js.live(state) return js.fresh({ state = state, n = 0, found = false }, Live) end
 
 local function characters(s)
   local a, units, i = js.rest(), js.units(s), 0
@@ -86,7 +86,7 @@ function js.tail(list, from)
   local a, n = {}, 0
   while from + n < list.length do a[n], n = list[from + n], n + 1 end
   a.length = n
-  return setmetatable(a, A)
+  return js.fresh(a, A)
 end
 
 -- The values of an iterable as an array, and their number.
@@ -112,7 +112,7 @@ function js.gather(...)
     while k < list.length do all[n], n, k = list[k], n + 1, k + 1 end
   end
   all.length = n
-  return setmetatable(all, A)
+  return js.fresh(all, A)
 end
 
 -- Refuses what destructuring cannot take apart.

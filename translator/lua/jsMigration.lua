@@ -9,6 +9,7 @@ local getmetatable, xpcall, byte, sub, find = getmetatable, xpcall, string.byte,
 local str, key, canonical, numberToString, units = js.str, js.key, js.canonical, js.numberToString, js.units
 local utf8, isObject, isScriptObject, typeError = js.utf8, js.isObject, js.isScriptObject, js.typeError
 local lookup, props, side, instances, construct = js.lookup, js.props, js.side, js.instances, js.construct
+local made, fresh = js.made, js.fresh
 
 -- Metatables of the primitive types and functions.
 
@@ -188,7 +189,7 @@ js.new = function(f, text, ...)
     mt = firstInstance(f, text)
   end
   local o = setmetatable((mt.make or room2)(mt.root), mt)
-  return finishNew(mt, o, (f(o, ...)))
+  return made(finishNew(mt, o, (f(o, ...))))
 end
 
 -- Literals, arguments, iteration.
@@ -196,9 +197,9 @@ end
 -- A table constructor that ends in "..." is not compiled; few values are the common case.
 local function rest(...)
   local n = select("#", ...)
-  if n > 3 then return setmetatable({ [0] = (...), length = n, select(2, ...) }, A) end
+  if n > 3 then return fresh({ [0] = (...), length = n, select(2, ...) }, A) end
   local a, b, c = ...
-  return setmetatable({ [0] = a, b, c, length = n }, A)
+  return fresh({ [0] = a, b, c, length = n }, A)
 end
 js.rest = rest
 js.hole = {}
@@ -218,11 +219,11 @@ end
 function js.list(list, first, last)
   local a = { length = last - first + 1 }
   for i = first, last do a[i - first] = list[i] end
-  return setmetatable(a, A)
+  return fresh(a, A)
 end
 
 function js.object(...)
-  local o = setmetatable({ [S] = O.root }, O)
+  local o = fresh({ [S] = O.root }, O)
   for i = 1, select("#", ...), 2 do
     local k, v = select(i, ...)
     js.addKey(o, key(k), v)
@@ -251,12 +252,12 @@ function js.arguments(...)
   end
   if n <= 3 then
     local a, b, c = ...
-    return setmetatable({ [0] = a, b, c, length = n, [S] = shape, ["\0c"] = "Arguments" }, Arguments)
+    return fresh({ [0] = a, b, c, length = n, [S] = shape, ["\0c"] = "Arguments" }, Arguments)
   end
   local a = rest(...)
   rawset(a, S, shape)
   rawset(a, "\0c", "Arguments")
-  return setmetatable(a, Arguments)
+  return fresh(a, Arguments)
 end
 
 function js.values(o, text)

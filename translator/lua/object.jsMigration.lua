@@ -202,7 +202,7 @@ local function lister(name, row)
     end
     for i = count, n do keys[i] = nil end
     keys.length = count
-    return setmetatable(keys, js.A)
+    return js.fresh(keys, js.A)
   end)
 end
 lister("keys", function(_, k) return str(k) end)

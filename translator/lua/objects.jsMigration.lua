@@ -235,7 +235,7 @@ end
 -- An object of a built-in class, and what it holds.
 function js.instance(proto, class, value)
   local mt = metaFor(proto)
-  return setmetatable({ [S] = mt.root, ["\0c"] = class, ["\0v"] = value }, mt)
+  return js.fresh({ [S] = mt.root, ["\0c"] = class, ["\0v"] = value }, mt)
 end
 
 local function general(o)

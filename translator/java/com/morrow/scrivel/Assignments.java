@@ -48,7 +48,8 @@ final class Assignments {
         if (!plain && Names.operator(node) != null) return logical(node, left);
         if (!plain) return compound(node, left, wanted);
         if (left.getType() == Token.ARRAYLIT || left.getType() == Token.OBJECTLIT) {
-            Code value = g.keep(g.value(node.getRight()));
+            boolean unseen = !wanted && node.getRight() instanceof ArrayLiteral && left.getType() == Token.ARRAYLIT;
+            Code value = unseen ? g.literals.array((ArrayLiteral) node.getRight(), "setmetatable") : g.keep(g.value(node.getRight()));
             value.origin = node.getRight();
             give(left, value, false);
             return value;
