@@ -9,7 +9,7 @@ local getmetatable, xpcall, byte, sub, find = getmetatable, xpcall, string.byte,
 local str, key, canonical, numberToString, units = js.str, js.key, js.canonical, js.numberToString, js.units
 local utf8, isObject, isScriptObject, typeError = js.utf8, js.isObject, js.isScriptObject, js.typeError
 local lookup, props, side, instances, construct = js.lookup, js.props, js.side, js.instances, js.construct
-local made, fresh = js.made, js.fresh
+local fresh = js.fresh
 
 -- Metatables of the primitive types and functions.
 
@@ -188,8 +188,8 @@ js.new = function(f, text, ...)
     if construct[f] then return construct[f](...) end
     mt = firstInstance(f, text)
   end
-  local o = setmetatable((mt.make or room2)(mt.root), mt)
-  return made(finishNew(mt, o, (f(o, ...))))
+  local o = fresh((mt.make or room2)(mt.root), mt)
+  return finishNew(mt, o, (f(o, ...)))
 end
 
 -- Literals, arguments, iteration.

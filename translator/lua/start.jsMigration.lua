@@ -54,15 +54,11 @@ function js.load(file)
   error(message, 0)
 end
 
--- Compiled code must not see which constructor made an object or array: where a loop puts one in the place of another,
--- LuaJIT 2.1.0-beta3 takes fields from the constructor, unchecked, as values of the types that the other had. It cannot
--- know that two variables are the same index.
+-- Makes a table an object or array. Compiled code must not see which constructor made it: where a loop puts one in the
+-- place of another, LuaJIT 2.1.0-beta3 takes fields from the constructor, unchecked, as values of the types that the other
+-- had. It cannot know that two variables are the same index.
 local box, put, taken = { false }
 put, taken = 1, 1
-function js.made(o)
-  box[put] = o
-  return box[taken]
-end
 function js.fresh(t, mt)
   box[put] = setmetatable(t, mt)
   return box[taken]
