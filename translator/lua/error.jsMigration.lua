@@ -108,12 +108,21 @@ end)
 
 -- What Lua or the host raises.
 
+-- Limits of Lua's that a script can reach, as its author knows them.
+local LIMITS = {
+  ["loop in gettable"] = "An object with more than 100 prototypes above it is not supported",
+  ["loop in settable"] = "An object with more than 100 prototypes above it is not supported",
+  ["string length overflow"] = "Invalid string length",
+  ["table overflow"] = "Invalid array length",
+}
+
 -- The name and text of the JavaScript error that stands for its message.
 local function translate(text)
   if find(text, "stack overflow", 1, true) or find(text, "error in error handling", 1, true) then
     return "RangeError", "Maximum call stack size exceeded"
   end
   text = match(text, "^[^\n]-:%d+: (.*)$") or text
+  if LIMITS[text] then return "RangeError", LIMITS[text] end
   text = gsub(text, "expected, got nil%)$", "expected, got undefined)")
   text = gsub(text, "expected, got table%)$", "expected, got object)")
   local called = match(text, "^attempt to call %S+ '([^']*)' %(an? [%w ]+ value%)")
