@@ -132,7 +132,8 @@ bool DebugEvent::prepareCallStack(bool all) {
     return safely([&] {
         mCalls.clear();
         lua_Debug info;
-        for (int level = 0; frameInfo(mState, level, info); ++level) {
+        for (int level = 0; lua_getstack(mState, level, &info); ++level) {
+            lua_getinfo(mState, "Sln", &info);
             const bool hasSource = info.source[0] == '@';
             // A library calls the script's functions by names of its own.
             const bool fromLibrary = hasSource && !isChunkOf(info.source, mScript.id());

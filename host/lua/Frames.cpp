@@ -29,10 +29,6 @@ int stackDepth(lua_State* L) {
 
 bool isChunkOf(const char* source, const std::string& id) { return source[0] == '@' && id == source + 1; }
 
-bool frameInfo(lua_State* L, int level, lua_Debug& info) {
-    return lua_getstack(L, level, &info) && lua_getinfo(L, "Sln", &info);
-}
-
 std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char* entry) {
     std::vector<Frame> frames;
     const int depth = stackDepth(L);
@@ -40,13 +36,19 @@ std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char
     frames.reserve(std::min(depth, kInnermost + kOutermost + 2));
     bool innerIsScript = false;
     lua_Debug info;
-    for (int level = 0; frameInfo(L, level, info); ++level) {
+    for (int level = 0; lua_getstack(L, level, &info); ++level) {
+        lua_getinfo(L, "Sl", &info);
         const bool isScript = isChunkOf(info.source, id);
         // A library calls functions by names of its own, which say nothing to the script's author.
         if (innerIsScript && !isScript) frames.back().name.clear();
         if (isScript) {
+            // Only now: where compiled code ran out of stack, LuaJIT does not know the place that the error handler
+            // was called from, and looks for the handler's name far outside of the bytecode.
+            lua_getinfo(L, "n", &info);
             const bool isMain = *info.what == 'm';
-            frames.push_back({info.name && !isMain ? info.name : "", info.currentline, isMain, info.linedefined});
+            // Nor does it know that place's line then.
+            const int line = info.currentline > 0 ? info.currentline : std::max(info.linedefined, 1);
+            frames.push_back({info.name && !isMain ? info.name : "", line, isMain, info.linedefined});
         }
         innerIsScript = isScript;
         if (tooDeep && level == kInnermost) {

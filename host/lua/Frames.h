@@ -5,7 +5,6 @@
 #include <vector>
 
 struct lua_State;
-struct lua_Debug;
 
 namespace vexil3::lua {
 
@@ -24,8 +23,5 @@ std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char
 
 // True when `source`, as Lua gives it, is a chunk from the file `id`.
 bool isChunkOf(const char* source, const std::string& id);
-
-// What Lua knows of the function that stands at a level of the stack; false beyond the last.
-bool frameInfo(lua_State* L, int level, lua_Debug& info);
 
 }  // namespace vexil3::lua

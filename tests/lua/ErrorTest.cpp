@@ -147,6 +147,23 @@ TEST_F(Errors, EveryWayToFailHasALineAndAText) {
     }
 }
 
+// Where compiled code runs out of stack, LuaJIT loses the place; a macro is not compiled.
+TEST_F(Errors, EndlessRecursionIsFoundInCompiledCode) {
+    for (const char* body : {"return 1 + f(a + 1, b)", "return 1 + (a > b and f(b, a) or f(a + 2, b))",
+                             "local t = {a} t[2] = f(b, a) return #t"}) {
+        Indicator run;
+        ASSERT_TRUE(start(run, "function indicator() end\nlocal function f(a, b) " + std::string(body) +
+                                   " end\nfunction prepare() for i = 1, 5 do pcall(f, i, 2) end f(1, 2) end"));
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_FALSE(run->prepare(false, run.error.out()));
+            const Fault fault = run.fault();
+            // The recursion's, or the one that it was called from.
+            EXPECT_TRUE(fault.line == 2 || fault.line == 3) << fault.message;
+            EXPECT_NE(fault.message.find(": stack overflow\nstack traceback:\n"), std::string::npos) << fault.message;
+        }
+    }
+}
+
 TEST_F(Errors, LongNamesStayWhole) {
     const std::string name = "folder/" + std::string(200, 'x') + ".lua";
     accessor->files[name] = "function macro() end\nfunction execute()\n error('text') end";

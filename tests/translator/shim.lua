@@ -12,11 +12,11 @@ local describe
 local function frames()
   local rows = {}
   for level = 2, 1e9 do
-    local info, caller = getinfo(level, "Sln"), getinfo(level + 1, "S")
+    local info, caller = getinfo(level, "Sl"), getinfo(level + 1, "S")
     if not info then return table.concat(rows) end
     if info.source == "@" .. name then
       -- A library calls functions by names of its own.
-      local called = caller and caller.source == info.source and info.name or ""
+      local called = caller and caller.source == info.source and getinfo(level, "n").name or ""
       rows[#rows + 1] = string.format("%d %d %s\0", info.currentline, info.linedefined, called)
     end
   end
