@@ -5,7 +5,16 @@
 namespace vexil3::lua {
 
 namespace {
+
 constexpr int kUsualPace = 200;  // Lua's own choice for the collector
+constexpr std::size_t kMiB = 1 << 20;
+
+// A refusal in compiled code ends the process in LuaJIT. So a state that is interrupted is refused only what a turn of
+// a compiled loop does not take: there, tables double, and what is made besides is small.
+constexpr std::size_t kLargeBlock = kMiB;
+constexpr std::size_t kInLargeBlocks = 4096 * kMiB;
+constexpr std::size_t kInSmallBlocks = 64 * kMiB;
+
 }
 
 void Memory::attach(lua_State* L) {
@@ -24,18 +33,30 @@ ScriptState& Memory::ownerOf(lua_State* L) {
 void* Memory::reallocate(void* memory, void* block, std::size_t oldSize, std::size_t newSize) {
     Memory& self = *static_cast<Memory*>(memory);
     const std::size_t used = self.mUsed - oldSize + newSize;
-    if (newSize > oldSize && used / 2 > self.mLimit) return nullptr;
+    if (newSize > oldSize && used / 2 > self.mLimit && !self.mayOverdraw(newSize, newSize - oldSize)) return nullptr;
     void* const result = self.mAllocate(self.mArena, block, oldSize, newSize);
     if (!result && newSize) return nullptr;
     self.mUsed = used;
-    if (used > self.mLimit && newSize > oldSize && !self.mTight) self.mTight = self.mOwner.interrupt();
+    if (used > self.mLimit && newSize > oldSize && !self.mTight) {
+        self.mTight = true;  // which the owner asks for
+        self.mTight = self.mOwner.interrupt();
+    }
     return result;
+}
+
+bool Memory::mayOverdraw(std::size_t block, std::size_t bytes) {
+    const bool isLarge = block >= kLargeBlock;
+    std::size_t& overdrawn = isLarge ? mOverdrawnLarge : mOverdrawnSmall;
+    if (bytes > (isLarge ? kInLargeBlocks : kInSmallBlocks) - overdrawn) return false;
+    overdrawn += bytes;
+    return true;
 }
 
 bool Memory::makeRoom(lua_State* L) {
     lua_gc(L, LUA_GCCOLLECT, 0);
     lua_gc(L, LUA_GCSETSTEPMUL, kUsualPace);
     mTight = false;
+    mOverdrawnLarge = mOverdrawnSmall = 0;
     // Little room would soon be used up again, at the price of another full collection.
     return mUsed <= mLimit - mLimit / 8;
 }

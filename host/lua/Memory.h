@@ -10,8 +10,9 @@ namespace vexil3::lua {
 class ScriptState;
 
 // Stands before a state's own allocator, which is quicker than the C library's. When a state first goes over its limit,
-// the allocation is still granted (up to as much again) and the state is interrupted, so that the garbage can go or,
-// where there is none, the script fails at a line: Lua itself would report such a failure without one.
+// the allocation is still granted and the state is interrupted, so that the garbage can go or, where there is none,
+// the script fails at a line: Lua itself would report such a failure without one. A state that does not see the
+// interruption is refused more than as much again, and some.
 class Memory {
 public:
     explicit Memory(ScriptState& owner) : mOwner(owner) {}
@@ -34,6 +35,8 @@ public:
     bool makeRoom(lua_State* L);
 
 private:
+    // True when a state that has as much again may have `bytes` more, for a block of that size in all.
+    bool mayOverdraw(std::size_t block, std::size_t bytes);
     static void* reallocate(void* memory, void* block, std::size_t oldSize, std::size_t newSize);
 
     ScriptState& mOwner;
@@ -41,6 +44,7 @@ private:
     void* mArena = nullptr;
     std::size_t mLimit = SIZE_MAX;
     std::size_t mUsed = 0;
+    std::size_t mOverdrawnLarge = 0, mOverdrawnSmall = 0;
     bool mTight = false;
 };
 

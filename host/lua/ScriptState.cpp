@@ -16,7 +16,7 @@ namespace {
 constexpr const char kNoMemory[] = "not enough memory";  // in Lua's words
 constexpr int kHookInterval = 1000;                      // instructions between two looks at the world
 constexpr std::uint64_t kSurveySteps = 50'000;           // of them, for a quick look
-constexpr int kHurry = 100'000'000;                      // the collector's speed when memory is short
+constexpr int kHurry = 0;                                // the collector's steps when memory is short: all at once
 constexpr std::size_t kNativeStack = 512UL * 1024;       // bytes of nested calls between C and Lua
 
 int appendBytes(lua_State*, const void* bytes, std::size_t size, void* text) {
