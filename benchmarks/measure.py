@@ -150,6 +150,11 @@ def process_rows(table, build, environment, folder, quick):
                           ["node", BENCH / "engines/node.js", average, bundled]], environment, rounds)
     table.add("start, against node", ours, node, "s", 1)
 
+    macro, plain = BENCH / "studies/primes.jsl", folder / "primes.js"
+    plain.write_text("const log = console.log;\n" + macro.read_text() + "execute();\n")
+    ours, node = in_turn([[vexil, "run", macro], ["node", plain]], environment, rounds)
+    table.add("macro, against node", ours, node, "s", 1)
+
     bars = 20_000 if quick else BARS
     prices = folder / "prices.csv"
     make_prices(prices, bars)

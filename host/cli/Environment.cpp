@@ -121,6 +121,8 @@ void setEnvironment() {
     seeFromRoot("VEXIL_JS_CACHE");
     seeFromRoot("VEXIL_TEMP_DIR");
     if (!variable("VEXIL_CLASSPATH")) ::setenv("VEXIL_CLASSPATH", forShell(translatorFolder()).c_str(), 1);
+    // Nobody kills a macro here but with the whole program.
+    if (!variable("VEXIL_LUA_COMPILE_MACROS")) ::setenv("VEXIL_LUA_COMPILE_MACROS", "1", 1);
     std::string options = kJavaOptions;
     const std::string archive = translatorFolder() + "scrivel.jsa";
     if (fs::exists(archive)) options += " -XX:SharedArchiveFile=" + forJava(archive);

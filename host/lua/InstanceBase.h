@@ -10,12 +10,13 @@
 namespace vexil3::lua {
 
 // Interface is the kind's instance interface, Callback its callback.
-template <class InterfaceT, class CallbackT, ScriptState::Use use = ScriptState::Use::Run>
+template <class InterfaceT, class CallbackT>
 class InstanceBase : public TAddRefImpl<InterfaceT> {
 public:
     using Interface = InterfaceT;
 
-    InstanceBase(Environment& environment, std::shared_ptr<const Script> script)
+    InstanceBase(Environment& environment, std::shared_ptr<const Script> script,
+                 ScriptState::Use use = ScriptState::Use::Run)
         : mCore(environment, std::move(script), use) {}
 
     bool is(_GUID id) const override { return answers<InterfaceT, IExecutable, IObject>(id); }

@@ -10,11 +10,11 @@
 
 namespace vexil3::lua {
 
-class MacroInstance final
-    : public InstanceBase<IMacroInstanceImplementation, IMacroInstanceCallback, ScriptState::Use::Macro> {
+class MacroInstance final : public InstanceBase<IMacroInstanceImplementation, IMacroInstanceCallback> {
 public:
     MacroInstance(Environment& environment, std::shared_ptr<const Script> script)
-        : InstanceBase(environment, std::move(script)) {
+        : InstanceBase(environment, std::move(script),
+                       environment.compilesMacros ? ScriptState::Use::Run : ScriptState::Use::Killable) {
         mCore.setPhase(&mPhase);
     }
 

@@ -24,9 +24,9 @@ namespace vexil3::lua {
 class ScriptState {
 public:
     enum class Use {
-        Survey,  // a quick look, with a bound on the work
-        Run,     // compiled as it gets hot
-        Macro    // interpreted, so that kill reaches every loop
+        Survey,   // a quick look, with a bound on the work
+        Run,      // compiled as it gets hot
+        Killable  // interpreted, so that kill reaches every loop
     };
 
     // `id` names the script's chunk. Throws std::bad_alloc.
