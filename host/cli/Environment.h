@@ -12,8 +12,9 @@ std::string prefix();
 // The bundled prices.
 std::string defaultPrices();
 
-// Sets VEXIL_JS_CACHE, VEXIL_CLASSPATH, VEXIL_LUA_COMPILE_MACROS and JDK_JAVA_OPTIONS for this process where
-// they are unset (the first three also where empty), makes relative folders absolute, and sets a UTF-8 locale where there is none.
+// Sets VEXIL_JS_CACHE, VEXIL_CLASSPATH, VEXIL_LUA_COMPILE_MACROS and JDK_JAVA_OPTIONS for this process where they are
+// unset (the first three also where empty), makes relative folders absolute, and sets a UTF-8 locale where there is
+// none.
 void setEnvironment();
 
 // The cache directory that the module uses.

@@ -15,7 +15,7 @@ constexpr std::size_t kLargeBlock = kMiB;
 constexpr std::size_t kInLargeBlocks = 4096 * kMiB;
 constexpr std::size_t kInSmallBlocks = 64 * kMiB;
 
-}
+}  // namespace
 
 void Memory::attach(lua_State* L) {
     mUsed = static_cast<std::size_t>(lua_gc(L, LUA_GCCOUNT, 0)) * 1024 +
@@ -38,7 +38,7 @@ void* Memory::reallocate(void* memory, void* block, std::size_t oldSize, std::si
     if (!result && newSize) return nullptr;
     self.mUsed = used;
     if (used > self.mLimit && newSize > oldSize && !self.mTight) {
-        self.mTight = true;  // which the owner asks for
+        self.mTight = true;  // so that the owner sees it
         self.mTight = self.mOwner.interrupt();
     }
     return result;
