@@ -4,6 +4,8 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "tests/lua/Doubles.h"
 
 namespace vexil3::test {
@@ -47,7 +49,8 @@ class LuaTest : public testing::Test {
 protected:
     static constexpr const char* kFile = "some folder/script.lua";
 
-    LuaTest() {
+    explicit LuaTest(const char* compileMacros = "0") {
+        ::setenv("VEXIL_LUA_COMPILE_MACROS", compileMacros, 1);
         MemoryDiagnostic::gEnabled = 1;
         MemoryDiagnostic::reset();
         void* const module = dlopen(VEXIL_LUA_MODULE, RTLD_NOW);

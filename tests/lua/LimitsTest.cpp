@@ -100,6 +100,25 @@ TEST_F(Limits, KillEndsAHandlerThatIsPcall) {
     EXPECT_EQ(run.callback.host.lines, (std::vector<std::string>{"runs", "killed"}));
 }
 
+class CompiledMacro : public LuaTest {
+protected:
+    CompiledMacro() : LuaTest("1") {}
+};
+
+TEST_F(CompiledMacro, IsKilledOnceItHasEnded) {
+    Macro run;
+    ASSERT_TRUE(start(run,
+                      "function macro() end\nfunction execute() log('runs') local n = 0\n"
+                      "for i = 1, 2e8 do n = n + i % 3 end log('ends') end\nfunction kill() log('killed') end"));
+    std::thread killer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        run->kill(nullptr);
+    });
+    EXPECT_TRUE(run->execute(run.error.out())) << run.fault().message;
+    killer.join();
+    EXPECT_EQ(run.callback.host.lines, (std::vector<std::string>{"runs", "ends", "killed"}));
+}
+
 TEST_F(Limits, KillOfAnIdleMacroEndsNothing) {
     Macro run;
     ASSERT_TRUE(
