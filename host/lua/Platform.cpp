@@ -62,6 +62,8 @@ void pushPlatform(lua_State* L) {
                               {"now", &now},
                               {nullptr, nullptr}};
     luaL_register(L, nullptr, plain);
+    lua_getglobal(L, "xpcall");
+    lua_setfield(L, -2, "xpcall");
     lua_getglobal(L, "debug");
     lua_getfield(L, -1, "getinfo");
     lua_remove(L, -2);

@@ -9,6 +9,8 @@
 //   file                        the script's name
 //   functionInfo(f)             the line where a script's function begins, and its parameters' number
 //   now()                       milliseconds since 1970 UTC
+//   xpcall(f, handler, ...)     Lua's own, quicker than the script's; for a handler that neither fails
+//                               nor ends with a call of a built-in function
 //
 // A library may hand the table on to the script, so that nothing in it leads out of the sandbox.
 #pragma once
@@ -17,7 +19,7 @@ struct lua_State;
 
 namespace vexil3::lua {
 
-// Pushes the function require. The globals hold Lua's debug library meanwhile. May raise an error.
+// Pushes the function require. The globals are Lua's own meanwhile. May raise an error.
 void pushRequire(lua_State* L);
 
 }  // namespace vexil3::lua

@@ -102,6 +102,18 @@ int guardHandler(lua_State* L) {
     return 1;
 }
 
+// Keeps a script's error handlers from errors that are raised to stop it. And where compiled code ran out of
+// stack, LuaJIT crashes when it wants to tell the caller's name for a built-in function that fails right above:
+// there is always one of ours in between.
+void guardErrorHandlers(lua_State* L) {
+    if (luaL_loadbuffer(L, kXpcall, sizeof kXpcall - 1, "=xpcall") != 0) lua_error(L);
+    lua_getglobal(L, "xpcall");
+    lua_pushcfunction(L, &guardHandler);
+    lua_getglobal(L, "rawequal");
+    lua_call(L, 3, 1);
+    lua_setglobal(L, "xpcall");
+}
+
 int log(lua_State* L) {
     ScriptState& state = ScriptState::of(L);
     state.checkNativeStack(L);
@@ -137,26 +149,18 @@ void openSandbox(lua_State* L) {
     lua_pop(L, 1);
 
     lua_newtable(L);
+    pushRequire(L);
+    lua_setfield(L, -2, "require");
+    lua_pushcfunction(L, &log);
+    lua_setfield(L, -2, "log");
+    guardErrorHandlers(L);
     for (const char* name : kGlobals) {
         lua_getglobal(L, name);
         lua_setfield(L, -2, name);
     }
-    lua_pushcfunction(L, &log);
-    lua_setfield(L, -2, "log");
-    pushRequire(L);
-    lua_setfield(L, -2, "require");
     lua_pushvalue(L, -1);
     lua_setfield(L, -2, "_G");
     lua_replace(L, LUA_GLOBALSINDEX);
-}
-
-void guardErrorHandlers(lua_State* L) {
-    if (luaL_loadbuffer(L, kXpcall, sizeof kXpcall - 1, "=xpcall") != 0) lua_error(L);
-    lua_getglobal(L, "xpcall");
-    lua_pushcfunction(L, &guardHandler);
-    lua_getglobal(L, "rawequal");
-    lua_call(L, 3, 1);
-    lua_setglobal(L, "xpcall");
 }
 
 }  // namespace vexil3::lua

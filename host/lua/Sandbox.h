@@ -9,8 +9,4 @@ namespace vexil3::lua {
 // raise a Lua error.
 void openSandbox(lua_State* L);
 
-// Keeps the script's error handlers from errors that are raised to stop it. For a state that compiles
-// nothing, since xpcall gets slower by it. May raise a Lua error.
-void guardErrorHandlers(lua_State* L);
-
 }  // namespace vexil3::lua

@@ -113,7 +113,6 @@ bool ScriptState::compile(std::string_view text, std::string& bytecode, IError**
 bool ScriptState::runChunk(const std::string& bytecode, IError** error) {
     return run("main chunk", error, [&](lua_State* L) {
         mEntryLine = 1;
-        if (mUse != Use::Run || mDebugged) guardErrorHandlers(L);
         if (luaL_loadbufferx(L, bytecode.data(), bytecode.size(), "", "b") != 0) lua_error(L);
         lua_call(L, 0, 0);
         refreshUpdate(L);

@@ -164,6 +164,17 @@ TEST_F(Errors, EndlessRecursionIsFoundInCompiledCode) {
     }
 }
 
+TEST_F(Errors, HandlersMayFailWhereCompiledCodeRanOutOfStack) {
+    for (const char* handler : {"string.rep", "setmetatable", "function(e) return string.rep(e) end"}) {
+        Indicator run;
+        ASSERT_TRUE(start(run,
+                          "function indicator() end\nlocal function f(a) return 1 + f(a + 1) end\n"
+                          "function prepare() for i = 1, 20 do assert(not xpcall(f, " +
+                              std::string(handler) + ", 1)) end end"));
+        EXPECT_TRUE(run->prepare(false, run.error.out())) << run.fault().message;
+    }
+}
+
 TEST_F(Errors, LongNamesStayWhole) {
     const std::string name = "folder/" + std::string(200, 'x') + ".lua";
     accessor->files[name] = "function macro() end\nfunction execute()\n error('text') end";

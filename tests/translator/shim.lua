@@ -32,6 +32,7 @@ local platform = {
     if info.source == "@" .. name then return info.linedefined, info.nparams end
   end,
   now = function() return os.time() * 1000 end,
+  xpcall = xpcall,
 }
 
 local sandbox = {
