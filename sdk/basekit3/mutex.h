@@ -3,7 +3,7 @@
 
 namespace basekit3 {
 
-// Not recursive. Usable with std::lock_guard.
+// A thread that holds it may lock it again, and unlocks it as often. Usable with std::lock_guard.
 class __attribute__((visibility("default"))) Mutex {
 public:
     Mutex();

@@ -420,6 +420,27 @@ TEST_F(Accessor, OneTranslationAtATime) {
     EXPECT_FALSE(std::filesystem::exists(mPlace / "overlaps"));
 }
 
+TEST_F(Accessor, WrappedAccessorMayOpenScriptsMeanwhile) {
+    class Including final : public MemoryAccessor {
+    public:
+        bool didInclude = false;
+        IFile* open(const char* name, OpenMode openMode, AccessMode accessMode, DataMode dataMode,
+                    IError** error) override {
+            if (std::string_view(name) == "s.jsl") {
+                const Ref<js::JsFileAccessor> accessor(new js::JsFileAccessor(this));
+                const Ref<IFile> file(accessor->open("other.jsl", openMode, accessMode, dataMode, error));
+                didInclude = file && file->is(js::JsFile::ID);
+            }
+            return MemoryAccessor::open(name, openMode, accessMode, dataMode, error);
+        }
+    };
+    const Ref<Including> files(new Including);
+    files->files["s.jsl"] = files->files["other.jsl"] = "let x;";
+    mAccessor = Ref<js::JsFileAccessor>(new js::JsFileAccessor(files.get()));
+    EXPECT_EQ(opened(), kLua);
+    EXPECT_TRUE(files->didInclude);
+}
+
 TEST_F(Accessor, ExceptionsOfTheWrappedAccessorStayInside) {
     class Throwing final : public MemoryAccessor {
         IFile* open(const char*, OpenMode, AccessMode, DataMode, IError**) override {
