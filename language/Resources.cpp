@@ -24,7 +24,7 @@ char* Resources::mErrorIsBusy = nullptr;
 char* Resources::mErrorLUA = nullptr;
 char* Resources::mErrorEmptyFile = nullptr;
 char* Resources::mErrorClasspath = nullptr;
-thread_local std::string Resources::mLastParameterError;
+std::string Resources::mLastParameterError;
 
 namespace {
 
@@ -52,7 +52,7 @@ const Message kMessages[] = {
     {51512, &Resources::mErrorClasspath, "Environment variable CLASSPATH not set"},
 };
 
-// Guards loading, not the texts themselves.
+// Guards loading and mLastParameterError, not the texts themselves.
 constinit std::mutex gLoading;
 
 void freeTexts() {
@@ -80,15 +80,19 @@ void loadTexts(ILocalizationSource* source) {
     Resources::gInit.store(whole, std::memory_order_release);
 }
 
-// Whether printf may be given the text with one string: "%s", "%1$s" or with a width and a precision.
+// Whether printf may be given the text with one string: "%s", any number of "%1$s", with or without a
+// width and a precision.
 // A translator's slip must not read what is not there.
 bool takesOneString(const char* format) {
     int strings = 0;
+    bool isNumbered = false;
     for (const char* at = std::strchr(format, '%'); at; at = std::strchr(at + 1, '%')) {
         if (*++at == '%') continue;
-        if (std::strncmp(at, "1$", 2) == 0) at += 2;
+        const bool hasNumber = std::strncmp(at, "1$", 2) == 0;
+        if (hasNumber) at += 2;
         at += std::strspn(at, "-.0123456789");
-        if (*at != 's' || ++strings > 1) return false;
+        if (*at != 's' || (++strings > 1 && !(hasNumber && isNumbered))) return false;
+        isNumbered = hasNumber;
     }
     return true;
 }
@@ -141,19 +145,24 @@ const char* Resources::getErrorEmptyFile() { return text(51511); }
 const char* Resources::getErrorClasspath() { return text(51512); }
 
 const char* Resources::getErrorCantOpen(const char* fileName) {
-    const char* format = text(51505);
-    if (!takesOneString(format)) format = kMessages[51505 - kMessages[0].id].defaultText;
-    try {
-        char buffer[kParameterErrorSize];
+    // Not a string, whose destructor would keep the module from being unloaded.
+    static thread_local char formatted[kParameterErrorSize];
+    const char* const fallback = kMessages[51505 - kMessages[0].id].defaultText;
+    const char* const format = text(51505);
+    const char* const name = fileName ? fileName : "";
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-        if (std::snprintf(buffer, sizeof buffer, format, fileName ? fileName : "") < 0) return format;
+    // A width that is too large makes it fail.
+    if (!takesOneString(format) || std::snprintf(formatted, sizeof formatted, format, name) < 0)
+        std::snprintf(formatted, sizeof formatted, fallback, name);
 #pragma GCC diagnostic pop
-        mLastParameterError = buffer;
-        return mLastParameterError.c_str();
+    try {
+        const std::lock_guard lock(gLoading);
+        mLastParameterError = formatted;
     } catch (...) {
-        return format;
+        // Without memory it keeps what it had.
     }
+    return formatted;
 }
 
 }  // namespace vexil3

@@ -57,8 +57,8 @@ public:
     static char* mErrorEmptyFile;
     static char* mErrorClasspath;
 
-    // What getErrorCantOpen formatted last on this thread.
-    static thread_local std::string mLastParameterError;
+    // What getErrorCantOpen formatted last, on whatever thread.
+    static std::string mLastParameterError;
 };
 
 }  // namespace vexil3

@@ -2,6 +2,7 @@
 
 #include <boost/filesystem.hpp>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 
 #include <vexil3/file_system_accessor.h>
@@ -40,6 +41,15 @@ void forward(IError** error, const Ref<IError>& local, const char* message) {
         ErrorFactory::throwStack(error, local.get());
     else
         ErrorFactory::throwError(error, IError::StageFile, IError::CodeInvalidContent, message);
+}
+
+// False when the marker may still be there.
+bool unmark(const std::string& okPath, IFileAccessor* accessor) {
+    // The accessor takes a relative path for one below its own folder.
+    char resolved[PATH_MAX];
+    const bool isRelative = !okPath.starts_with('/');
+    if (isRelative && !accessor->resolvePath(nullptr, okPath.c_str(), resolved, sizeof resolved)) return false;
+    return std::remove(isRelative ? resolved : okPath.c_str()) == 0 || errno == ENOENT;
 }
 
 }  // namespace
@@ -138,7 +148,7 @@ bool CacheProcessRunner::store(const ProcessResult& result, IFileAccessor* acces
     const CacheLock lock(cacheDir, CacheLock::Exclusive);
     if (!lock.held()) return false;
     // Unmarked first: a rewrite that stops half-way must not leave an old text under a new digest.
-    if (std::remove(okPath.c_str()) != 0 && errno != ENOENT) return false;
+    if (!unmark(okPath, accessor)) return false;
     return writeFile(md5sumPath, digest, accessor) && writeFile(linesPath, result.errText(), accessor) &&
            writeFile(contentPath, result.outText(), accessor) && writeFile(okPath, std::string(), accessor);
 }

@@ -108,9 +108,10 @@ std::unique_ptr<ProcessResult> UnixProcessRunner::readFromPipe() {
     std::string out, err;
     bool whole = true;
     for (const auto& [file, text] : {std::pair(&outFile, &out), std::pair(&errFile, &err)}) {
-        // A result that is there but cannot be had must not pass for an empty one.
         const int reason = readWhole(file->path(), *text);
-        if (reason && reason != ENOENT) return systemFailure(file->path(), reason);
+        // A translation that is there but cannot be had must not pass for an empty one. Where the translator failed,
+        // what it said counts.
+        if (reason && reason != ENOENT && !(status && *status != 0)) return systemFailure(file->path(), reason);
         whole = whole && !reason;
     }
     // Where the status is lost, the files tell: only a translation leaves a text and its listing.

@@ -238,6 +238,22 @@ TEST_F(Cache, StaleEntryLosesItsMarkerFirst) {
     EXPECT_EQ(readFile(entry("content")), "lua js") << "nothing else was touched";
 }
 
+TEST_F(Cache, RelativeDirectoryMarksItsEntriesAsAnyOther) {
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(mFolder.path());
+    const Variable relative("VEXIL_JS_CACHE", "cache");
+    EXPECT_EQ(answer(), "0 lua js|1\njs made");
+    EXPECT_EQ(answer(), "0 lua js|1\njs kept");
+    // The accessor sees the name from the folder itself.
+    const std::string folder = mFolder / ("cache/cache/" + js::md5("a.jsl"));
+    std::filesystem::remove(folder + "/content");
+    std::filesystem::create_directory(folder + "/content");
+    source("new");
+    EXPECT_EQ(answer(), "0 lua new|1\nnew made");
+    EXPECT_FALSE(std::filesystem::exists(folder + "/ok"));
+    std::filesystem::current_path(before);
+}
+
 TEST_F(Cache, AnyFailingWriteStillDeliversAndNeverMarks) {
     js::CacheProcessRunner runner(new InnerRunner(mInner));
     const auto load = [&](MemoryAccessor* files) {

@@ -124,12 +124,14 @@ TEST_F(ResourcesTest, TheCannotOpenTextIsCutToFitAndBelongsToItsThread) {
     EXPECT_STREQ(Resources::getErrorCantOpen("a"),
                  "a: nicht zu \xC3\xB6"
                  "ffnen");
-    for (const auto& [format, text] : {std::pair("100 %%: %s", "100 %: a"), {"%1$s?", "a?"}, {"%-3.1s|", "a  |"}}) {
+    for (const auto& [format, text] :
+         {std::pair("100 %%: %s", "100 %: a"), {"%1$s? %1$s", "a? a"}, {"%-3.1s|", "a  |"}}) {
         source.texts[51505] = format;
         Resources::init(&source);
         EXPECT_STREQ(Resources::getErrorCantOpen("a"), text);
     }
-    for (const char* slip : {"%s %s", "%n", "%d", "%", "%s %", "%*s", "%1$s %2$s", "%2$s", "%1$d", "%9", "%l", "%%%"}) {
+    for (const char* slip :
+         {"%s %s", "%n", "%d", "%", "%s %", "%*s", "%1$s %2$s", "%2$s", "%1$d", "%9", "%99999999999s", "%l", "%%%"}) {
         source.texts[51505] = slip;
         Resources::init(&source);
         EXPECT_STREQ(Resources::getErrorCantOpen("a"), "Cannot open the file a.") << slip;

@@ -107,6 +107,10 @@ TEST_F(Runner, TakesWhateverIsInTheResultFiles) {
     EXPECT_EQ(texts(runWhere("rm \"$5\" \"$6\"; ln -s \"$here/secret\" \"$5\"; mkfifo \"$6\"")), "|");
     EXPECT_EQ(readFile(mPlace / "secret"), "secret");
     EXPECT_EQ(texts(runWhere("rm \"$5\" \"$6\"; mkdir \"$5\" \"$6\"")), "|");
+    // A text that nobody needs does not hide what the translator said.
+    const Result failed = runWhere("truncate -s 2G \"$5\"; echo why >\"$6\"; exit 2");
+    EXPECT_EQ(failed->getCode(), 2 << 8);
+    EXPECT_EQ(texts(failed), "|why\n");
 }
 
 TEST_F(Runner, ResultFilesAreTheOwnersAloneAndNeverSomebodyElses) {

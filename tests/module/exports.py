@@ -27,7 +27,7 @@ REQUIRED = ({"createLanguage", "vexil3::Resources::init", "vexil3::Resources::de
                 "CacheProcessRunner::externalLoad", "MD5Calc::hexdigest", "UnixProcessRunner::readFromPipe")})
 
 ALLOWED = re.compile(
-    r"createLanguage$|((vtable|typeinfo|typeinfo name|TLS (init|wrapper) function) for |(non-)?virtual thunk to )?"
+    r"createLanguage$|((vtable|typeinfo|typeinfo name) for |(non-)?virtual thunk to )?"
     r"vexil3::(Resources|js::(" + "|".join(CLASSES) + r"))(::~?\w+)?$")
 
 
