@@ -68,8 +68,12 @@ bool takePlainLine(const char*& at, const char* textEnd, wchar_t*& stored, const
     return true;
 }
 
-// Could this byte stand in a number or one of its names (infinity, nan(...))?
-bool inNumber(char c) { return std::isalnum(static_cast<unsigned char>(c)) || (c && std::strchr("+-.,()_", c)); }
+// Could this byte stand in a number or one of its names (infinity, nan(...))? Beyond ASCII, in a decimal point of the
+// host's locale.
+bool inNumber(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return std::isalnum(byte) || byte >= 0x80 || (c && std::strchr("+-.,()_", c));
+}
 
 }  // namespace
 
