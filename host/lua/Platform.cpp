@@ -106,7 +106,6 @@ void loadLibrary(lua_State* L, const char* name) {
 // Upvalues: the libraries that were loaded, by name; the platform.
 int require(lua_State* L) {
     const char* const name = luaL_checkstring(L, 1);
-    ScriptState::of(L).checkNativeStack(L);
     lua_settop(L, 1);
     lua_pushvalue(L, 1);
     lua_rawget(L, lua_upvalueindex(1));
@@ -117,7 +116,12 @@ int require(lua_State* L) {
     lua_pushboolean(L, 1);
     lua_rawset(L, lua_upvalueindex(1));
     lua_pushvalue(L, lua_upvalueindex(2));
-    lua_call(L, 1, 1);
+    if (lua_pcall(L, 1, 1, 0) != 0) {
+        lua_pushvalue(L, 1);
+        lua_pushnil(L);
+        lua_rawset(L, lua_upvalueindex(1));
+        return lua_error(L);
+    }
     if (lua_isnil(L, -1)) lua_pushboolean(L, 1);
     lua_pushvalue(L, 1);
     lua_pushvalue(L, -2);

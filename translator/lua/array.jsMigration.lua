@@ -43,6 +43,7 @@ local function construct(...)
   local n, first = select("#", ...), ...
   if n ~= 1 or type(first) ~= "number" then return js.rest(...) end
   checkLength(js.uint32(first) == first and first or 1 / 0, LONGEST)
+  first = first + 0 -- not -0
   local a = make(first)
   if first > 0 then addHoles(a, 0, first) end
   return a
@@ -124,6 +125,19 @@ end
 
 -- Ends.
 
+local function pushList(this, list, count)
+  local o, n = open(this, "push")
+  if getmetatable(o) == A and n + count <= LONGEST then
+    for i = 0, count - 1 do rawset(o, n + i, list[i]) end
+    o.length = n + count
+    return n + count
+  end
+  checkLength(n + count, MAX_SAFE)
+  for i = 0, count - 1 do o[n + i] = list[i] end
+  setlength(o, n + count)
+  return n + count
+end
+
 local push = js.builtin(ArrayProto, "push", 1, function(this, ...)
   local count = select("#", ...)
   if getmetatable(this) == A and this.length + count <= LONGEST then
@@ -137,11 +151,7 @@ local push = js.builtin(ArrayProto, "push", 1, function(this, ...)
     this.length = n + count
     return n + count
   end
-  local o, n = open(this, "push")
-  checkLength(n + count, MAX_SAFE)
-  for i = 1, count do o[n + i - 1] = (select(i, ...)) end
-  setlength(o, n + count)
-  return n + count
+  return pushList(this, { [0] = (...), select(2, ...) }, count)
 end)
 
 -- Removes the first or the last element and gives it.
@@ -220,8 +230,12 @@ local concat = js.builtin(ArrayProto, "concat", 1, function(this, ...)
   return a
 end)
 
+-- Arrays that contain themselves print as nothing where they recur.
+local joining = {}
+
 local function texts(o, n, text)
   local parts = {}
+  joining[o] = true
   for i = 0, n - 1 do
     local v = o[i]
     parts[i + 1] = (v == nil or v == null) and "" or type(v) == "string" and v or text(v)
@@ -229,11 +243,8 @@ local function texts(o, n, text)
   return parts
 end
 
--- Arrays that contain themselves print as nothing where they recur.
-local joining = {}
 local function join(o, n, separator, text)
   if joining[o] then return "" end
-  joining[o] = true
   local ok, parts = xpcall(texts, js.caught, o, n, text)
   joining[o] = nil
   if not ok then error(parts, 0) end
@@ -246,8 +257,8 @@ js.builtin(ArrayProto, "toString", 0, function(this)
   if type(o.join) == "function" then return o:join() end
   return js.ObjectProto.toString(o)
 end)
-method("toLocaleString", 0, function(o, n)
-  return join(o, n, ",", function(v) return str(v:toLocaleString()) end)
+method("toLocaleString", 0, function(o, n, locale, options)
+  return join(o, n, ",", function(v) return str(v:toLocaleString(locale, options)) end)
 end)
 
 local function put(o, i, found, v, other)
@@ -379,10 +390,7 @@ for i = 1, 3 do
   method(kind, 0, function(o) return js.iterator({ advance = advance, o = o, kind = kind, i = 0 }) end)
 end
 
-js.applyList[push] = function(this, list, n)
-  for i = 0, n - 1 do push(this, list[i]) end
-  return this.length
-end
+js.applyList[push] = pushList
 js.applyList[concat] = function(this, list, n)
   if getmetatable(list) ~= A then list = dense(list, n) end
   for i = 0, n - 1, 1000 do this = concat(this, unpack(list, i, min(i + 1000, n) - 1)) end

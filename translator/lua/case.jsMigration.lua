@@ -1,7 +1,7 @@
 -- Upper and lower case beyond ASCII, for texts in UTF-8.
 local js = require("jsMigration.lua")
 local string, tonumber, find, gsub, gmatch = string, tonumber, string.find, string.gsub, string.gmatch
-local match, sub, lower, upper, utf8 = string.match, string.sub, string.lower, string.upper, js.utf8
+local match, lower, upper, utf8 = string.match, string.lower, string.upper, js.utf8
 local CHARACTER = "[%z\1-\127\194-\244][\128-\191]*"
 
 -- Runs of small letters: how far the first is from that of the run before, how many there are, a slash when they
@@ -66,30 +66,22 @@ local function isIgnorable(c)
     or c >= "\226\128\139" and c <= "\226\128\143" or c >= "\240\157\137\130" and c <= "\240\157\137\132"
 end
 
--- Whether a word goes on: pattern takes the nearest character from the text that is left.
-local function goesOn(text, nearest)
-  local c
-  repeat
-    c, text = nearest(text)
-    if not c then return false end
-  until not isIgnorable(c)
-  return isCased(c)
+-- Whether a word goes on at this byte: the first of a character, or the last one when looking back.
+local function goesOn(s, at, back)
+  while at > 0 and at <= #s do
+    while find(s, "^[\128-\191]", at) do at = at - 1 end
+    local c = match(s, "^" .. CHARACTER, at)
+    if not isIgnorable(c) then return isCased(c) end
+    at = back and at - 1 or at + #c
+  end
+  return false
 end
-local function last(text)
-  local rest, c = match(text, "^(.*)(" .. CHARACTER .. ")$")
-  return c, rest
-end
-local function first(text) return match(text, "^(" .. CHARACTER .. ")(.*)$") end
 
 -- A sigma that ends a word has a form of its own.
 local function endSigma(s)
-  local from = 1
-  while true do
-    local at, behind = find(s, "Σ", from, true)
-    if not at then return s end
-    local final = goesOn(sub(s, 1, at - 1), last) and not goesOn(sub(s, behind + 1), first)
-    s, from = sub(s, 1, at - 1) .. (final and "ς" or "σ") .. sub(s, behind + 1), behind + 1
-  end
+  return (gsub(s, "()Σ()", function(at, behind)
+    return goesOn(s, at - 1, true) and not goesOn(s, behind) and "ς" or "σ"
+  end))
 end
 
 function js.changeCase(s, toUpper)

@@ -136,9 +136,13 @@ function js.mix(o, from, skipped)
   if from == nil or from == null then return o end
   from = js.toObject(from)
   local keys, n = js.ownKeys(from)
+  local shape = rawget(js.home(from), js.S)
+  local slots = shape and shape.slots
   for i = 1, n do
     local k = keys[i]
-    if not (skipped and skipped[k]) then js.defineOwn(o, k, 7, from[k]) end
+    -- What an accessor has deleted or hidden meanwhile is left out.
+    local gone = slots and (js.own(from, k) or 0) % 4 < 2
+    if not (gone or skipped and skipped[k]) then js.defineOwn(o, k, 7, from[k]) end
   end
   return o
 end

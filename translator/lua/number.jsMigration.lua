@@ -233,11 +233,13 @@ end
 unary("log1p", log1p)
 unary("expm1", function(x)
   local u = exp(x)
-  if u == 1 or u == huge then return x end
+  if u == 1 then return x end
+  if u == huge then return u end
   if u - 1 == -1 then return -1 end
   return (u - 1) * (x / log(u))
 end)
 unary("acosh", function(x)
+  if x < 1 then return 0 / 0 end
   if x > 1e9 then return log(x) + log(2) end
   if x > 2 then return log(2 * x - 1 / (x + sqrt(x * x - 1))) end
   local t = x - 1

@@ -331,7 +331,9 @@ method("bind", 1, function(f, this, ...)
     return unpack(values, 1, n + select("#", ...))
   end
   local function bound(_, ...) return f(this, join(...)) end
-  js.name(bound, "bound " .. str(f.name), math.max(0, js.toInteger(f.length) - n))
+  local name, count = f.name, f.length
+  js.name(bound, "bound " .. (type(name) == "string" and name or ""),
+    type(count) == "number" and math.max(0, js.toInteger(count) - n) or 0)
   if js.isConstructor(f) then js.construct[bound] = function(...) return js.new(f, nil, join(...)) end end
   js.boundTarget[bound] = js.boundTarget[f] or f
   return bound

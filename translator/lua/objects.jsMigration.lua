@@ -173,8 +173,10 @@ local function describe(x)
   local mt = type(x) == "table" and getmetatable(x)
   if not (mt and mt.js) then return (type(x) ~= "table" or x == js.null) and js.str(x) or "#<Object>" end
   if mt.array then return "[object Array]" end
-  local constructor = lookup(x, "constructor")
-  return "#<" .. (type(constructor) == "function" and constructor.name or "Object") .. ">"
+  local at, slot = js.holder(x, "constructor")
+  local constructor = at and not slot and rawget(at, "constructor")
+  local name = type(constructor) == "function" and constructor.name
+  return "#<" .. (type(name) == "string" and name or "Object") .. ">"
 end
 local function typed(o) return (type(o) == "function" and "function '" or "object '") .. describe(o) .. "'" end
 js.describe = describe
@@ -259,11 +261,11 @@ end
 
 function js.setProto(o, proto)
   local home = homeOf(o)
-  local array = getmetatable(home).array
-  setmetatable(home, (array or type(o) == "function") and newMeta(proto, array, true) or metaFor(proto))
+  local array, mt = getmetatable(home).array, metaFor(proto)
+  setmetatable(home, (array or type(o) == "function") and newMeta(proto, array, true) or mt)
   local s = rawget(home, S)
   if proto or s and s.slots then general(home) end
-  slotsInChain(o)
+  if rawget(home, M) then slotsInChain(o) end
 end
 js.newMeta, js.metaFor, js.general, js.slotsInChain = newMeta, metaFor, general, slotsInChain
 
@@ -272,24 +274,25 @@ local function addOther(o, k, v)
   local s = rawget(o, S) or emptyShape
   if k ~= k or k == huge or k == -huge then k = numberToString(k) end
   if not s.pos[k] then
+    local shadows = holder(protoOf(o), k) ~= nil
+    if shadows then general(o) end
     local t = ownShape(o)
     append(t, k)
     if s.next and s.n < SHARED_KEYS and s.tree.size < SHARED_SHAPES then
-      t.next, t.tree, t.shadows = {}, s.tree, holder(protoOf(o), k) ~= nil
+      t.next, t.tree, t.shadows = {}, s.tree, shadows
       s.next[k], s.tree.size = t, s.tree.size + 1
     end
-    if t.shadows or not t.next and holder(protoOf(o), k) then general(o) end
   end
   rawset(o, k, v)
 end
 
--- The same, and the __newindex of ordinary objects.
+-- The same, and the __newindex of ordinary objects. What may run out of stack comes before the first change.
 function add(o, k, v)
   local s = rawget(o, S)
   local t = s.next and s.next[k]
   if not t then return addOther(o, k, v) end
-  rawset(o, S, t)
   if t.shadows then general(o) end
+  rawset(o, S, t)
   rawset(o, k, v)
 end
 
@@ -338,7 +341,8 @@ local function defineOwn(o, k, flags, value, get, set)
   local accessor, isArray = get ~= nil or set ~= nil, getmetatable(o).array
   -- An ordinary property, whose shape can be shared; one without a value may need the general metatable.
   local shared = rawget(o, S)
-  if shared and shared.next and flags == ALL and not (accessor or isArray or value == nil and shared.pos[k]) then
+  if shared and shared.next and flags == ALL
+    and not (accessor or isArray or shared.pos[k] and (value == nil or shared.attr and shared.attr[k])) then
     return add(o, k, value)
   end
   local s = ownShape(o)
@@ -352,7 +356,7 @@ local function defineOwn(o, k, flags, value, get, set)
     s.slots[k] = { flags = flags, value = value, get = get or nil, set = set or nil, accessor = accessor }
     rawset(o, k, nil)
     general(o)
-    if rawget(o, M) or o == ArrayProto then slotsInChain(o) end
+    if rawget(o, M) then slotsInChain(o) end
   else
     if s.slots then s.slots[k] = nil end
     s.attr = s.attr or {}
@@ -383,5 +387,6 @@ function js.setter(o, k, f) accessor(o, k, nil, f) end
 
 -- The metatables of object and array literals.
 js.O, js.A = metaFor(js.ObjectProto), newMeta(ArrayProto, true)
+metaFor(ArrayProto) -- shows that it is a prototype, as that of every other one does
 
 return js

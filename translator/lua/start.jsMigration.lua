@@ -2,7 +2,8 @@
 -- functions as objects: their properties are kept aside, made when somebody asks for more than Function.prototype has.
 local platform = ...
 local type, rawget, rawset, next, select, setmetatable = type, rawget, rawset, next, select, setmetatable
-local error, pcall, require, tonumber, gmatch = error, pcall, require, tonumber, string.gmatch
+local error, require, tonumber, gmatch = error, require, tonumber, string.gmatch
+local newThread, resume = coroutine.create, coroutine.resume
 
 -- applyList: functions that can take several arguments as a list, since Lua passes only so many values at once, and a
 -- list's not in compiled code.
@@ -36,8 +37,7 @@ js.loaded = loaded
 local globals, originals = _G, {}
 for name, value in next, globals do originals[name] = value end
 
-function js.load(file)
-  if loaded[file] then return end
+local function load(file)
   loaded[file] = true
   local changed = {}
   for name, value in next, originals do
@@ -47,10 +47,16 @@ function js.load(file)
       rawset(globals, name, value)
     end
   end
-  local ok, message = pcall(require, file .. ".jsMigration.lua")
+  require(file .. ".jsMigration.lua")
   for name, value in next, changed do rawset(globals, name, value) end
+end
+
+-- On a stack of its own: where the script's runs out on the way, half a library would be left.
+function js.load(file)
+  if loaded[file] then return end
+  local ok, message = resume(newThread(load), file)
   if ok then return end
-  loaded[file] = nil -- the stack was full, perhaps; the next one may succeed
+  loaded[file] = nil
   error(message, 0)
 end
 

@@ -171,9 +171,11 @@ method("lastIndexOf", 1, function(s, what, from)
   local n = length(s)
   local limit = from ~= from and n or min(max(toInteger(from), 0), n)
   if what == "" then return limit end
-  local last, at, found = bytePosition(s, limit), find(s, what, 1, true), nil
-  while at and at <= last do at, found = find(s, what, at + 1, true), at end
-  return found and unitsBefore(s, found) or -1
+  local first, size = byte(what), #what
+  for at = min(bytePosition(s, limit), #s - size + 1), 1, -1 do
+    if byte(s, at) == first and sub(s, at, at + size - 1) == what then return unitsBefore(s, at) end
+  end
+  return -1
 end)
 method("includes", 1, function(s, what, from) return indexOf(s, str(what), clamp(from, length(s), 0)) >= 0 end)
 method("startsWith", 1, function(s, what, from)

@@ -76,21 +76,23 @@ for i = 128, 138 do spaces["\226\128" .. char(i)] = true end
 local function isBlank(c) return not c or c <= 32 or c >= 128 end -- or perhaps a part of white space
 
 local function trimStart(s)
-  while isBlank(byte(s, 1)) do
-    s = match(s, "^[ \t-\r]*(.*)$")
-    if spaces[sub(s, 1, 2)] then s = sub(s, 3) elseif spaces[sub(s, 1, 3)] then s = sub(s, 4) else return s end
+  local at = 1
+  while isBlank(byte(s, at)) do
+    at = match(s, "^[ \t-\r]*()", at)
+    if spaces[sub(s, at, at + 1)] then at = at + 2 elseif spaces[sub(s, at, at + 2)] then at = at + 3 else break end
   end
-  return s
+  return sub(s, at)
 end
 
 local function trimEnd(s)
-  while isBlank(byte(s, -1)) do
-    local last = #s
+  local last = #s
+  while last > 0 and isBlank(byte(s, last)) do
     while last > 0 and (byte(s, last) == 32 or byte(s, last) >= 9 and byte(s, last) <= 13) do last = last - 1 end
-    s = sub(s, 1, last)
-    if spaces[sub(s, -2)] then s = sub(s, 1, -3) elseif spaces[sub(s, -3)] then s = sub(s, 1, -4) else return s end
+    if last > 1 and spaces[sub(s, last - 1, last)] then last = last - 2
+    elseif last > 2 and spaces[sub(s, last - 2, last)] then last = last - 3
+    else break end
   end
-  return s
+  return sub(s, 1, last)
 end
 
 -- The value of digits in a base; nil when one of them is none. Correctly rounded for the bases that scripts use.
