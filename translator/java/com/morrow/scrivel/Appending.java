@@ -49,9 +49,9 @@ final class Appending {
         return null;
     }
 
-    /** Whether a piece can be appended without a look at what is there: nothing that gives it sees the text. */
+    /** Whether a piece can be appended without a look at what is there: nothing that gives it or its text sees that. */
     static boolean appends(Variable variable, AstNode piece, Generator g) {
-        boolean quiet = Quiet.is(piece, g);
+        boolean quiet = Quiet.is(piece, g) && (!g.names.hooks || Quiet.isPrimitive(piece, g));
         for (Variable.Use use : variable.uses) {
             boolean called = use.write && use.closure() != null && !quiet;
             if (called || use.position >= piece.getPosition() && use.position < Names.end(piece)) return false;

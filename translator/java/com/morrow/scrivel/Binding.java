@@ -55,12 +55,8 @@ final class Binding implements NodeVisitor {
     private boolean parts(AstNode node) {
         switch (node.getType()) {
             case Token.NAME -> name((Name) node, false);
-            case Token.STRING -> {
-                String text = ((StringLiteral) node).getValue();
-                names.hooks |= HOOKS.contains(text);
-                names.mathShared |= text.equals("Math");
-                names.sharesGlobals |= text.equals(Refusals.GLOBAL);
-            }
+            case Token.STRING -> text(((StringLiteral) node).getValue());
+            case Token.TEMPLATE_CHARS -> text(((TemplateCharacters) node).getValue());
             case Token.THIS -> {
                 FunctionInfo owner = names.function.ofThis();
                 owner.usesThis = true;
@@ -103,6 +99,13 @@ final class Binding implements NodeVisitor {
 
     // -- expressions
 
+    /** Text may be the name of a property. */
+    private void text(String text) {
+        names.hooks |= HOOKS.contains(text);
+        names.mathShared |= text.equals("Math");
+        names.sharesGlobals |= text.equals(Refusals.GLOBAL);
+    }
+
     private void name(Name name, boolean beforeDot) {
         String text = name.getIdentifier();
         refusals.reserved(name);
@@ -114,7 +117,9 @@ final class Binding implements NodeVisitor {
     }
 
     private void member(PropertyGet node) {
-        if (node.getTarget() instanceof Name name) name(name, node.getParent().getType() != Token.DELPROP);
+        AstNode around = node.getParent();
+        while (around.getType() == Token.LP) around = around.getParent();
+        if (node.getTarget() instanceof Name name) name(name, around.getType() != Token.DELPROP);
         else node.getTarget().visit(this);
         names.mathShared |= node.getProperty().getIdentifier().equals("Math");
         if (Patterns.isLink(node)) chain(node);
@@ -159,14 +164,16 @@ final class Binding implements NodeVisitor {
             boolean shorthand = "=".equals(source.note(property.getPosition()));
             if (shorthand) errors.report(property, "Invalid shorthand property initializer");
             refusals.property(property);
-            names.hooks |= property.isGetterMethod() || property.isSetterMethod() || isHook(property.getLeft());
+            names.hooks |= property.isGetterMethod() || property.isSetterMethod();
+            key(property.getLeft());
             property.getRight().visit(this);
         }
     }
 
-    private static boolean isHook(AstNode key) {
-        if (key instanceof StringLiteral quoted) return HOOKS.contains(quoted.getValue());
-        return key instanceof Name name && HOOKS.contains(name.getIdentifier());
+    /** The name of a property that is made or read. */
+    private void key(AstNode key) {
+        if (key instanceof StringLiteral quoted) text(quoted.getValue());
+        else if (key instanceof Name name) text(name.getIdentifier());
     }
 
     // -- targets
@@ -197,6 +204,7 @@ final class Binding implements NodeVisitor {
                         AstNode rest = property.getRight();
                         if (isPattern(rest) || rest.getType() == Token.ASSIGN) invalid(rest);
                     }
+                    key(property.getLeft());
                     if (Patterns.isKey(property)) property.getRight().visit(this);
                     else target(property.getRight(), how, Types.ANYTHING);
                 }
@@ -210,7 +218,7 @@ final class Binding implements NodeVisitor {
             case Token.GETPROP, Token.GETELEM -> {
                 if (how != null || Patterns.isOptional(node)) invalid(node);
                 else if (node instanceof PropertyGet member) {
-                    names.hooks |= isHook(member.getProperty());
+                    key(member.getProperty());
                     names.mathShared |= member.getTarget() instanceof Name name && name.getIdentifier().equals("Math");
                     member(member);
                 } else descend(node);

@@ -100,6 +100,10 @@ final class Code {
         if (code.lastLine != 0) lastLine = code.lastLine;
     }
 
+    boolean isEmptyText() {
+        return rank == ATOM && items.get(0).equals("\"\"");
+    }
+
     boolean isAscii() {
         if (rank != ATOM) return false;
         String text = (String) items.get(0);

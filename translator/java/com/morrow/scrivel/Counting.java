@@ -95,7 +95,7 @@ final class Counting {
 
     /** The counter is written by the loop's head alone and read in the loop alone. */
     private boolean keepsCounter() {
-        if (counter.kind == Variable.Kind.CONST) return false;
+        if (counter.kind == Variable.Kind.CONST || counter.kind == Variable.Kind.SELF) return false;
         for (Variable.Use use : counter.uses) {
             boolean inHead = isInLoop(use) && use.position < loop.getCondition().getPosition();
             if (inHead && (use.closure() != null || counter.kind.isLexical() && !use.write)) return false;
@@ -126,9 +126,12 @@ final class Counting {
 
     /**
      * The counter begins as a number. An open bound is turned into a closed one, which is exact for whole numbers. For
-     * undefined and for objects, the library puts an infinity that is right for counters that go up only.
+     * undefined and for objects, the library puts an infinity that is right for counters that go up only. A compiled Lua
+     * loop begins at 0 where it is to begin at -0.
      */
     private boolean startsRight() {
+        if (start.getType() == Token.NEG && Expressions.bare(((UnaryExpression) start).getOperand()) instanceof NumberLiteral number
+            && number.getNumber() == 0) return false;
         int type = g.types.of(start);
         boolean whole = Types.isWhole(type) && step == Math.rint(step);
         return Types.isNumber(type) && (whole || !open) && (up || Types.isNumber(g.types.of(bound)));
@@ -213,9 +216,15 @@ final class Counting {
         }
     }
 
-    /** Surely not NaN. */
+    /** Surely not NaN. Products and sums of whole numbers may have grown to infinities, and a difference of those is. */
     private boolean isCertain(AstNode end) {
-        return Types.isWhole(g.types.of(end)) || end instanceof NumberLiteral;
+        end = Expressions.bare(end);
+        int type = g.types.of(end);
+        if (type == Types.BITS || type == Types.SUM || end instanceof NumberLiteral) return true;
+        Variable variable = end.getType() == Token.NAME ? Names.variable(end) : null;
+        if (variable != null) return variable.counts && Types.isWhole(type);
+        return (end.getType() == Token.ADD || end.getType() == Token.SUB) && isCertain(((InfixExpression) end).getLeft())
+            && isCertain(((InfixExpression) end).getRight());
     }
 
     /** The last value that a counter may have. */

@@ -39,6 +39,11 @@ final class Lifetimes {
     /** From where on each hoisted function may be called, following the names that lead from one to another. */
     private void reach() {
         ArrayDeque<FunctionInfo> changed = new ArrayDeque<>();
+        Scope global = names.scopes.get(0);
+        for (FunctionInfo function : names.functions) {
+            boolean isShared = names.sharesGlobals && function.hoistedIn == global;
+            if (isShared && function.reached(0, global.node)) changed.add(function);
+        }
         for (Variable.Use use : names.uses) {
             FunctionInfo to = use.variable == null ? null : use.variable.declaration;
             if (to == null || use.name == to.node.getFunctionName()) continue;

@@ -192,12 +192,13 @@ final class Operators {
 
     /** Two texts as one; the library joins the halves of a surrogate pair. */
     Code concatenation(Code first, Code second) {
-        boolean whole = first.endsWhole || second.beginsWhole;
+        boolean emptyFirst = first.isEmptyText(), emptySecond = second.isEmptyText();
+        boolean whole = first.endsWhole || second.beginsWhole || emptyFirst || emptySecond;
         Code code = whole ? Code.of(first.within(Code.CONCAT), " .. ", second.within(Code.CONCAT)).ranked(Code.CONCAT, Types.STRING)
             : library("join", first, second).typed(Types.STRING);
         if (whole) code.weight = first.weight + second.weight;
-        code.beginsWhole = first.beginsWhole;
-        code.endsWhole = second.endsWhole;
+        code.beginsWhole = (emptyFirst ? second : first).beginsWhole;
+        code.endsWhole = (emptySecond ? first : second).endsWhole;
         return code;
     }
 }

@@ -40,13 +40,14 @@ final class Quiet implements NodeVisitor {
             case Token.GETPROP, Token.GETELEM, Token.CALL, Token.TEMPLATE_LITERAL, Token.OBJECTLIT, Token.ARRAYLIT -> true;
             case Token.AND, Token.OR, Token.COMMA, Token.ASSIGN, Token.SHEQ, Token.SHNE, Token.HOOK -> false;
             case Token.NOT, Token.TYPEOF, Token.TYPEOFNAME, Token.VOID -> false;
-            default -> node instanceof InfixExpression infix && !(isPrimitive(infix.getLeft()) && isPrimitive(infix.getRight()))
-                || node instanceof UnaryExpression unary && !isPrimitive(unary.getOperand())
-                || node instanceof UpdateExpression change && !isPrimitive(change.getOperand());
+            default -> node instanceof InfixExpression infix && !(isPrimitive(infix.getLeft(), g) && isPrimitive(infix.getRight(), g))
+                || node instanceof UnaryExpression unary && !isPrimitive(unary.getOperand(), g)
+                || node instanceof UpdateExpression change && !isPrimitive(change.getOperand(), g);
         };
     }
 
-    private boolean isPrimitive(AstNode node) {
+    /** Surely nothing that has methods of the script's. */
+    static boolean isPrimitive(AstNode node, Generator g) {
         int type = g.types.of(node);
         return Types.isNumber(type) || type == Types.STRING || type == Types.BOOLEAN;
     }

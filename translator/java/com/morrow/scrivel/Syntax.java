@@ -76,8 +76,10 @@ final class Syntax {
 
         /** Of a statement that ends with another: as far as that goes. */
         private static int length(AstNode node) {
+            // Without a semicolon, the parser ends it before its condition.
+            if (node instanceof DoLoop loop) return Math.max(node.getLength(), loop.getRp() + 1);
             AstNode last = null;
-            if (node instanceof Loop loop && !(node instanceof DoLoop)) last = loop.getBody();
+            if (node instanceof Loop loop) last = loop.getBody();
             else if (node instanceof LabeledStatement labeled) last = labeled.getStatement();
             else if (node instanceof ThrowStatement thrown) last = thrown.getExpression();
             else if (node instanceof SwitchCase one && one.getStatements() != null) {
