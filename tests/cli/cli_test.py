@@ -300,10 +300,12 @@ class CliTest(unittest.TestCase):
         script = self.write("lists.jsl", "#!/usr/bin/env vexil\nfunction macro() {}\nfunction execute({ prices }) {\n"
                             "  const { close } = prices, [first] = close;\n  let n = 0;\n"
                             "  for (const c of close) n += c;\n  log(first, n === [...close].reduce((a, c) => a + c));\n"
-                            "  log(`${prices} ${close}`);\n  for (const p of prices.instrument.length) n++;\n}\n")
+                            "  for (const i in close) n -= close[i];\n  const { time, ...rest } = prices;\n"
+                            "  log(n, Object.keys(rest), `${prices} ${close}`);\n  for (const p of prices.instrument.length) n++;\n}\n")
         result = self.run_script(script)
-        self.assertEqual(result.stdout, PRICES.splitlines()[1].split(",")[4] + " true\n[object Object] [object Object]\n")
-        self.assert_fails(result, 1, "lists.jsl:9: error: TypeError: prices.instrument.length is not iterable")
+        self.assertEqual(result.stdout, PRICES.splitlines()[1].split(",")[4] + " true\n"
+                         "0 close,high,instrument,low,open,volume [object Object] [object Object]\n")
+        self.assert_fails(result, 1, "lists.jsl:11: error: TypeError: prices.instrument.length is not iterable")
 
     # --- faults of scripts
 

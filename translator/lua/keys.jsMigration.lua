@@ -2,7 +2,8 @@
 local js = require("values.jsMigration.lua")
 local type, rawget, rawset, next, getmetatable, sort, S = type, rawget, rawset, next, getmetatable, table.sort, js.S
 local own, isIndex, protoOf, str, key, addHoles, H = js.own, js.isIndex, js.protoOf, js.str, js.key, js.addHoles, "\0h"
-local ENUMERABLE, CONFIGURABLE, FEW, fmod = 2, 4, 32, math.fmod
+local ENUMERABLE, CONFIGURABLE, FEW, fmod, gmatch = 2, 4, 32, math.fmod, string.gmatch
+local COLUMNS = "time open high low close volume"
 
 -- Forgets what is known of a key beside its value.
 local function forget(s, k)
@@ -129,7 +130,10 @@ function js.ownKeys(o, all)
   local list, n = {}, 0
   local s, mt = rawget(o, S) or js.loadStub(o), getmetatable(o)
   if not (mt and mt.js) then
-    for k in next, o do n = n + 1 list[n] = k end
+    -- A series, or prices, whose columns are there from when they are first read.
+    local isSeries = type(o.size) == "function"
+    if isSeries and o.instrument then for column in gmatch(COLUMNS, "%a+") do local _ = o[column] end end
+    for k in next, o do if all or not isSeries or k ~= "length" then n = n + 1 list[n] = k end end
     sort(list, before)
     return list, n
   end
