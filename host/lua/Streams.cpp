@@ -26,7 +26,7 @@ return function(stream, index, value)
     error("a stream has no bar " .. index .. ": it has " .. stream.length .. ", from 0", 2)
   end
   if type(value) ~= "number" and value ~= nil then
-    error("a stream's value must be a number", 2)
+    error("a stream's value must be a number; NaN leaves its bar empty", 2)
   end
   rawset(stream, index, value)
 end
