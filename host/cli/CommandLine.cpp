@@ -97,7 +97,8 @@ CLI::App* addRun(CLI::App& app, Options& options) {
         "  indicator  its streams beside the bars, then what it draws (csv: the streams)\n"
         "  strategy   its orders and its result (csv: the orders)\n"
         "  tool       what it draws after the gestures, which count in the order in which they stand;\n"
-        "             without any, its points are clicked on bars spread over the prices\n"
+        "             without a click before the first move, its points are clicked on bars spread\n"
+        "             over the prices\n"
         "  macro      the lines that it logs\n"
         "\nExample:\n"
         "  vexil run --set N=20 --format csv examples/moving_average.jsl > average.csv");

@@ -1,4 +1,6 @@
 // Tools: a person's gestures, then what is drawn.
+#include <algorithm>
+
 #include <nlohmann/json.hpp>
 
 #include "host/cli/Drawing.h"
@@ -98,6 +100,29 @@ std::vector<Gesture> sampleClicks(Prices& prices, int points) {
     return clicks;
 }
 
+std::string countOf(int points) { return std::to_string(points) + (points == 1 ? " point" : " points"); }
+
+// The gestures of the command line. What only a placed tool gets comes after clicks that place it.
+std::vector<Gesture> gesturesFor(Run& run, int points) {
+    std::vector<Gesture> gestures = run.options.gestures;
+    for (const Gesture& gesture : gestures)
+        if (gesture.kind == Gesture::MovePoint && (gesture.point < 0 || gesture.point >= points))
+            throw Failure("--move-point " + std::to_string(gesture.point) + ": the tool has " + countOf(points) +
+                          ", numbered from 0");
+    const auto first = std::find_if(gestures.begin(), gestures.end(),
+                                    [](const Gesture& gesture) { return gesture.kind != Gesture::DoubleClick; });
+    if (first == gestures.end() || first->kind != Gesture::Click) {
+        const std::vector<Gesture> clicks = sampleClicks(run.prices, points);
+        gestures.insert(gestures.begin(), clicks.begin(), clicks.end());
+    }
+    const auto clicks = std::count_if(gestures.begin(), gestures.end(),
+                                      [](const Gesture& gesture) { return gesture.kind == Gesture::Click; });
+    if (clicks < points)
+        run.messages.text(run.script + ": warning: the tool has " + countOf(points) + ", " + std::to_string(clicks) +
+                          (clicks == 1 ? " was" : " were") + " clicked: it is not placed\n");
+    return gestures;
+}
+
 void write(Run& run, IProfile& profile, const Drawing& drawing) {
     if (run.options.format == Format::Csv) return drawing.table().writeCsv(run.output);
     if (run.options.format == Format::Table) return drawing.table().write(run.output);
@@ -121,11 +146,10 @@ void runTool(Run& run) {
     warnWithout(run, *instance, {"draw"});
 
     const int points = loaded.profile.getCreationStrategy()->getPointCount();
+    const std::vector<Gesture> gestures = gesturesFor(run, points);
     Hand hand(*instance, points);
     hand.begin();
-    for (const Gesture& gesture :
-         run.options.gestures.empty() ? sampleClicks(run.prices, points) : run.options.gestures)
-        hand.act(gesture);
+    for (const Gesture& gesture : gestures) hand.act(gesture);
     hand.end();
 
     Drawing drawing;

@@ -280,6 +280,13 @@ class CliTest(unittest.TestCase):
         without = self.run_script(script)
         self.assertEqual(without.stderr.splitlines()[-1], "finished")
         self.assertIn("#FF8000", without.stdout)
+        moved = self.run_script(script, "--move-point", f"1,8,9,{point}")
+        self.assertEqual(moved.stderr, without.stderr + "pointStart 1\npoint 8\npointFinished\n")
+        self.assertIn("line.jsl: warning: the tool has 2 points, 1 was clicked: it is not placed\n",
+                      self.run_script(script, "--click", f"1,9,{point}").stderr)
+        for index in ["2", "-1"]:
+            self.assert_fails(self.run_script(script, "--move-point", f"{index},8,9,{point}"), 2,
+                              f"--move-point {index}: the tool has 2 points, numbered from 0")
 
     def test_macro_writes_its_log_and_nothing_else(self):
         script = self.write("count.jsl", MACRO.replace("LATE_FAULT", "log('a\\0b')"))
