@@ -29,7 +29,7 @@ final class Rewriting {
     final HashMap<Integer, String> notes = new HashMap<>();
     private final Diagnostics errors;
     private final Edits edits;
-    private final Tokens tokens;
+    final Tokens tokens;
 
     Rewriting(String given, Diagnostics errors, Edits edits) {
         this.errors = errors;

@@ -8,7 +8,6 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Collections;
-import java.util.HashMap;
 
 /**
  * A script's text as its author wrote it, and as the parser reads it: lines are the same, offsets may differ. Lines and
@@ -22,7 +21,7 @@ final class Source {
     /** Where in the author's text the lines begin. */
     private final ArrayList<Integer> starts = new ArrayList<>();
     private final Edits edits = new Edits();
-    private HashMap<Integer, String> notes;
+    private Rewriting rewriting;
 
     /** Reads a file; what is malformed or no token is reported with its place. */
     Source(Path file, Diagnostics errors) throws IOException {
@@ -36,7 +35,7 @@ final class Source {
         errors.source = this;
         if (malformed) errors.reportToken(given.length(), "The text is not valid UTF-8 from here on; save the file as UTF-8");
         else {
-            notes = new Rewriting(given, errors, edits).notes;
+            rewriting = new Rewriting(given, errors, edits);
             text = edits.apply(given);
         }
     }
@@ -53,7 +52,15 @@ final class Source {
 
     /** What the author wrote, an operator or a word, where the parser got something else; null where it did not. */
     String note(int offset) {
-        return notes.get(edits.original(offset));
+        return rewriting.notes.get(edits.original(offset));
+    }
+
+    /** What to add to the message of a fault at this place of the author's text: at its end, the bracket that is open. */
+    String hint(int at) {
+        Tokens.Token open = rewriting.tokens.unclosed;
+        if (open == null || at < rewriting.tokens.end.before.start) return "";
+        int bracket = open.end - 1;
+        return "; " + given.charAt(bracket) + " of line " + givenLine(bracket) + " is not closed";
     }
 
     // In the author's text.

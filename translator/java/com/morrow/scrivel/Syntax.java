@@ -8,7 +8,7 @@ import org.mozilla.javascript.ast.*;
 
 /** Parses a script, and says in an author's words what the parser did not take. */
 final class Syntax {
-    static final String END = "Unexpected end of the script";
+    static final String END = "Unexpected end of file";
 
     private Syntax() {}
 
@@ -34,7 +34,7 @@ final class Syntax {
     private static void report(ParseProblem problem, Source source, Diagnostics errors) {
         int at = source.original(problem.getFileOffset());
         String message = explain(source.given, at, problem.getLength(), problem.getMessage());
-        if (message != null && problem.getType() == ParseProblem.Type.Error) errors.reportToken(at, message);
+        if (message != null && problem.getType() == ParseProblem.Type.Error) errors.reportToken(at, message + source.hint(at));
     }
 
     /** The parser counts a node's position from its parent's, but for slips in loops within labelled statements. */

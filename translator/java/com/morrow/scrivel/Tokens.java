@@ -87,6 +87,8 @@ final class Tokens {
     private Token last, open;
     /** Stand in for neighbours and brackets at both ends; the whole is a block. */
     final Token first, end;
+    /** The innermost bracket that the text does not close, or null. */
+    final Token unclosed;
 
     Tokens(String text, Diagnostics errors, Edits edits) {
         this.text = text;
@@ -95,6 +97,7 @@ final class Tokens {
         first = last = open = new Token('{', 0, 0);
         if (text.startsWith("#!")) blank(lineEnd(0));
         while (skipSpace()) next();
+        unclosed = open == first ? null : open;
         end = new Token(END, at, at);
     }
 
@@ -182,7 +185,10 @@ final class Tokens {
     }
 
     private void illegal() {
-        errors.reportToken(start, Character.isSurrogate(text.charAt(start)) ? BEYOND : "Invalid or unexpected token");
+        char c = text.charAt(start);
+        boolean unseen = Character.isISOControl(c) || Character.getType(c) == Character.FORMAT;
+        String message = "Unexpected character " + (unseen ? String.format("U+%04X", (int) c) : "'" + c + "'");
+        errors.reportToken(start, Character.isSurrogate(c) ? BEYOND : message);
     }
 
     private void name() {
@@ -251,7 +257,7 @@ final class Tokens {
             }
         }
         if (peek(0) == 'n') at++;
-        if (isNamePart(peek(0)) || peek(0) == '\\') illegal();
+        if (isNamePart(peek(0)) || peek(0) == '\\') errors.reportToken(start, "Unexpected '" + peek(0) + "' right after a number");
         add(NUMBER);
     }
 
@@ -261,14 +267,28 @@ final class Tokens {
 
     /** Goes past what is left of a string or of a piece of a template. */
     private void string(char quote) {
+        int plain = at;
         for (; at < text.length(); at++) {
             char c = text.charAt(at);
-            if (c == '\\') stringEscape();
-            else if (c == quote) {
+            if (c == '\\') {
+                stringEscape();
+                plain = at + 1;
+            } else if (c == quote) {
                 at++;
                 return;
-            } else if (quote == '`' ? c == '$' && peek(1) == '{' : c == '\n' || c == '\r') return;
+            } else if (quote != '`') {
+                if (c == '\n' || c == '\r') break;
+            } else if (c == '$' && peek(1) == '{') return;
         }
+        if (quote == '`') errors.reportTokens(start, text.length(), "Unterminated template literal");
+        else unterminated(quote, plain);
+    }
+
+    /** Ends a string at the end of its line, before the brackets and signs that most likely were to follow it. */
+    private void unterminated(char quote, int plain) {
+        errors.reportToken(start, "Unterminated string literal");
+        while (at > plain && ")]};, \t".indexOf(text.charAt(at - 1)) >= 0) at--;
+        edits.insert(at, String.valueOf(quote));
     }
 
     /** Goes to the last character of an escape; a code point becomes what the parser knows. */
