@@ -119,6 +119,14 @@ void addOthers(CLI::App& app, Options& options) {
     translate->final_callback([&options] { options.command = Options::Translate; });
 }
 
+void checkCommand(CLI::App& app, const std::string& name) {
+    const auto isNamed = [&](const CLI::App* command) { return command->get_name() == name; };
+    if (!app.get_subcommands(isNamed).empty()) return;
+    const bool isScript = name.ends_with(".jsl") || name.ends_with(".lua");
+    throw Failure("there is no command " + name +
+                  (isScript ? "; did you mean: vexil run " + name : "; give run, check or translate"));
+}
+
 }  // namespace
 
 std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
@@ -139,6 +147,7 @@ std::optional<Options> parseCommandLine(int argc, char** argv, int& exitCode) {
         option->allow_extra_args(false)->type_name(shapeOf(kGestures[i].kind))->group("Gestures on a tool");
         gestures.emplace(option, kGestures[i]);
     }
+    if (argc > 1 && *argv[1] != '-') checkCommand(app, argv[1]);
     try {
         app.parse(argc, argv);
         if (app.get_subcommands().empty()) throw CLI::RequiredError("A command, one of run, check and translate,");

@@ -42,6 +42,15 @@ Message takeApart(std::string_view text) {
     return message;
 }
 
+// Without the character that keeps a name of a script in a person's own words from being taken for a place.
+std::string withoutJoiners(std::string_view text) {
+    constexpr std::string_view kJoined = ".jsl\u2060:";
+    std::string plain(text);
+    for (std::size_t at = plain.find(kJoined); at != plain.npos; at = plain.find(kJoined, at))
+        plain.replace(at, kJoined.size(), ".jsl:");
+    return plain;
+}
+
 // A line without its indentation, and without the end of one that no screen holds.
 std::string_view excerpt(std::string_view line) {
     constexpr std::size_t kLongest = 400;
@@ -74,7 +83,7 @@ void Console::report(IErrorEntry& entry, const std::string& script) {
     dropPlace(message, file, entry.line());
     std::string place = file;
     if (entry.line() > 0) place.append(1, ':').append(std::to_string(entry.line()));
-    heading(place, message.text);
+    heading(place, withoutJoiners(message.text));
     if (const auto line = mSources.line(file, entry.line())) {
         mOutput.text("    ");
         mOutput.text(excerpt(*line));

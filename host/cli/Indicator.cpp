@@ -1,5 +1,6 @@
 // Indicators: every bar in turn, then the streams beside the bars.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 #include <vector>
@@ -72,6 +73,15 @@ void writeJson(Run& run, IProfile& profile, const std::vector<Stream>& streams, 
     run.output.text("}\n");
 }
 
+void warnOfNothing(Run& run, const std::vector<BarColumn>& columns, const Drawing& drawing) {
+    const auto warn = [&](const std::string& what) { run.messages.text(run.script + ": warning: " + what + '\n'); };
+    const auto isEmpty = [](double value) { return std::isnan(value); };
+    for (const BarColumn& column : columns)
+        if (std::all_of(column.values.begin(), column.values.end(), isEmpty))
+            warn("the stream '" + column.id + "' has no value at any bar");
+    if (columns.empty() && drawing.empty()) warn("adds no stream and draws nothing");
+}
+
 void draw(IIndicatorInstanceImplementation& instance, Drawing& drawing) {
     ErrorSlot error;
     expect(instance.draw(IOwnerDrawnContext::Background, &drawing, error), error, "drawing");
@@ -96,6 +106,7 @@ void runIndicator(Run& run) {
     Drawing drawing;
     draw(*instance, drawing);
     const std::vector<BarColumn> columns = valuesOf(callback.streams(), run.prices.total());
+    warnOfNothing(run, columns, drawing);
     if (run.options.format == Format::Json) {
         writeJson(run, loaded.profile, callback.streams(), columns, drawing);
     } else {

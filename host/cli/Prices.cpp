@@ -1,5 +1,6 @@
 #include "host/cli/Prices.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -41,6 +42,7 @@ public:
     int read(char* buffer, int size) override {
         const std::size_t done = std::fread(buffer, 1, static_cast<std::size_t>(size), mFile.get());
         if (std::ferror(mFile.get())) fail();
+        if (mInHeader) takeHeader(buffer, buffer + done);
         return static_cast<int>(done);
     }
 
@@ -53,8 +55,16 @@ private:
         throw Failure("cannot read the prices " + mPath + ": " + std::strerror(errno) + "; give a file with --prices");
     }
 
+    // Columns are known by their names in small letters.
+    void takeHeader(char* from, char* to) {
+        char* const end = std::find(from, to, '\n');
+        mInHeader = end == to;
+        std::transform(from, end, from, [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    }
+
     const std::string mPath;
     const std::unique_ptr<std::FILE, Close> mFile;
+    bool mInHeader = true;
 };
 
 void readHeader(Reader& reader, const std::string& path) {
@@ -113,7 +123,8 @@ void Prices::addRow(const std::string& path, int row, const std::array<char*, 6>
         if (!value)
             refuse(path, row,
                    std::string(kNames[i]) + " \"" + cells[i] + "\" is no " +
-                       (i == Time ? "time: give 2024-01-31T09:30:00Z or seconds since 1970" : "number"));
+                       (i == Time ? "time: give 2024-01-31T09:30:00Z or seconds (not milliseconds) since 1970"
+                                  : "number"));
         values[i] = *value;
     }
     if (values[High] < values[Low])

@@ -38,7 +38,7 @@ Findings look(IError& error) {
 
 bool isReadable(const std::string& script) {
     std::error_code unknown;
-    return ::access(script.c_str(), R_OK) == 0 && !std::filesystem::is_directory(script, unknown);
+    return ::access(script.c_str(), R_OK) == 0 && std::filesystem::is_regular_file(script, unknown);
 }
 
 // Reports a fault; what it comes to for the exit code.

@@ -27,6 +27,11 @@ int stackDepth(lua_State* L) {
 
 }  // namespace
 
+int firstLine(const std::vector<Frame>& frames) {
+    const auto first = std::find_if(frames.begin(), frames.end(), [](const Frame& frame) { return frame.line > 0; });
+    return first == frames.end() ? 0 : first->line;
+}
+
 bool isChunkOf(const char* source, const std::string& id) { return source[0] == '@' && id == source + 1; }
 
 std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char* entry) {

@@ -21,6 +21,9 @@ struct Frame {
 // throws std::bad_alloc.
 std::vector<Frame> captureFrames(lua_State* L, const std::string& id, const char* entry);
 
+// The line of the innermost frame that has one; 0 without.
+int firstLine(const std::vector<Frame>& frames);
+
 // True when `source`, as Lua gives it, is a chunk from the file `id`.
 bool isChunkOf(const char* source, const std::string& id);
 

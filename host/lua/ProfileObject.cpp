@@ -47,10 +47,14 @@ void ParametersObject::push(lua_State* L) {
 
 int ParametersObject::check(lua_State* L, bool isAdded) {
     if (isAdded) return 0;
-    return luaL_error(L,
-                      "the parameter '%s' is refused: its id is empty or taken, its value lies outside the bounds, or "
-                      "it is too long or one too many",
+    return luaL_error(L, "the parameter '%s' is refused: its id is empty or taken, or it is too long or one too many",
                       lua_tostring(L, 2));
+}
+
+void ParametersObject::checkBounds(lua_State* L, double value, double least, double most) {
+    if (least <= value && value <= most) return;
+    luaL_error(L, "the parameter '%s' is refused: %f does not lie between %f and %f", lua_tostring(L, 2), value, least,
+               most);
 }
 
 int ParametersObject::addInteger(lua_State* L) {
@@ -58,6 +62,7 @@ int ParametersObject::addInteger(lua_State* L) {
     const char* const name = luaL_checkstring(L, 3);
     const int value = checkInteger(L, 4);
     const int least = optInteger(L, 5, INT_MIN), most = optInteger(L, 6, INT_MAX);
+    checkBounds(L, value, least, most);
     return check(L, hostCall(L, [&] { return mFactory && mFactory->addInteger(id, name, value, least, most); }));
 }
 
@@ -66,6 +71,7 @@ int ParametersObject::addDouble(lua_State* L) {
     const char* const name = luaL_checkstring(L, 3);
     const double value = luaL_checknumber(L, 4);
     const double least = luaL_optnumber(L, 5, -HUGE_VAL), most = luaL_optnumber(L, 6, HUGE_VAL);
+    checkBounds(L, value, least, most);
     return check(L, hostCall(L, [&] { return mFactory && mFactory->addDouble(id, name, value, least, most); }));
 }
 

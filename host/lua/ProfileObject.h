@@ -24,6 +24,7 @@ private:
     int addBoolean(lua_State* L);
     int addString(lua_State* L);
     static int check(lua_State* L, bool isAdded);
+    static void checkBounds(lua_State* L, double value, double least, double most);
 
     IParametersFactory* mFactory;
 };

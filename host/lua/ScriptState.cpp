@@ -208,7 +208,7 @@ Fault ScriptState::takeFault() {
     else
         describe(fault);
     if (fault.frames.empty()) fault.frames.push_back({mEntry, mEntryLine, false});
-    if (fault.line == 0) fault.line = fault.frames.front().line;
+    if (fault.line == 0) fault.line = firstLine(fault.frames);
     return fault;
 }
 
@@ -240,8 +240,7 @@ void ScriptState::describeValue(lua_State* L, Fault& fault) {
         if (lua_pcall(L, 2, 2, 0) == 0 && lua_type(L, -2) == LUA_TSTRING) {
             copyText(L, -2, fault.text);
             if (lua_istable(L, -1)) readFrames(L, fault.frames);
-            if (!fault.frames.empty() && (lua_istable(L, -1) || fault.line == 0))
-                fault.line = fault.frames.front().line;
+            if (!fault.frames.empty() && (lua_istable(L, -1) || fault.line == 0)) fault.line = firstLine(fault.frames);
             return;
         }
     }

@@ -159,7 +159,7 @@ void readFrames(lua_State* L, std::vector<Frame>& frames) {
             if (frame.line < 0) break;
             read.push_back(std::move(frame));
         }
-        if (!read.empty() && read.front().line > 0) frames = std::move(read);
+        if (firstLine(read) > 0) frames = std::move(read);
     } catch (const std::exception&) {
         // The frames of the moment when the error was raised are left.
     }

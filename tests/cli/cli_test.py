@@ -301,7 +301,7 @@ class CliTest(unittest.TestCase):
         script = self.write("listed.jsl", "function indicator({ parameters }) {\n" + "".join(
             f"  parameters.addInteger('{each}', 'x', 1);\n" for each in ids) + "}\n"
             "function prepare({ parameters }) { log(Object.keys(parameters)); }\nfunction draw() {}\n")
-        self.assertEqual(self.run_script(script).stderr, ",".join(sorted(ids)) + "\n")
+        self.assertEqual(self.run_script(script).stderr.splitlines()[0], ",".join(sorted(ids)))
 
     def test_columns_of_prices_are_lists(self):
         script = self.write("lists.jsl", "#!/usr/bin/env vexil\nfunction macro() {}\nfunction execute({ prices }) {\n"
@@ -346,6 +346,33 @@ class CliTest(unittest.TestCase):
             # What was edited since it was loaded is not what ran.
             os.utime(self.folder / name, (time.time() + 60, time.time() + 60))
             self.assertEqual(self.run_script(name).stderr.splitlines(), report[:1] + report[2:])
+
+    def test_faults_deep_in_the_library_name_the_line_of_the_call(self):
+        for call in ['JSON.parse("[".repeat(60))', "a.flat(Infinity)", "JSON.stringify(b)"]:
+            self.write("deep.jsl", 'function macro(p) {}\nfunction execute() {\n  const a = [];\n  a.push(a);\n  let b = {};\n'
+                                   "  for (let i = 0; i < 9000; i++) b = {b};\n  %s;\n}\n" % call)
+            self.assert_fails(self.run_script("deep.jsl"), 1, "deep.jsl:7: error: ", "deep.jsl:7: in function 'execute'")
+
+    def test_places_in_an_authors_own_words_stay(self):
+        words = "in a.jsl: no level at b.jsl:3 (b.jsl:7), c.lua:9"
+        self.write("own.jsl", "// moves the lines\n\nfunction macro(p) {}\nfunction execute() {\n  try { null.x; }\n"
+                              "  catch (e) {\n    throw new Error('%s; ' + e.stack); }\n}\n" % words)
+        self.assert_fails(self.run_script("own.jsl"), 1, "own.jsl:7: error: Error: " + words + "; TypeError: Cannot read",
+                          "    at execute (own.jsl:5)\n", "\town.jsl:7: in function 'execute'\n")
+
+    def test_misuse_of_the_host_is_told_in_words_of_javascript(self):
+        for body, message in [
+            ("s[p] = high - low;", ": TypeError: high is not a number; of a series, take one bar"),
+            ("if (s > 1) return;", ": TypeError: An object of the host is not a number; of a series, take one bar"),
+            ("i.addStream();", ": TypeError: addStream: argument 1 must be a string, not undefined"),
+            ("s[p] = i.parameters.n;", "script.jsl: warning: the stream 'S' has no value at any bar"),
+        ]:
+            self.write("script.jsl", "function indicator(p) { p.setName('x'); }\nlet s;\n"
+                                     "function prepare(i) { s = i.addStream('S'); }\n"
+                                     "function update(i, p) { const {high, low} = i.source; %s }\n" % body)
+            self.assertIn(message, self.run_script("script.jsl").stderr)
+        script = self.write("idle.jsl", "function indicator(p) {}\nfunction update() {}\n")
+        self.assertEqual(self.run_script(script).stderr, "idle.jsl: warning: adds no stream and draws nothing\n")
 
     def test_check_reports_every_script(self):
         self.write("good.jsl", AVERAGE["average.jsl"])
@@ -453,7 +480,7 @@ class CliTest(unittest.TestCase):
 
     def test_prices_may_be_written_in_many_ways(self):
         script = self.write("average.lua", AVERAGE["average.lua"])
-        self.write("prices.csv", "\ufeffclose, extra ,time,low,high,open\r\n1.5,x,1704067200,0.5,2,1\r\n"
+        self.write("prices.csv", "\ufeffclose, Extra ,Time,LOW,high,Open\r\n1.5,x,1704067200,0.5,2,1\r\n"
                                  '2.5,y,"2024-01-02T01:30:00+01:30",1,3,1.5\r\n3.25,z,2024-01-03 00:00,2,4,2.5')
         rows = self.assert_succeeds(self.run_script(script, "--format", "csv")).splitlines()
         expected = [",".join(map(str, bar[:-1] + (0,))) for bar in BARS[:3]]
@@ -611,7 +638,8 @@ class CliTest(unittest.TestCase):
 
     def test_wrong_calls_and_help(self):
         self.write("average.lua", AVERAGE["average.lua"])
-        for call, text in [("", "run, check and translate"), ("fly", "fly"), ("run", "SCRIPT"), ("check", "SCRIPT"),
+        for call, text in [("", "run, check and translate"), ("fly", "no command fly"), ("average.lua", "did you mean: vexil run average.lua"),
+                           ("run", "SCRIPT"), ("check", "SCRIPT"),
                            ("run --format 1 a.lua", "table, csv or json"), ("run --price p.csv a.lua", "--price"),
                            ("run a.lua b.lua", "b.lua"), ("run --fly", "--fly"),
                            ("run a.lua --set", "ID=VALUE"), ("run average.lua --click 1,2,3,4", "is no tool")]:

@@ -116,6 +116,9 @@ local LIMITS = {
   ["table overflow"] = "Invalid array length",
 }
 
+-- Lua's names of what JavaScript calls otherwise.
+local NAMES = { ["nil"] = "undefined", ["no value"] = "undefined", table = "an object" }
+
 -- The name and text of the JavaScript error that stands for its message.
 local function translate(text)
   if find(text, "stack overflow", 1, true) or find(text, "error in error handling", 1, true) then
@@ -123,8 +126,12 @@ local function translate(text)
   end
   text = match(text, "^[^\n]-:%d+: (.*)$") or text
   if LIMITS[text] then return "RangeError", LIMITS[text] end
-  text = gsub(text, "expected, got nil%)$", "expected, got undefined)")
-  text = gsub(text, "expected, got table%)$", "expected, got object)")
+  local place, method, wanted, got = match(text, "^bad argument #(%d+) to '([^']*)' %((%a+) expected, got (.*)%)$")
+  if place then
+    return "TypeError", method .. ": argument " .. place .. " must be a " .. wanted .. ", not " .. (NAMES[got] or got)
+  end
+  local operand = match(text, "^attempt to perform arithmetic on (.*)$")
+  if operand then return "TypeError", js.notNumber(match(operand, "'([^']*)'")) end
   local called = match(text, "^attempt to call %S+ '([^']*)' %(an? [%w ]+ value%)")
   if called then return "TypeError", original(called) .. " is not a function" end
   local value = match(text, "^attempt to call an? ([%w ]+) value")
@@ -137,6 +144,9 @@ function js.fromNative(e)
   if type(e) == "table" then return e end
   return js.newError(translate(tostring(e)))
 end
+
+-- A character that nobody sees.
+local JOINER = "\226\129\160"
 
 -- What the host shows of an error that left the script: its text and its frames, by default those it was raised in.
 function js.describeError(value, frames)
@@ -151,5 +161,7 @@ function js.describeError(value, frames)
     local isPlain, json = pcall(js.G.JSON.stringify, nil, value)
     text = isPlain and json or text
   end
-  return ok and text or "Uncaught exception", folded(frames)
+  -- In what leaves the script, the numbers behind a script's name are taken for Lua's lines: these are none.
+  text = ok and gsub(text, "(%.jsl):", "%1" .. JOINER .. ":") or "Uncaught exception"
+  return text, folded(frames)
 end

@@ -28,10 +28,18 @@ function js.isArray(x)
   return mt and mt.array or false
 end
 
+-- The message for what the host gave where a number is wanted: most often a series whose index was forgotten.
+function js.notNumber(name)
+  return (name or "An object of the host") .. " is not a number; of a series, take one bar, like close[period]"
+end
+
 -- What stands for an object where a primitive is wanted; what is none passes. Hint: "string", "number" or nil.
 function primitive(x, hint)
   if not isObject(x) then return x end
-  if not isScriptObject(x) then return (gsub(tostring(x), "^%l+: 0x%x+$", "[object Object]")) end
+  if not isScriptObject(x) then
+    if hint == "number" then js.typeError(js.notNumber()) end
+    return (gsub(tostring(x), "^%l+: 0x%x+$", "[object Object]"))
+  end
   if not hint and classOf(x) == "Date" then hint = "string" end
   local first, second = "valueOf", "toString"
   if hint == "string" then first, second = second, first end

@@ -115,11 +115,12 @@ final class Syntax {
         if (message.startsWith("TypeError: ")) message = message.substring(11);
         if (message.startsWith("continue can only")) return "A continue statement needs the label of a loop around it";
         // What it takes for a method is most often a property that lacks its colon.
-        boolean unclear = message.equals("syntax error") || message.startsWith("missing ( before");
+        boolean separate = message.equals("missing ; before statement");
+        boolean unclear = separate || message.equals("syntax error") || message.startsWith("missing ( before function");
         if (!unclear) return Character.toUpperCase(message.charAt(0)) + message.substring(1);
         if (at >= text.stripTrailing().length()) return END;
         int end = Math.min(text.length(), at + Math.max(1, Math.min(length, 20)));
-        return "Unexpected token '" + text.substring(at, end) + "'";
+        return (separate ? "Missing ; before '" : "Unexpected token '") + text.substring(at, end) + "'";
     }
 
     private static String feature(String text, int at, String message) {
