@@ -219,6 +219,8 @@ end
 
 for name in string.gmatch("floor sqrt abs sin cos tan asin acos atan atan2 exp log", "%S+") do js[name] = math[name] end
 
+js.minus0 = -0 * 1
+
 -- Lua's own gives 0 for what is just below it, where -0 is right.
 function js.ceil(x) return -floor(-x) end
 

@@ -42,7 +42,7 @@ final class Appending {
     }
 
     /** The loop or function around a use that the variable is not declared in, or null. */
-    private static AstNode repeated(Variable.Use use) {
+    static AstNode repeated(Variable.Use use) {
         for (AstNode node = use.name.getParent(); node != null && node != use.variable.home.node; node = node.getParent()) {
             if (node instanceof Loop || node instanceof FunctionNode) return node;
         }

@@ -31,8 +31,20 @@ final class Assignments {
             return;
         }
         if (variable == null) Place.store(g, g.line(name), Code.of(g.line(name), g.js("G") + Lua.member(name.getIdentifier())), value);
-        else g.out.add(g.line, variable.access() + " = ", kept(variable, value));
+        else g.out.add(g.line, variable.access() + " = ", kept(variable, isCarried(use) ? g.operators.unscaled(value) : value));
     }
+
+    /** Whether a loop or function gives a variable of outside a value that does not depend on its last one. */
+    private static boolean isCarried(Variable.Use use) {
+        boolean compound = use.value instanceof Assignment change && change.getType() != Token.ASSIGN;
+        if (compound || use.variable.spilledIn != null || Appending.repeated(use) == null) return false;
+        for (Variable.Use other : use.variable.uses) {
+            boolean within = other.position >= use.value.getPosition() && other.position < Names.end(use.value);
+            if (within && other != use) return false;
+        }
+        return true;
+    }
+
 
     /** A value in the form in which a variable holds it. */
     static Code kept(Variable variable, Code value) {

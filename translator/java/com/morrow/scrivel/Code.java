@@ -40,6 +40,8 @@ final class Code {
     boolean parenthesis;
     /** Of text: it surely begins, or ends, with no half of a surrogate pair. */
     boolean beginsWhole, endsWhole;
+    /** A product, quotient or power that compiled code may find to be a whole number times 1. */
+    boolean scaled;
     /** What a bit operator may take instead, or null: the same but for a multiple of 2^32. */
     Code bits;
     /** A bound on the registers and nesting that its evaluation needs. */
@@ -100,8 +102,13 @@ final class Code {
         if (code.lastLine != 0) lastLine = code.lastLine;
     }
 
+    /** A literal that is written like this. */
+    boolean is(String text) {
+        return rank == ATOM && items.get(0).equals(text);
+    }
+
     boolean isEmptyText() {
-        return rank == ATOM && items.get(0).equals("\"\"");
+        return is("\"\"");
     }
 
     boolean isAscii() {

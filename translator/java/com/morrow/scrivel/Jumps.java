@@ -25,7 +25,7 @@ final class Jumps {
     /** The value's parentheses keep the frame: Lua's tail call would drop it from every traceback. */
     void returning(AstNode node) {
         Code code = Code.of(g.line, "return");
-        Code value = node == null ? null : g.value(node);
+        Code value = node == null ? null : g.operators.unscaled(g.value(node));
         Flow part = part();
         if (part != null) {
             part.returns = true;
@@ -35,9 +35,11 @@ final class Jumps {
         g.out.add(code);
     }
 
-    /** The parser has seen to it that there is a statement that a jump leads to. */
+    /** The parser has seen to it that there is a statement that a jump leads to, but not that it is a loop. */
     void jump(Name label, boolean isContinue) {
-        jump(g.flow.find(label == null ? null : label.getIdentifier(), isContinue), isContinue);
+        Flow target = g.flow.find(label == null ? null : label.getIdentifier(), isContinue);
+        if (isContinue && !target.isLoop) throw new Generator.Refusal(label, Syntax.NO_LOOP);
+        jump(target, isContinue);
     }
 
     private void jump(Flow target, boolean isContinue) {

@@ -102,6 +102,8 @@ final class Lifetimes {
         // The conditions of a switch run before the statements that come first.
         v.checked |= v.home.isSwitch && v.captured;
         v.checked &= v.kind.isLexical();
+        // One that the host or the library has already keeps its value until it gets another.
+        if (v.isGlobal() && !v.initialised) v.safe = v.inPlace = false;
     }
 
     /** In what a loop goes through, its own variables are never initialised. */

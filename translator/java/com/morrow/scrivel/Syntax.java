@@ -8,6 +8,7 @@ import org.mozilla.javascript.ast.*;
 
 /** Parses a script, and says in an author's words what the parser did not take. */
 final class Syntax {
+    static final String NO_LOOP = "A continue statement needs the label of a loop around it";
     static final String END = "Unexpected end of file";
 
     private Syntax() {}
@@ -113,7 +114,7 @@ final class Syntax {
         String feature = feature(text, at, message);
         if (feature != null) return feature + " not supported";
         if (message.startsWith("TypeError: ")) message = message.substring(11);
-        if (message.startsWith("continue can only")) return "A continue statement needs the label of a loop around it";
+        if (message.startsWith("continue can only")) return NO_LOOP;
         // What it takes for a method is most often a property that lacks its colon.
         boolean separate = message.equals("missing ; before statement");
         boolean unclear = separate || message.equals("syntax error") || message.startsWith("missing ( before function");

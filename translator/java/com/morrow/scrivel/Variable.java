@@ -121,6 +121,11 @@ final class Variable {
         writes += 2;
     }
 
+    /** A plain variable of the top level: declaring it changes nothing about what has its name already. */
+    boolean isGlobal() {
+        return kind == Kind.VAR && scope.parent == null;
+    }
+
     /** Keeps one value once it has one. */
     boolean isSettled() {
         if (kind == Kind.FUNCTION && writes == 0) return true;
@@ -130,7 +135,7 @@ final class Variable {
     /** Always holds the number or boolean that its declaration spells out. */
     boolean isConstant() {
         int type = initial == null ? Token.EMPTY : initial.getType();
-        return (type == Token.NUMBER || type == Token.TRUE || type == Token.FALSE) && kind.isLexical() && isSettled();
+        return (type == Token.NUMBER || type == Token.TRUE || type == Token.FALSE) && (kind.isLexical() || kind == Kind.VAR) && isSettled();
     }
 
     /** Whether a use may come before the initialisation, which only running the script can tell. */
