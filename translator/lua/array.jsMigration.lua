@@ -196,15 +196,15 @@ end
 method("slice", 2, function(o, n, first, last) return part(o, position(first, n, 0), position(last, n, n)) end)
 
 -- Where a splice begins, how many elements it removes, and how many it inserts.
-local function removal(n, ...)
-  local given, start, remove = select("#", ...), ...
+local function removal(n, given, start, remove)
   local first = position(start, n, 0)
   if given < 2 then return first, given == 0 and 0 or n - first, 0 end
   return first, max(0, min(toInteger(remove), n - first)), given - 2
 end
 
+-- What takes from `...` calls nothing before that does so as well, see Functions.parameters in the translator.
 method("splice", 2, function(o, n, ...)
-  local first, remove, count = removal(n, ...)
+  local first, remove, count = removal(n, select("#", ...), ...)
   checkLength(n - remove + count, MAX_SAFE)
   local removed = part(o, first, first + remove)
   replace(o, n, first, remove, count, select(3, ...))
@@ -238,7 +238,7 @@ local function texts(o, n, text)
   joining[o] = true
   for i = 0, n - 1 do
     local v = o[i]
-    parts[i + 1] = (v == nil or v == null) and "" or type(v) == "string" and v or text(v)
+    parts[i + 1] = (v == nil or v == null) and "" or text == str and type(v) == "string" and v or text(v)
   end
   return parts
 end
@@ -258,7 +258,10 @@ js.builtin(ArrayProto, "toString", 0, function(this)
   return js.ObjectProto.toString(o)
 end)
 method("toLocaleString", 0, function(o, n, locale, options)
-  return join(o, n, ",", function(v) return str(v:toLocaleString(locale, options)) end)
+  return join(o, n, ",", function(v)
+    if locale == nil and options == nil then return str(v:toLocaleString()) end
+    return str(v:toLocaleString(locale, options))
+  end)
 end)
 
 local function put(o, i, found, v, other)
@@ -313,20 +316,31 @@ end)
 
 -- The copying kin of what changes an array in place; a copy has no holes.
 
-method("toReversed", 0, function(o, n) return reverse(dense(o, n), n) end)
+method("toReversed", 0, function(o, n)
+  checkLength(n, LONGEST)
+  local a = { length = n }
+  for i = n - 1, 0, -1 do a[n - 1 - i] = o[i] end
+  return js.fresh(a, A)
+end)
 method("toSpliced", 2, function(o, n, ...)
-  local first, remove, count = removal(n, ...)
-  local a = dense(o, n)
-  replace(a, n, first, remove, count, select(3, ...))
-  return a
+  local first, remove, count = removal(n, select("#", ...), ...)
+  local by = count - remove
+  checkLength(n + by, MAX_SAFE)
+  checkLength(n + by, LONGEST)
+  local a = { length = n + by }
+  for i = 0, first - 1 do a[i] = o[i] end
+  for i = 1, count do a[first + i - 1] = (select(i + 2, ...)) end
+  for i = first + remove, n - 1 do a[i + by] = o[i] end
+  return js.fresh(a, A)
 end)
 method("with", 2, function(o, n, i, value)
   local at = toInteger(i)
   if at < 0 then at = at + n end
   if at < 0 or at >= n then js.throwError("RangeError", "Invalid index : " .. str(i)) end
-  local a = dense(o, n)
-  a[at] = value
-  return a
+  checkLength(n, LONGEST)
+  local a = { length = n }
+  for i = 0, n - 1 do if i == at then a[i] = value else a[i] = o[i] end end
+  return js.fresh(a, A)
 end)
 
 -- Making arrays, or what else `this` constructs.

@@ -46,7 +46,7 @@ end
 
 local function collection(o) return js.live(js.walk(o)) end
 local walkers = { Map = collection, Set = collection,
-  Arguments = function(o) return js.tail(o, 0) end,
+  Arguments = function(o) return type(o.length) == "number" and o or js.tail(o, 0) end,
   Iterator = function(o) return js.live(rawget(o, V)) end,
   String = function(o) return characters(rawget(o, V)) end }
 

@@ -44,10 +44,16 @@ local function dropHoles(a, n)
   end
 end
 
+-- A value as the length of an array.
+function js.lengthOf(v)
+  local wanted = js.uint32(v)
+  if wanted ~= js.num(v) then js.throwError("RangeError", "Invalid array length") end
+  return wanted
+end
+
 -- Makes an array so long, or as short as the elements that cannot be deleted allow. Gives the length that is wanted.
 function js.resize(a, v)
-  local wanted, s = js.uint32(v), rawget(a, S)
-  if wanted ~= js.num(v) then js.throwError("RangeError", "Invalid array length") end
+  local wanted, s = js.lengthOf(v), rawget(a, S)
   if wanted == a.length then return wanted end
   if s and s.fixedLength then js.readOnly("length", a) end
   if wanted > a.length then addHoles(a, a.length, wanted) end

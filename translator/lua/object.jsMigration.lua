@@ -1,6 +1,6 @@
 -- Object, Function.prototype, the global object as a value, console.
 local js = require("jsMigration.lua")
-local bit, math, pairs, type, rawget, select = bit, math, pairs, type, rawget, select
+local bit, math, type, rawget, select = bit, math, type, rawget, select
 local setmetatable, unpack, null, str, key, own = setmetatable, unpack, js.null, js.str, js.key, js.own
 local defineOwn, home, isScriptObject, ownKeys = js.defineOwn, js.home, js.isScriptObject, js.ownKeys
 local protoOf, typeError, ObjectProto, FunctionProto = js.protoOf, js.typeError, js.ObjectProto, js.FunctionProto
@@ -62,16 +62,19 @@ end
 -- Reads a descriptor object: which flags are given (WRITABLE also by a value) and set, whether there is a value.
 local function descriptor(d)
   if not isScriptObject(d) then typeError("Property description must be an object: " .. str(d)) end
-  local given, set = 0, 0
-  for name, flag in pairs({ enumerable = ENUMERABLE, configurable = CONFIGURABLE, writable = WRITABLE }) do
-    if js.has(name, d) then
-      given = given + flag
-      if js.truthy(d[name]) then set = set + flag end
-    end
+  local new = { given = 0, set = 0 }
+  local function flag(name, bit)
+    if not js.has(name, d) then return end
+    new.given = new.given + bit
+    if js.truthy(d[name]) then new.set = new.set + bit end
   end
-  local new = { given = given, set = set, hasValue = js.has("value", d), value = d.value }
+  flag("enumerable", ENUMERABLE)
+  flag("configurable", CONFIGURABLE)
+  new.hasValue = js.has("value", d)
+  if new.hasValue then new.value = d.value end
+  flag("writable", WRITABLE)
   new.get, new.setter = accessorOf(d, "get", "Getter"), accessorOf(d, "set", "Setter")
-  new.accessor, new.data = new.get ~= nil or new.setter ~= nil, new.hasValue or given % 2 == 1
+  new.accessor, new.data = new.get ~= nil or new.setter ~= nil, new.hasValue or new.given % 2 == 1
   if new.accessor and new.data then
     typeError("Invalid property descriptor. Cannot both specify accessors and a value or writable attribute")
   end
@@ -84,6 +87,7 @@ local function same(a, b)
 end
 
 local function defineLength(a, new)
+  if new.hasValue then new.value = js.lengthOf(new.value) end
   local s = js.ownShape(a)
   local refused = new.accessor or new.set >= ENUMERABLE or new.set % 2 == 1 and s.fixedLength
   if refused then typeError("Cannot redefine property: length") end
@@ -135,6 +139,21 @@ local function defineProperties(o, list)
   for i = 1, n do defineProperty(o, keys[i], all[i]) end
   return o
 end
+
+-- The older way to define and find accessors.
+local function half(word, place)
+  default("__define" .. word .. "ter__", 2, function(this, k, f)
+    local o = toObject(this)
+    if type(f) ~= "function" then typeError("Object.prototype.__define" .. word .. "ter__: Expecting function") end
+    defineProperty(o, key(k), { given = 6, set = 6, accessor = true, [place] = f })
+  end)
+  default("__lookup" .. word .. "ter__", 1, function(this, k)
+    local _, slot = js.holder(toObject(this), key(k))
+    return slot and slot.accessor and (place == "get" and slot.get or place == "setter" and slot.set) or nil
+  end)
+end
+half("Get", "get")
+half("Set", "setter")
 
 -- Object's own functions.
 

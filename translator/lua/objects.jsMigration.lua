@@ -174,7 +174,7 @@ local function describe(x)
   if not (mt and mt.js) then return (type(x) ~= "table" or x == js.null) and js.str(x) or "#<Object>" end
   if mt.array then return "[object Array]" end
   local at, slot = js.holder(x, "constructor")
-  local constructor = at and not slot and rawget(at, "constructor")
+  local constructor = at and not slot and rawget(js.home(at), "constructor")
   local name = type(constructor) == "function" and constructor.name
   return "#<" .. (type(name) == "string" and name or "Object") .. ">"
 end

@@ -191,9 +191,10 @@ method("endsWith", 1, function(s, what, last)
 end)
 method("split", 2, function(s, separator, limit)
   limit = limit == nil and 4294967295 or js.uint32(limit)
+  local sep = str(separator)
   if limit == 0 then return js.rest() end
   if separator == nil then return js.rest(s) end
-  separator = str(separator)
+  separator = sep
   local list, n, from = {}, 0, 1
   if separator == "" then
     n = min(length(s), limit)
@@ -247,8 +248,14 @@ local function changeCase(s, toUpper)
   return toUpper and string.upper(s) or string.lower(s)
 end
 for _, infix in ipairs({ "", "Locale" }) do
-  method("to" .. infix .. "UpperCase", 0, function(s) return changeCase(s, true) end)
-  method("to" .. infix .. "LowerCase", 0, function(s) return changeCase(s, false) end)
+  local function define(name, toUpper)
+    method("to" .. infix .. name, 0, function(s, locale)
+      if infix ~= "" and find(str(locale), "^[talTAL][rztRZT]%f[%A]") then js.inEnglish("to" .. infix .. name, locale) end
+      return changeCase(s, toUpper)
+    end)
+  end
+  define("UpperCase", true)
+  define("LowerCase", false)
 end
 
 -- What other engines have. A script that calls one of these is told why it cannot.

@@ -121,7 +121,9 @@ final class Binding implements NodeVisitor {
         while (around.getType() == Token.LP) around = around.getParent();
         if (node.getTarget() instanceof Name name) name(name, around.getType() != Token.DELPROP);
         else node.getTarget().visit(this);
-        names.mathShared |= node.getProperty().getIdentifier().equals("Math");
+        String property = node.getProperty().getIdentifier();
+        names.mathShared |= property.equals("Math");
+        names.hooks |= property.startsWith("__define");
         if (Patterns.isLink(node)) chain(node);
     }
 

@@ -130,8 +130,10 @@ final class Counting {
      * loop begins at 0 where it is to begin at -0.
      */
     private boolean startsRight() {
-        if (start.getType() == Token.NEG && Expressions.bare(((UnaryExpression) start).getOperand()) instanceof NumberLiteral number
-            && number.getNumber() == 0) return false;
+        AstNode from = Expressions.bare(start);
+        boolean below = from.getType() == Token.NEG && Expressions.bare(((UnaryExpression) from).getOperand()) instanceof NumberLiteral number
+            && number.getNumber() != 0;
+        if (from.getType() == Token.NEG && !below) return false;
         int type = g.types.of(start);
         boolean whole = Types.isWhole(type) && step == Math.rint(step);
         return Types.isNumber(type) && (whole || !open) && (up || Types.isNumber(g.types.of(bound)));

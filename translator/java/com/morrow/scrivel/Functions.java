@@ -170,11 +170,12 @@ final class Functions {
         List<String> named = info.hasRest ? names.subList(0, names.size() - 1) : names;
         String list = String.join(", ", named);
         boolean all = info.usesArguments;
+        // Nothing takes from `...` after a call: LuaJIT 2.1.0-beta3 may then take what lies one further.
+        if (all && !named.isEmpty()) top.add(g.line(node), "local " + list + " = ...");
         if (all) top.add(g.line(node), "local arguments = " + g.js("arguments") + "(...)");
-        if (all && !named.isEmpty()) top.add("local " + list + " = ...");
         if (info.hasRest) {
-            String rest = all && !named.isEmpty() ? g.js("select") + "(" + names.size() + ", ...)" : "...";
-            top.add("local " + names.get(named.size()) + " = " + g.js("rest") + "(" + rest + ")");
+            String rest = all ? g.js("tail") + "(arguments, " + named.size() + ")" : g.js("rest") + "(...)";
+            top.add("local " + names.get(named.size()) + " = " + rest);
         }
         g.line = g.line(node);
         open(info.scope);

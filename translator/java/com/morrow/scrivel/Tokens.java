@@ -421,7 +421,7 @@ final class Tokens {
     private boolean beginsObject() {
         return switch (last.kind) {
             case ';', '{', '}', ')', ']', ARROW, NUMBER, STRING, STEP -> false;
-            case NAME -> last.is("of");
+            case NAME -> last.is("of") && open.is('(') && open.before.is("for");
             case KEYWORD -> !STATEMENTS.contains(last.text());
             case TEMPLATE -> open == last;
             case ':' -> !open.is('{') || open.object;
