@@ -197,8 +197,12 @@ local setPrototypeOf = static("setPrototypeOf", 2, function(o, proto)
   return o
 end)
 
--- The property __proto__, unless o has one of its own. Undefined and null throw for it as for any other.
-local function isOrdinary(o) return o == nil or o == null or isScriptObject(o) and js.own(o, "__proto__") end
+-- The property __proto__, unless o has one of its own or none of Object.prototype's. Undefined and null throw for it as
+-- for any other.
+local function isOrdinary(o)
+  if not isScriptObject(o) then return o == nil or o == null end
+  return own(o, "__proto__") or o ~= ObjectProto and not js.inherits(o, ObjectProto)
+end
 function js.getproto(o)
   if isOrdinary(o) then return o.__proto__ end
   return getPrototypeOf(nil, o)

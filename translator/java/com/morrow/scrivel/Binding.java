@@ -248,9 +248,21 @@ final class Binding implements NodeVisitor {
         else if (Rewriting.isMark(left)) target(right, how, Types.ANYTHING);
         else {
             target(left, how, Types.ANYTHING);
+            int before = names.uses.size();
             right.visit(this);
+            if (how != null && isPattern(left)) hide(Patterns.names(left), before);
             Variable variable = left instanceof Name name && how != null ? names.scope.find(name.getIdentifier()) : null;
             if (variable != null && variable.start == left.getPosition()) variable.ownEnd = Math.max(variable.start, Names.end(part));
+        }
+    }
+
+    /** What stands behind a pattern runs before it: its names are not there yet. */
+    private void hide(List<Name> declared, int first) {
+        for (Variable.Use use : names.uses.subList(first, names.uses.size())) {
+            for (Name name : declared) {
+                boolean same = name.getIdentifier().equals(use.name.getIdentifier());
+                use.inDefault |= same && use.scope.function == names.function;
+            }
         }
     }
 

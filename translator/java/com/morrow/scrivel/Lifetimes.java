@@ -65,7 +65,7 @@ final class Lifetimes {
         int end = Math.max(v.start, v.ownEnd);
         for (Variable.Use use : v.uses) {
             FunctionInfo closure = use.closure();
-            if (closure == null) use.early = use.position != v.start && use.position < end;
+            if (closure == null) use.early = use.inDefault || use.position != v.start && use.position < end;
             else if (use.position < function.body.node.getPosition()) {
                 if (v.again) errors.report(use.name, "A function in a default value cannot use what the body declares again");
                 if (use.position < end && function.leavesBetween(closure.start, end)) {
@@ -114,7 +114,8 @@ final class Lifetimes {
     }
 
     private static void early(Variable v, Variable.Use use) {
-        if (use.position >= v.end || use.position > v.start && use.position >= v.ownEnd && use.position < v.patternEnd) return;
+        boolean within = use.position > v.start && use.position >= v.ownEnd && use.position < v.patternEnd;
+        if ((use.position >= v.end || within) && !use.inDefault) return;
         if (v.kind.isLexical()) use.early = true;
         else v.safe = false;
         v.inPlace = false;

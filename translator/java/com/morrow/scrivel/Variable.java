@@ -26,6 +26,8 @@ final class Variable {
         Variable variable;
         /** It stands where the variable cannot have been initialised yet. */
         boolean early;
+        /** It stands in the default value of a pattern that declares the variable, which comes first. */
+        boolean inDefault;
 
         Use(Name name, Scope scope, AstNode value) {
             this.name = name;
