@@ -165,7 +165,7 @@ final class Names {
             if (variable != null) variable.add(use);
             else if (use.name.getParent().getType() == Token.TYPEOF) asked.add(use.name.getIdentifier());
         }
-        asked.remove("eval");
+        Refusals.answer(asked);
         for (Variable.Use use : uses) {
             if (use.variable == null && !asked.contains(use.name.getIdentifier())) refusals.global(use.name);
         }

@@ -1,5 +1,6 @@
 package com.morrow.scrivel;
 
+import java.util.Collections;
 import java.util.List;
 import java.util.Set;
 import org.mozilla.javascript.Token;
@@ -9,9 +10,11 @@ import org.mozilla.javascript.ast.*;
 final class Refusals {
     /** Built-in names that other engines have; typeof may ask for them. */
     private static final Set<String> ELSEWHERE = Set.of(
-        "Symbol", "Proxy", "Promise", "Reflect", "BigInt", "Intl", "WeakRef", "ArrayBuffer", "DataView", "Int8Array",
-        "Uint8Array", "Uint8ClampedArray", "Int16Array", "Uint16Array", "Int32Array", "Uint32Array", "Float32Array",
-        "Float64Array", "AggregateError", "setTimeout", "setInterval");
+        "Symbol", "Proxy", "Promise", "Reflect", "BigInt", "Intl", "WeakRef", "AggregateError", "setTimeout", "setInterval");
+    /** Others of them: who has one has all. */
+    private static final Set<String> BINARY = Set.of(
+        "ArrayBuffer", "DataView", "Int8Array", "Uint8Array", "Uint8ClampedArray", "Int16Array", "Uint16Array", "Int32Array",
+        "Uint32Array", "Float32Array", "Float64Array", "BigInt64Array", "BigUint64Array");
 
     /** Libraries get the global object by a function of this text. */
     static final String GLOBAL = "return this";
@@ -74,14 +77,24 @@ final class Refusals {
         if (isAbsentClass(node)) return;
         if (name.equals("eval")) refuse(node, "Running text as a program (eval) is");
         else if (name.equals("RegExp")) refuse(node, "Regular expressions are");
-        else if (ELSEWHERE.contains(name)) refuse(node, name + " is");
+        else if (isElsewhere(name)) refuse(node, name + " is");
+    }
+
+    private static boolean isElsewhere(String name) {
+        return ELSEWHERE.contains(name) || BINARY.contains(name);
+    }
+
+    /** The names that a script may use which asks by typeof for these. */
+    static void answer(Set<String> asked) {
+        asked.remove("eval");
+        if (!Collections.disjoint(asked, BINARY)) asked.addAll(BINARY);
     }
 
     /** A class of other engines behind instanceof, which nothing is an instance of unless the script defines it. */
     static boolean isAbsentClass(AstNode node) {
         boolean asked = node.getParent() instanceof InfixExpression test && test.getType() == Token.INSTANCEOF && test.getRight() == node;
         if (!asked || !(node instanceof Name name) || Names.variable(name) != null) return false;
-        return ELSEWHERE.contains(name.getIdentifier()) || name.getIdentifier().equals("RegExp");
+        return isElsewhere(name.getIdentifier()) || name.getIdentifier().equals("RegExp");
     }
 
     /** The support library keeps what it knows of an object under names like \0s. */
