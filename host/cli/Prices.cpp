@@ -57,9 +57,10 @@ private:
 
     // Columns are known by their names in small letters.
     void takeHeader(char* from, char* to) {
-        char* const end = std::find(from, to, '\n');
+        char* const first = std::find_if(from, to, [](char c) { return c != '\r' && c != '\n'; });
+        char* const end = std::find(first, to, '\n');
         mInHeader = end == to;
-        std::transform(from, end, from, [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+        std::transform(first, end, first, [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
     }
 
     const std::string mPath;

@@ -362,8 +362,8 @@ class CliTest(unittest.TestCase):
 
     def test_misuse_of_the_host_is_told_in_words_of_javascript(self):
         for body, message in [
-            ("s[p] = high - low;", ": TypeError: high is not a number; of a series, take one bar"),
-            ("if (s > 1) return;", ": TypeError: An object of the host is not a number; of a series, take one bar"),
+            ("s[p] = high - low;", ": TypeError: high is not a number; if it is a series, take one bar"),
+            ("if (s > 1) return;", ": TypeError: An object of the host is not a number; if it is a series, take one bar"),
             ("i.addStream();", ": TypeError: addStream: argument 1 must be a string, not undefined"),
             ("s[p] = i.parameters.n;", "script.jsl: warning: the stream 'S' has no value at any bar"),
         ]:

@@ -131,7 +131,10 @@ local function translate(text)
     return "TypeError", method .. ": argument " .. place .. " must be a " .. wanted .. ", not " .. (NAMES[got] or got)
   end
   local operand = match(text, "^attempt to perform arithmetic on (.*)$")
-  if operand then return "TypeError", js.notNumber(match(operand, "'([^']*)'")) end
+  if operand then
+    local name = match(operand, "'([^']*)'")
+    return "TypeError", js.notNumber(name and original(name))
+  end
   local called = match(text, "^attempt to call %S+ '([^']*)' %(an? [%w ]+ value%)")
   if called then return "TypeError", original(called) .. " is not a function" end
   local value = match(text, "^attempt to call an? ([%w ]+) value")

@@ -46,7 +46,10 @@ end
 
 local function collection(o) return js.live(js.walk(o)) end
 local walkers = { Map = collection, Set = collection,
-  Arguments = function(o) return type(o.length) == "number" and o or js.tail(o, 0) end,
+  Arguments = function(o)
+    local n = o.length
+    return type(n) == "number" and n % 1 == 0 and o or js.list(o, 0, js.toInteger(n) - 1)
+  end,
   Iterator = function(o) return js.live(rawget(o, V)) end,
   String = function(o) return characters(rawget(o, V)) end }
 

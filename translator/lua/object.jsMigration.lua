@@ -63,10 +63,10 @@ end
 local function descriptor(d)
   if not isScriptObject(d) then typeError("Property description must be an object: " .. str(d)) end
   local new = { given = 0, set = 0 }
-  local function flag(name, bit)
+  local function flag(name, value)
     if not js.has(name, d) then return end
-    new.given = new.given + bit
-    if js.truthy(d[name]) then new.set = new.set + bit end
+    new.given = new.given + value
+    if js.truthy(d[name]) then new.set = new.set + value end
   end
   flag("enumerable", ENUMERABLE)
   flag("configurable", CONFIGURABLE)

@@ -191,10 +191,10 @@ method("endsWith", 1, function(s, what, last)
 end)
 method("split", 2, function(s, separator, limit)
   limit = limit == nil and 4294967295 or js.uint32(limit)
-  local sep = str(separator)
+  local given = separator
+  separator = str(separator)
   if limit == 0 then return js.rest() end
-  if separator == nil then return js.rest(s) end
-  separator = sep
+  if given == nil then return js.rest(s) end
   local list, n, from = {}, 0, 1
   if separator == "" then
     n = min(length(s), limit)

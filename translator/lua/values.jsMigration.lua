@@ -30,7 +30,7 @@ end
 
 -- The message for what the host gave where a number is wanted: most often a series whose index was forgotten.
 function js.notNumber(name)
-  return (name or "An object of the host") .. " is not a number; of a series, take one bar, like close[period]"
+  return (name or "An object of the host") .. " is not a number; if it is a series, take one bar, like close[period]"
 end
 
 -- What stands for an object where a primitive is wanted; what is none passes. Hint: "string", "number" or nil.

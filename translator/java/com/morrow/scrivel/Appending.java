@@ -21,7 +21,7 @@ final class Appending {
     /** Whether something is appended time and again before anything else happens to a variable. */
     private static boolean gathers(Variable variable) {
         for (Variable.Use use : variable.uses) {
-            AstNode around = isAppended(use) ? repeated(use) : null;
+            AstNode around = isAppended(use) ? repeated(use, variable.home) : null;
             if (around != null) return !isUsedIn(around, variable);
         }
         return false;
@@ -41,9 +41,9 @@ final class Appending {
             && change.getLeft() == use.name && change.getParent() instanceof ExpressionStatement;
     }
 
-    /** The loop or function around a use that the variable is not declared in, or null. */
-    static AstNode repeated(Variable.Use use) {
-        for (AstNode node = use.name.getParent(); node != null && node != use.variable.home.node; node = node.getParent()) {
+    /** The loop or function around a use that its variable's home does not stand in, or null. */
+    static AstNode repeated(Variable.Use use, Scope home) {
+        for (AstNode node = use.name.getParent(); node != null && node != home.node; node = node.getParent()) {
             if (node instanceof Loop || node instanceof FunctionNode) return node;
         }
         return null;

@@ -36,15 +36,16 @@ final class Assignments {
 
     /** Whether a loop or function gives a variable of outside a value that does not depend on its last one. */
     private static boolean isCarried(Variable.Use use) {
+        Variable variable = use.variable;
         boolean compound = use.value instanceof Assignment change && change.getType() != Token.ASSIGN;
-        if (compound || use.variable.spilledIn != null || Appending.repeated(use) == null) return false;
-        for (Variable.Use other : use.variable.uses) {
+        Scope home = variable.kind.isLexical() ? variable.home : variable.scope;
+        if (compound || variable.spilledIn != null || Appending.repeated(use, home) == null) return false;
+        for (Variable.Use other : variable.uses) {
             boolean within = other.position >= use.value.getPosition() && other.position < Names.end(use.value);
             if (within && other != use) return false;
         }
         return true;
     }
-
 
     /** A value in the form in which a variable holds it. */
     static Code kept(Variable variable, Code value) {

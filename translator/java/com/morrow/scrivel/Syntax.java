@@ -35,7 +35,9 @@ final class Syntax {
     private static void report(ParseProblem problem, Source source, Diagnostics errors) {
         int at = source.original(problem.getFileOffset());
         String message = explain(source.given, at, problem.getLength(), problem.getMessage());
-        if (message != null && problem.getType() == ParseProblem.Type.Error) errors.reportToken(at, message + source.hint(at));
+        if (message != null && problem.getType() == ParseProblem.Type.Error) {
+            errors.reportToken(at, message.startsWith("Unterminated") ? message : message + source.hint(at));
+        }
     }
 
     /** The parser counts a node's position from its parent's, but for slips in loops within labelled statements. */

@@ -286,7 +286,7 @@ final class Tokens {
 
     /** Ends a string at the end of its line, before the brackets and signs that most likely were to follow it. */
     private void unterminated(char quote, int plain) {
-        errors.reportToken(start, "Unterminated string literal");
+        errors.reportTokens(start, at, "Unterminated string literal");
         while (at > plain && ")]};, \t".indexOf(text.charAt(at - 1)) >= 0) at--;
         edits.insert(at, String.valueOf(quote));
     }
