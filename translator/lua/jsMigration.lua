@@ -158,11 +158,6 @@ function js.pass(f, this, list, n)
   return f(this, js.elements(list, n))
 end
 
--- Fields that the objects of a constructor came to last time decide how much room the next one starts with.
-local function room2(s) return { [S] = s, a = nil } end
-local function room4(s) return { [S] = s, a = nil, b = nil, c = nil } end
-local function room8(s) return { [S] = s, a = nil, b = nil, c = nil, d = nil, e = nil, f = nil, g = nil } end
-
 local function firstInstance(f, text)
   local _, _, kind = js.signature(f)
   if kind ~= "f" then typeError(text .. " is not a constructor") end
@@ -172,12 +167,8 @@ local function firstInstance(f, text)
   return mt
 end
 
-local function finishNew(mt, o, r)
-  if r ~= nil and isObject(r) then return r end
-  if not mt.make then
-    local n = rawget(o, S).n
-    mt.make = n <= 1 and room2 or n <= 3 and room4 or n <= 7 and room8 or room2
-  end
+local function finishNew(o, r)
+  if isObject(r) then return r end
   return o
 end
 
@@ -188,8 +179,8 @@ js.new = function(f, text, ...)
     if construct[f] then return construct[f](...) end
     mt = firstInstance(f, text)
   end
-  local o = fresh((mt.make or room2)(mt.root), mt)
-  return finishNew(mt, o, (f(o, ...)))
+  local o = fresh({ [S] = mt.root }, mt)
+  return finishNew(o, (f(o, ...)))
 end
 
 -- Literals, arguments, iteration.
