@@ -140,12 +140,6 @@ function js.call(f, text, ...)
   return f(...)
 end
 
-function js.method(o, k, ...)
-  local f = get(o, k)
-  if type(f) ~= "function" and not callable(f) then js.notfunction(type(k) == "number" and "[" .. str(k) .. "]" or str(k)) end
-  return f(o, ...)
-end
-
 -- The first n elements of an array, or of something like one.
 function js.elements(list, n)
   if n > 7000 then js.throwError("RangeError", "Maximum call stack size exceeded") end

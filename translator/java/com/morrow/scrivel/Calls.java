@@ -27,8 +27,7 @@ final class Calls {
             throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
         if (Patterns.isLink(target)) return lookedUp(node, Expressions.bare(Patterns.target(target)), true);
-        if (isOneList(arguments)) return lookedUp(node, target, false);
-        if (target instanceof ElementGet member) return computedMethod(node, member);
+        if (target instanceof ElementGet || isOneList(arguments)) return lookedUp(node, target, false);
         if (!(target instanceof PropertyGet member)) return function(node, target, arguments);
         Code known = math(member, arguments);
         return known != null ? known : method(member, arguments);
@@ -120,12 +119,11 @@ final class Calls {
         Block.Link mark = g.out.mark();
         Code object = operands.get(0);
         arguments(operands, arguments);
-        if ((g.out.mark() != mark || !Lua.isName(name)) && !areQuiet(arguments)) {
+        if (!Lua.isName(name) || g.out.mark() != mark && !areQuiet(arguments)) {
             Code saved = operands.get(0);
             Code method = g.save(Code.of(saved.within(Code.PREFIX), line, Lua.member(name)), saved == object ? mark : mark.next);
             return library(line, "call", operands.from(0), method, ", " + name(target));
         }
-        if (!Lua.isName(name)) return library(line, "method", operands.from(1), operands.get(0), ", " + Lua.quote(name));
         return close(Code.of(operands.get(0).within(Code.PREFIX), line, ":" + name), "", operands.from(1));
     }
 
@@ -133,16 +131,6 @@ final class Calls {
     private boolean areQuiet(List<AstNode> arguments) {
         for (AstNode argument : arguments) if (!Quiet.is(argument, g)) return false;
         return true;
-    }
-
-    private Code computedMethod(FunctionCall node, ElementGet target) {
-        List<AstNode> arguments = node.getArguments();
-        if (!areQuiet(arguments)) return lookedUp(node, target, false);
-        Operands operands = new Operands(g, false);
-        Place place = Place.of(g, target, operands, false);
-        int first = operands.count();
-        arguments(operands, arguments);
-        return library(place.line(), "method", operands.from(first), place.object(), ", ", place.keyValue());
     }
 
     /**
