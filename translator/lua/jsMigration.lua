@@ -301,9 +301,8 @@ function js.ready(v, name)
   return v
 end
 
--- The bound of a counting loop: a number, but not NaN, and the object that has to be compared with each turn, if it is one.
+-- The bound of a counting loop: a number that is not NaN, which compiled loops take for one turn.
 function js.limit(x)
-  if isObject(x) then return 1 / 0, x end
   x = js.num(x)
   return x == x and x or -1 / 0
 end

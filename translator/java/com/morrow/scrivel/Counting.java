@@ -4,9 +4,8 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /**
- * For loops that count become Lua's numeric loops: when nothing but the increment changes the counter, and nothing in
- * the loop can change its bound. Bounds that are not known to be numbers are asked once; an object that stands for one
- * is compared with each turn.
+ * For loops that count become Lua's numeric loops: when nothing but the head changes the counter, and nothing in the loop
+ * can change its bound. The bound is asked once.
  */
 final class Counting {
     /** With larger steps, a loop gets to where whole numbers are no longer exact. */
@@ -15,9 +14,10 @@ final class Counting {
     private final Generator g;
     private final ForLoop loop;
     private Variable counter;
+    /** The counter is the loop's own. */
+    private boolean own;
     private AstNode start;
     private AstNode bound;
-    private int comparison;
     /** The counter goes up, and the bound itself is not reached. */
     private boolean up, open;
     private double step;
@@ -29,25 +29,26 @@ final class Counting {
 
     /** Whether the loop counts. To be asked before it is written. */
     boolean applies() {
-        return hasForm() && keepsCounter() && isInvariant(bound) && startsRight();
+        return hasForm() && keepsCounter() && isInvariant(bound);
     }
 
     // -- recognition
 
     private boolean hasForm() {
         AstNode condition = Expressions.bare(loop.getCondition());
-        comparison = condition.getType();
+        int comparison = condition.getType();
         up = comparison == Token.LT || comparison == Token.LE;
         open = comparison == Token.LT || comparison == Token.GT;
         if (!up && comparison != Token.GT && comparison != Token.GE) return false;
         AstNode left = ((InfixExpression) condition).getLeft();
         bound = Expressions.bare(((InfixExpression) condition).getRight());
         counter = left.getType() == Token.NAME ? Names.variable(left) : null;
-        if (counter == null || counter.spilledIn != null || counter.checked) return false;
+        if (counter == null || counter.spilledIn != null || counter.checked || counter.shared) return false;
+        own = counter.scope == Names.scope(loop);
         step = step(Expressions.bare(loop.getIncrement()));
         start = start(loop.getInitializer());
         boolean steps = (up ? step > 0 : step < 0) && Math.abs(step) <= MOST_STEP;
-        return steps && start != null && Quiet.is(start, g) && settlesOthers(loop.getInitializer());
+        return steps && start != null && startsRight(Expressions.bare(start));
     }
 
     private boolean isCounter(AstNode node) {
@@ -78,65 +79,31 @@ final class Counting {
         return found;
     }
 
-    private boolean settlesOthers(AstNode head) {
-        if (!(head instanceof VariableDeclaration declaration)) return true;
-        boolean after = false;
-        for (VariableInitializer part : declaration.getVariables()) {
-            if (part.getTarget().getType() != Token.NAME) return false;
-            if (isCounter(part.getTarget())) after = true;
-            else if (after && !isInvariant(start) || !Names.variable(part.getTarget()).isSettled()) return false;
-        }
-        return true;
+    /**
+     * The counter begins as a number, and a whole one where an open bound is turned into a closed one, which is exact for
+     * these. A compiled Lua loop begins at 0 where it is to begin at -0.
+     */
+    private boolean startsRight(AstNode from) {
+        boolean below = from instanceof UnaryExpression sign && sign.getOperand() instanceof NumberLiteral number && number.getNumber() != 0;
+        if (from.getType() == Token.NEG && !below) return false;
+        int type = g.types.of(from);
+        return Types.isNumber(type) && (!open || Types.isWhole(type) && step == Math.rint(step));
     }
 
     private boolean isInLoop(Variable.Use use) {
         return use.position >= loop.getPosition() && use.position < Names.end(loop);
     }
 
-    /** The counter is written by the loop's head alone and read in the loop alone. */
+    /** The loop's head alone changes the counter there, and no function does. */
     private boolean keepsCounter() {
         if (counter.kind == Variable.Kind.CONST || counter.kind == Variable.Kind.SELF) return false;
-        for (Variable.Use use : counter.uses) {
-            boolean inHead = isInLoop(use) && use.position < loop.getCondition().getPosition();
-            if (inHead && (use.closure() != null || counter.kind.isLexical() && !use.write)) return false;
-        }
-        if (counter.kind.isLexical() && counter.scope == Names.scope(loop)) return counter.writes == 2;
-        if (counter.captured) return false;
         int writes = 0;
         for (Variable.Use use : counter.uses) {
+            boolean inHead = isInLoop(use) && use.position < loop.getCondition().getPosition();
+            if (use.early || use.write && use.closure() != null || own && inHead && !use.write) return false;
             if (use.write && isInLoop(use)) writes++;
-            if (heads(use.name) != 1) return false;
         }
         return writes == 2;
-    }
-
-    /** How many for loops around a use start the counter anew before it; a use in such a start counts for none. */
-    private int heads(AstNode use) {
-        int count = 0;
-        AstNode child = use;
-        for (AstNode node = use.getParent(); node != null && !(node instanceof FunctionNode); node = node.getParent()) {
-            if (node instanceof ForLoop outer && start(outer.getInitializer()) != null) {
-                if (child == outer.getInitializer() && !Names.use(use).write) return 0;
-                count++;
-            }
-            child = node;
-        }
-        return count;
-    }
-
-    /**
-     * The counter begins as a number. An open bound is turned into a closed one, which is exact for whole numbers. For
-     * undefined and for objects, the library puts an infinity that is right for counters that go up only. A compiled Lua
-     * loop begins at 0 where it is to begin at -0.
-     */
-    private boolean startsRight() {
-        AstNode from = Expressions.bare(start);
-        boolean below = from.getType() == Token.NEG && Expressions.bare(((UnaryExpression) from).getOperand()) instanceof NumberLiteral number
-            && number.getNumber() != 0;
-        if (from.getType() == Token.NEG && !below) return false;
-        int type = g.types.of(start);
-        boolean whole = Types.isWhole(type) && step == Math.rint(step);
-        return Types.isNumber(type) && (whole || !open) && (up || Types.isNumber(g.types.of(bound)));
     }
 
     private boolean isInvariant(AstNode node) {
@@ -149,7 +116,7 @@ final class Counting {
             case Token.GETPROP -> {
                 PropertyGet get = (PropertyGet) node;
                 yield get.getProperty().getIdentifier().equals("length") && get.getTarget().getType() == Token.NAME
-                    && isInvariant(get.getTarget()) && Quiet.is(get, g) && Quiet.is(loop.getBody(), g) && Quiet.is(start, g);
+                    && isInvariant(get.getTarget()) && Quiet.is(get, g) && Quiet.is(loop.getBody(), g);
             }
             default -> false;
         };
@@ -166,56 +133,36 @@ final class Counting {
 
     // -- writing
 
+    /** The head of the loop declares the counter and nothing else. */
+    boolean isAlone() {
+        return own && ((VariableDeclaration) loop.getInitializer()).getVariables().size() == 1;
+    }
+
+    /** Writes the loop. If its counter is not alone, the head has run. */
     void write(Loops loops) {
         int line = g.line;
-        loops.own(Names.scope(loop));
-        counter.counts = true;
-        declareOthers();
-        g.line = line;
-        Operands operands = new Operands(g, false).add(start);
-        boolean certain = isCertain(start), number = Types.isNumber(g.types.of(bound));
-        boolean tested = !certain || number && !isCertain(bound);
-        if (number) operands.add(bound);
-        if (tested) operands.keep();
-        Code first = operands.get(0), end;
-        String slow = null;
-        if (number) end = operands.get(1);
-        else {
-            String fast = g.fresh();
-            slow = g.fresh();
-            g.temporaries += 2;
-            g.out.add(line, "local " + fast + ", " + slow + " = ", g.operators.library("limit", g.value(bound)));
-            end = Code.read(fast, Types.NUMBER);
-        }
-        Code limit = closed(end);
-        if (tested) {
-            // Asked here whether there is a first turn: LuaJIT's compiled loop takes one where an end is NaN.
-            Code test = Code.of(first, up ? open ? " < " : " <= " : open ? " > " : " >= ", end, " and ");
-            limit = Code.of(test, limit, up ? " or -1 / 0" : " or 1 / 0");
-            if (!certain) first = Code.of(test, first, up ? " or 1 / 0" : " or -1 / 0");
-        }
-        String by = step == 1 ? "" : ", " + Lua.number(step);
-        g.out.add(line, "for " + counter.lua + " = ", first, ", ", limit, by + " do");
-        if (slow != null) {
-            Code value = Code.read(counter.lua, Types.NUMBER);
-            Code test = g.operators.combine(comparison, value, Code.read(slow, Types.UNKNOWN), line);
-            g.out.add(line, "if " + slow + " and ", g.operators.not(test), " then break end");
-        }
-        loops.body(loop.getBody(), false);
+        if (!own) g.temporaries++;
+        Code first = isAlone() ? g.value(start) : Code.read(counter.access(), g.types.of(start));
+        String item = own ? counter.lua : g.fresh();
+        Operands operands = new Operands(g, false).put(g.out.mark(), isCertain(start) ? first : limit(first, !up));
+        Block.Link mark = g.out.mark();
+        Code end = g.value(bound);
+        operands.put(mark, closed(isCertain(bound) ? end : limit(end, up)));
+        g.out.add(line, "for " + item + " = ", operands.get(0), ", ", operands.get(1),
+            (step == 1 ? "" : ", " + Lua.number(step)) + " do");
+        if (!own) g.out.add(counter.access() + " = " + item);
+        counter.counts = own;
+        loops.body(loop.getBody(), !own);
         counter.counts = false;
+        if (!own) g.out.add(line, counter.access() + " = " + item + " + " + Lua.number(step));
         g.out.add(line, "end");
     }
 
-    /** Declares the names of the head but the counter, which the Lua loop declares. */
-    private void declareOthers() {
-        g.functions.open(Names.scope(loop));
-        if (!(loop.getInitializer() instanceof VariableDeclaration declaration)) return;
-        for (VariableInitializer part : declaration.getVariables()) {
-            if (isCounter(part.getTarget())) continue;
-            g.temporaries++;
-            g.line = g.line(part);
-            g.statements.single((Name) part.getTarget(), part.getInitializer());
-        }
+    /** A value as a number; where it is NaN, the infinity that ends a loop before its first turn. */
+    private Code limit(Code value, boolean least) {
+        Code code = least ? value : Code.of("-", value.within(Code.UNARY + 1)).ranked(Code.UNARY, Types.NUMBER);
+        code = g.operators.library(g.line, "limit", code).typed(Types.NUMBER);
+        return least ? code : Code.of("-", code).ranked(Code.UNARY, Types.NUMBER);
     }
 
     /** Surely not NaN. Products and sums of whole numbers may have grown to infinities, and a difference of those is. */

@@ -91,7 +91,7 @@ final class Functions {
     }
 
     private static boolean isHoisted(Variable variable) {
-        if (variable.inPlace || variable.counts || variable.spilledIn != null) return false;
+        if (variable.inPlace || variable.spilledIn != null) return false;
         if (variable.kind == Variable.Kind.FUNCTION) return variable.writes > 0 || isUsedBefore(variable);
         return variable.kind == Variable.Kind.VAR || variable.kind.isLexical();
     }

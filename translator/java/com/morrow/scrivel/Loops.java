@@ -108,18 +108,19 @@ final class Loops {
 
     private void forLoop(ForLoop node) {
         Counting counter = new Counting(g, node);
-        if (counting < MOST_COUNTING && counter.applies()) {
+        boolean counts = counting < MOST_COUNTING && counter.applies();
+        Scope scope = Names.scope(node);
+        own(scope);
+        g.functions.open(scope);
+        int line = g.line;
+        if (!counts || !counter.isAlone()) initialise(node.getInitializer());
+        g.line = line;
+        if (counts) {
             counting++;
             counter.write(this);
             counting--;
             return;
         }
-        Scope scope = Names.scope(node);
-        own(scope);
-        g.functions.open(scope);
-        int line = g.line;
-        initialise(node.getInitializer());
-        g.line = line;
         ArrayList<Variable> fresh = new ArrayList<>();
         boolean anew = false;
         for (Variable variable : scope.variables) anew |= variable.captured && variable.writes > 1;
