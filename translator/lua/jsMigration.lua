@@ -301,10 +301,11 @@ function js.ready(v, name)
   return v
 end
 
--- The bound of a counting loop: a number that is not NaN, which compiled loops take for one turn.
-function js.limit(x)
+-- The start or bound of a counting loop as a number. For NaN, which compiled loops take for one turn, the infinity that
+-- lets the loop end before its first.
+function js.limit(x, none)
   x = js.num(x)
-  return x == x and x or -1 / 0
+  return x == x and x or none or -1 / 0
 end
 
 return js

@@ -160,9 +160,9 @@ final class Counting {
 
     /** A value as a number; where it is NaN, the infinity that ends a loop before its first turn. */
     private Code limit(Code value, boolean least) {
-        Code code = least ? value : Code.of("-", value.within(Code.UNARY + 1)).ranked(Code.UNARY, Types.NUMBER);
-        code = g.operators.library(g.line, "limit", code).typed(Types.NUMBER);
-        return least ? code : Code.of("-", code).ranked(Code.UNARY, Types.NUMBER);
+        Code code = least ? g.operators.library(g.line, "limit", value)
+            : g.operators.library(g.line, "limit", value, Code.atom("1 / 0", Types.NUMBER));
+        return code.typed(Types.NUMBER);
     }
 
     /** Surely not NaN. Products and sums of whole numbers may have grown to infinities, and a difference of those is. */
