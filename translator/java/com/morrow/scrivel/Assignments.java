@@ -31,25 +31,13 @@ final class Assignments {
             return;
         }
         if (variable == null) Place.store(g, g.line(name), Code.of(g.line(name), g.js("G") + Lua.member(name.getIdentifier())), value);
-        else g.out.add(g.line, variable.access() + " = ", kept(variable, isCarried(use) ? g.operators.unscaled(value) : value));
-    }
-
-    /** Whether a loop or function gives a variable of outside a value that does not depend on its last one. */
-    private static boolean isCarried(Variable.Use use) {
-        Variable variable = use.variable;
-        boolean compound = use.value instanceof Assignment change && change.getType() != Token.ASSIGN;
-        Scope home = variable.kind.isLexical() ? variable.home : variable.scope;
-        if (compound || variable.spilledIn != null || Appending.repeated(use, home) == null) return false;
-        for (Variable.Use other : variable.uses) {
-            boolean within = other.position >= use.value.getPosition() && other.position < Names.end(use.value);
-            if (within && other != use) return false;
-        }
-        return true;
+        else g.out.add(g.line, variable.access() + " = ", kept(use, value));
     }
 
     /** A value in the form in which a variable holds it. */
-    static Code kept(Variable variable, Code value) {
-        return variable.pieces ? Code.of("{", value, "}") : value;
+    Code kept(Variable.Use use, Code value) {
+        if (use.variable.pieces) return Code.of("{", value, "}");
+        return Carried.is(use) ? Carried.own(value, g) : value;
     }
 
     // -- forms of assignment
@@ -60,13 +48,7 @@ final class Assignments {
         boolean plain = node.getType() == Token.ASSIGN;
         if (!plain && Names.operator(node) != null) return logical(node, left);
         if (!plain) return compound(node, left, wanted);
-        if (left.getType() == Token.ARRAYLIT || left.getType() == Token.OBJECTLIT) {
-            boolean unseen = !wanted && node.getRight() instanceof ArrayLiteral && left.getType() == Token.ARRAYLIT;
-            Code value = unseen ? g.literals.array((ArrayLiteral) node.getRight(), "setmetatable") : g.keep(g.value(node.getRight()));
-            value.origin = node.getRight();
-            give(left, value, false);
-            return value;
-        }
+        if (left.getType() == Token.ARRAYLIT || left.getType() == Token.OBJECTLIT) return takeApart(left, node.getRight(), false, wanted);
         Operands operands = new Operands(g, true);
         Place place = Place.target(g, left, operands, false).at(g.operatorLine(node));
         operands.put(g.out.mark(), named(node.getRight(), node.getLeft()));
@@ -128,6 +110,27 @@ final class Assignments {
     }
 
     // -- patterns
+
+    /** Gives what stands on the right to a pattern; an array literal that nothing else would see is not made. */
+    Code takeApart(AstNode pattern, AstNode right, boolean declaring, boolean wanted) {
+        if (!wanted && pattern instanceof ArrayLiteral targets && Expressions.bare(right) instanceof ArrayLiteral list
+            && !Patterns.anySpread(targets.getElements()) && Literals.isDense(list)) {
+            Operands values = new Operands(g, true);
+            for (AstNode element : list.getElements()) values.add(element);
+            values.keep();
+            int index = 0;
+            for (AstNode target : targets.getElements()) {
+                Code value = index < values.count() ? values.get(index) : Code.atom("nil", Types.UNKNOWN);
+                if (target.getType() != Token.EMPTY) give(target, value, declaring);
+                index++;
+            }
+            return null;
+        }
+        Code value = g.keep(g.value(right));
+        value.origin = right;
+        give(pattern, value, declaring);
+        return value;
+    }
 
     /** Gives a value, which can be read several times, to whatever stands on the left. */
     void give(AstNode target, Code value, boolean declaring) {

@@ -40,8 +40,8 @@ final class Code {
     boolean parenthesis;
     /** Of text: it surely begins, or ends, with no half of a surrogate pair. */
     boolean beginsWhole, endsWhole;
-    /** A product, quotient or power that compiled code may find to be a whole number times 1. */
-    boolean scaled;
+    /** A number that compiled code holds by itself, see {@link Carried}. */
+    boolean own;
     /** What a bit operator may take instead, or null: the same but for a multiple of 2^32. */
     Code bits;
     /** A bound on the registers and nesting that its evaluation needs. */

@@ -102,6 +102,7 @@ final class Expressions {
         if (variable.isConstant()) return value(variable.initial);
         if (variable.pieces) return g.operators.library("joined", Code.of(variable.access())).typed(Types.STRING);
         Code code = Code.read(variable.access(), variable.type);
+        code.own = variable.own || variable.counts;
         code.stable = variable.isSettled() || variable.counts;
         FunctionInfo home = variable.inPlace ? variable.home.function : variable.scope.function;
         code.fragile = variable.writtenInClosure && variable.spilledIn == null && use.scope.function == home;
@@ -196,7 +197,7 @@ final class Expressions {
     /** Assigns a value in the branch that needs it. */
     private void give(Prepared value, Code result) {
         g.out.add(value.before());
-        g.out.add(g.line, result, " = ", value.code());
+        g.out.add(g.line, result, " = ", Carried.own(value.code(), g));
     }
 
     private static boolean isTruthyInLua(Prepared value) {

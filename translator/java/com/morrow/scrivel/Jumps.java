@@ -25,7 +25,7 @@ final class Jumps {
     /** The value's parentheses keep the frame: Lua's tail call would drop it from every traceback. */
     void returning(AstNode node) {
         Code code = Code.of(g.line, "return");
-        Code value = node == null ? null : g.operators.unscaled(g.value(node));
+        Code value = node == null ? null : Carried.own(g.value(node), g);
         Flow part = part();
         if (part != null) {
             part.returns = true;

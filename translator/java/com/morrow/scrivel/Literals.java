@@ -22,12 +22,12 @@ final class Literals {
         this.g = g;
     }
 
-    Code array(ArrayLiteral node) {
-        return array(node, "fresh");
+    /** Neither holes nor spread. */
+    static boolean isDense(ArrayLiteral node) {
+        return !Patterns.anySpread(node.getElements()) && node.getElements().stream().noneMatch(e -> e.getType() == Token.EMPTY);
     }
 
-    /** What only a pattern sees is made by Lua's `setmetatable`: compiled code need not make it at all. */
-    Code array(ArrayLiteral node, String maker) {
+    Code array(ArrayLiteral node) {
         List<AstNode> elements = node.getElements();
         if (Patterns.anySpread(elements)) return g.calls.gathered(elements).typed(Types.OBJECT);
         Operands operands = new Operands(g, false);
@@ -38,10 +38,10 @@ final class Literals {
             else operands.add(element);
             holes |= hole;
         }
-        return (holes ? withHoles(node, operands) : dense(operands, maker)).typed(Types.OBJECT);
+        return (holes ? withHoles(node, operands) : dense(operands)).typed(Types.OBJECT);
     }
 
-    private Code dense(Operands operands, String maker) {
+    private Code dense(Operands operands) {
         int count = operands.count();
         Code fields = new Code();
         for (int i = 0; i < count; i++) {
@@ -52,11 +52,11 @@ final class Literals {
             if (literal) fields.add(before + element.items.get(0));
             else fields.add(before, element);
         }
-        return table(maker, fields, count == 0, (count == 0 ? "length = " : ", length = ") + count, "A");
+        return table(fields, count == 0, (count == 0 ? "length = " : ", length = ") + count, "A");
     }
 
-    private Code table(String maker, Code fields, boolean empty, String last, String metatable) {
-        Code code = Code.of(g.js(maker), "({", fields, last + "}, " + g.js(metatable) + ")");
+    private Code table(Code fields, boolean empty, String last, String metatable) {
+        Code code = Code.of(g.js("fresh"), "({", fields, last + "}, " + g.js(metatable) + ")");
         code.weight = empty ? 5 : fields.weight + 5;
         return code;
     }
@@ -121,7 +121,7 @@ final class Literals {
             String key = keys.get(i);
             fields.add(Lua.isName(key) ? key + " = " : '[' + Lua.quote(key) + "] = ", operands.get(i), ", ");
         }
-        return table("fresh", fields, keys.isEmpty(), "[\"\\0s\"] = " + g.runtime.shape(keys), "O");
+        return table(fields, keys.isEmpty(), "[\"\\0s\"] = " + g.runtime.shape(keys), "O");
     }
 
     /** An object with accessors, numeric or repeated keys, or very many: made empty, then filled in order. */

@@ -100,24 +100,6 @@ final class Operators {
 
     /** Applies a binary operator that stands on a line. */
     Code combine(int operator, Code left, Code right, int line) {
-        boolean divides = operator == Token.DIV || operator == Token.EXP, multiplies = operator == Token.MUL;
-        if ((divides || multiplies) && right.is("1")) return toNumber(left, line);
-        if (multiplies && left.is("1")) return toNumber(right, line);
-        Code result = apply(operator, left, right, line);
-        boolean fraction = left.type == Types.NUMBER && right.type == Types.NUMBER;
-        result.scaled = (divides || multiplies) && left.rank != Code.ATOM && right.rank != Code.ATOM && !fraction;
-        return result;
-    }
-
-    /**
-     * The same value. Where a loop does not read a variable that it assigns a whole number times 1, LuaJIT 2.1.0-beta3
-     * leaves it with the value of the compiled loop's first turn.
-     */
-    Code unscaled(Code value) {
-        return value.scaled ? Code.infix(value, " + ", Code.read(g.js("minus0"), Types.NUMBER), Code.SUM, value.type) : value;
-    }
-
-    private Code apply(int operator, Code left, Code right, int line) {
         int type = Types.binary(operator, left.type, right.type);
         boolean numbers = Types.isNumber(left.type) && Types.isNumber(right.type);
         boolean texts = left.type == Types.STRING && right.type == Types.STRING, comparable = numbers || texts;

@@ -87,6 +87,7 @@ public final class Program implements Runnable {
         new Lifetimes(names, errors).decide();
         Types types = new Types(names);
         Appending.find(names);
+        Carried.find(names);
         if (errors.any()) return;
         generator = new Generator(source, names, types);
         generator.functions.chunk(root, names.functions.get(0));

@@ -152,7 +152,7 @@ final class Statements {
         Block outer = g.collect();
         Code code = g.assignments.named(value, variable.name);
         boolean enclosed = g.temporaries > before;
-        if (here && !enclosed) g.out.add(g.line(name), "local " + variable.lua + " = ", Assignments.kept(variable, code));
+        if (here && !enclosed) g.out.add(g.line(name), "local " + variable.lua + " = ", g.assignments.kept(Names.use(name), code));
         else g.assignments.write(name, code, true);
         Block inner = g.collected(outer);
         if (here && enclosed) declare(variable);
@@ -163,9 +163,7 @@ final class Statements {
         declareHere(part.getTarget());
         int before = g.temporaries;
         Block outer = g.collect();
-        Code value = g.save(g.value(part.getInitializer()));
-        value.origin = part.getInitializer();
-        g.assignments.give(part.getTarget(), value, true);
+        g.assignments.takeApart(part.getTarget(), part.getInitializer(), true, false);
         g.enclose(g.line, g.collected(outer), before);
     }
 

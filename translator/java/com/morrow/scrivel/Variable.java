@@ -91,10 +91,12 @@ final class Variable {
     /** The scope whose table holds it, or null for a Lua local. */
     Scope spilledIn;
 
-    // What Types and Appending decide.
+    // What Types, Appending and Carried decide.
     int type = Types.UNKNOWN;
     /** Text that is kept as a list of its pieces. */
     boolean pieces;
+    /** Every value that it gets is a number that compiled code holds by itself. */
+    boolean own;
 
     /** The counter of the Lua numeric loop that is being written, which declares it and alone changes it. */
     boolean counts;
