@@ -10,6 +10,7 @@ final class Calls {
     private static final int MOST_ARGUMENTS = 100;
     /** How many members and calls of a callee a message spells out. */
     private static final int MOST_NAMED = 6;
+    private static final String UNNAMED = "(intermediate value)";
     /** Operands of {@code Math.max} that are compared in place: each is a call around the ones before. */
     private static final int MOST_COMPARED = 4;
 
@@ -164,7 +165,7 @@ final class Calls {
 
     /** The elements of what a loop or pattern goes through; a message names what has none. */
     Code values(Code iterated, AstNode node, int line) {
-        boolean named = node != null && (node.getType() == Token.NAME || node.getType() == Token.GETPROP);
+        boolean named = node instanceof Name || node instanceof PropertyGet || node instanceof ElementGet;
         if (!named) return g.operators.library(line, "values", iterated);
         return g.operators.library(line, "values", iterated, Code.atom(name(node), Types.STRING));
     }
@@ -184,9 +185,14 @@ final class Calls {
                 boolean link = Patterns.isLink(node), linked = Patterns.isLink(Patterns.target(node));
                 yield target + (link ? "?." : (linked ? "" : ".") + text(((PropertyGet) node).getProperty(), 1));
             }
-            case Token.GETELEM -> text(Patterns.target(node), depth - 1) + "[...]";
+            case Token.GETELEM -> {
+                AstNode key = Expressions.bare(((ElementGet) node).getElement());
+                String name = key.getType() == Token.STRING ? "." + Literals.key(key) : "[" + text(key, depth - 1) + "]";
+                yield text(Patterns.target(node), depth - 1) + name.replace("[" + UNNAMED + "]", "[...]");
+            }
+            case Token.NUMBER -> Literals.key(node);
             case Token.CALL -> text(Patterns.target(node), depth - 1) + "(...)";
-            default -> "(intermediate value)";
+            default -> UNNAMED;
         };
     }
 
