@@ -32,9 +32,11 @@ void openLibraries(lua_State* L) {
     lua_getfield(L, -1, "opt");
     lua_getfield(L, -1, "start");
     lua_pushliteral(L, "maxmcode=2048");
-    // It also lets a loop go on with the bounds of an array that another has replaced, and reads and writes beyond it.
+    // It also lets a loop go on with the bounds of an array that another has replaced, and reads and writes beyond it;
     lua_pushliteral(L, "-abc");
-    lua_call(L, 2, 0);
+    // and reads an element late, when a new one may have moved the array elsewhere.
+    lua_pushliteral(L, "-fuse");
+    lua_call(L, 3, 0);
     lua_pop(L, 2);
 }
 

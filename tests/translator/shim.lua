@@ -2,7 +2,7 @@
 --   luajit shim.lua LIBRARY_FOLDER SCRIPT.lua
 -- log() and an uncaught error's text go to standard output, the error's Lua frames to standard error.
 -- The exit code is 1 after an uncaught error.
-jit.opt.start("-abc") -- as the host does
+jit.opt.start("-abc", "-fuse") -- as the host does
 local folder, path = arg[1], arg[2]
 local name = path:match("[^/]+$")
 local getinfo = debug.getinfo
