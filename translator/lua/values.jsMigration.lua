@@ -2,8 +2,8 @@
 local js = require("objects.jsMigration.lua")
 local type, rawget, getmetatable, tonumber, tostring, byte = type, rawget, getmetatable, tonumber, tostring, string.byte
 local find, gsub, floor, ceil, huge, tobit = string.find, string.gsub, math.floor, math.ceil, math.huge, bit.tobit
-local max, min, null, numberToString, stringToNumber = math.max, math.min, js.null, js.numberToString, js.stringToNumber
-local join = js.join
+local max, min, sqrt, null, join = math.max, math.min, math.sqrt, js.null, js.join
+local numberToString, stringToNumber = js.numberToString, js.stringToNumber
 local str, primitive
 
 local function isObject(x)
@@ -170,6 +170,10 @@ end
 function js.pow(a, b)
   if type(a) ~= "number" then a = num(a) end
   if type(b) ~= "number" then b = num(b) end
+  -- Lua's own power misses the last digit of one square in fifty.
+  if b == 2 then return a * a end
+  if b == 0.5 and a > 0 then return sqrt(a) end
+  if b == -1 then return 1 / a end
   if b ~= b or (b == huge or b == -huge) and (a == 1 or a == -1) then return 0 / 0 end
   return a ^ b
 end
