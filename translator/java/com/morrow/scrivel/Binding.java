@@ -7,11 +7,8 @@ import org.mozilla.javascript.ast.*;
 
 /** The first walk over a script: finds its names and what is assigned to them, and refuses what is not translated. */
 final class Binding implements NodeVisitor {
-    /** How a target declares its names, the initialiser that it is part of, or null, and where its case of a switch ends, or -1. */
-    private record Declaring(Variable.Kind kind, VariableInitializer in, boolean direct, int caseEnd) {}
-
-    private static final Declaring CAUGHT = new Declaring(Variable.Kind.LET, null, true, -1);
-    private static final Declaring PARAMETER = new Declaring(Variable.Kind.PARAMETER, null, false, -1);
+    /** How a target declares its names, when the declaration begins, and the end of what surely runs behind it. */
+    private record Declaring(Variable.Kind kind, boolean direct, int begins, int last) {}
 
     /** Properties that make functions run without a call: of descriptors, and of objects. */
     private static final Set<String> HOOKS = Set.of("get", "set", "valueOf", "toString", "join");
@@ -40,7 +37,10 @@ final class Binding implements NodeVisitor {
 
     @Override
     public boolean visit(AstNode node) {
-        if (node != descending) return refusals.check(node) && parts(node);
+        if (node != descending) {
+            if (node instanceof Loop) node.putProp(Names.BEGINS, names.tick());
+            return refusals.check(node) && parts(node);
+        }
         descending = null;
         return true;
     }
@@ -76,14 +76,11 @@ final class Binding implements NodeVisitor {
             }
             case Token.SWITCH -> switchStatement((SwitchStatement) node);
             case Token.TRY -> tryStatement((TryStatement) node);
-            case Token.BREAK, Token.CONTINUE -> {
+            case Token.BREAK, Token.CONTINUE, Token.CALL, Token.NEW, Token.THROW, Token.RETURN -> {
                 if (node.getType() == Token.CONTINUE) names.continues.add(node.getPosition());
-                names.function.leaveAt(Names.end(node));
-            }
-            case Token.CALL, Token.NEW, Token.THROW, Token.RETURN -> {
                 if (node instanceof ReturnStatement returned) names.function.real().returns.add(returned);
-                names.function.leaveAt(Names.end(node));
-                return true;
+                descend(node);
+                names.function.real().leaves.add(names.tick());
             }
             case Token.OR -> {
                 note((InfixExpression) node);
@@ -247,23 +244,13 @@ final class Binding implements NodeVisitor {
         if (!(part.getParent() instanceof ArrayLiteral || part.getParent() instanceof ObjectProperty)) invalid(part);
         else if (Rewriting.isMark(left)) target(right, how, Types.ANYTHING);
         else {
-            target(left, how, Types.ANYTHING);
-            int before = names.uses.size();
             right.visit(this);
-            if (how != null && isPattern(left)) hide(Patterns.names(left), before);
-            Variable variable = left instanceof Name name && how != null ? names.scope.find(name.getIdentifier()) : null;
-            if (variable != null && variable.start == left.getPosition()) variable.ownEnd = Math.max(variable.start, Names.end(part));
+            target(left, how, Types.ANYTHING);
         }
     }
 
-    /** What stands behind a pattern runs before it: its names are not there yet. */
-    private void hide(List<Name> declared, int first) {
-        for (Variable.Use use : names.uses.subList(first, names.uses.size())) {
-            for (Name name : declared) {
-                boolean same = name.getIdentifier().equals(use.name.getIdentifier());
-                use.inDefault |= same && use.scope.function == names.function;
-            }
-        }
+    private Declaring declaring(Variable.Kind kind, boolean direct, AstNode around) {
+        return new Declaring(kind, direct, names.tick(), Names.end(around));
     }
 
     private void declared(Name name, Variable variable, Declaring how, AstNode value) {
@@ -272,9 +259,9 @@ final class Binding implements NodeVisitor {
         variable.home = names.scope;
         variable.initial = value;
         variable.direct = how.direct;
-        variable.caseEnd = how.caseEnd;
-        variable.end = how.in == null ? variable.start : Names.end(how.in);
-        variable.patternEnd = how.in == null ? -1 : Names.end(how.in.getTarget());
+        variable.begins = how.begins;
+        variable.given = names.tick();
+        variable.last = how.last;
         variable.initialised = value != null;
     }
 
@@ -298,9 +285,9 @@ final class Binding implements NodeVisitor {
                 String what = part.isDestructuring() ? "destructuring" : "const";
                 errors.report(part, "Missing initializer in " + what + " declaration");
             }
-            Declaring how = new Declaring(kind, iterator ? null : part, direct, lexicalCase ? Names.end(parent) : -1);
-            target(part.getTarget(), how, iterator ? Types.ANYTHING : value);
+            Declaring how = declaring(kind, direct, lexicalCase ? parent : names.scope.node);
             if (value != null) value.visit(this);
+            target(part.getTarget(), how, iterator ? Types.ANYTHING : value);
         }
     }
 
@@ -354,8 +341,9 @@ final class Binding implements NodeVisitor {
             names.declare(clause.getVarName(), Variable.Kind.CATCH);
             names.use(clause.getVarName(), null);
             AstNode pattern = clause.getCatchCondition();
-            if (pattern != null && source.note(pattern.getPosition()) != null) target(pattern, CAUGHT, Types.ANYTHING);
-            else if (pattern != null) errors.report(clause, "Conditional catch clauses are not supported");
+            if (pattern != null && source.note(pattern.getPosition()) != null) {
+                target(pattern, declaring(Variable.Kind.LET, true, clause), Types.ANYTHING);
+            } else if (pattern != null) errors.report(clause, "Conditional catch clauses are not supported");
             clause.getBody().visit(this);
             names.close();
             if (last != null) names.leave();
@@ -384,7 +372,7 @@ final class Binding implements NodeVisitor {
         if (!hoisted && node.getFunctionName() != null) names.declareSelf(info, node.getFunctionName());
         boolean simple = true;
         for (AstNode parameter : node.getParams()) {
-            target(parameter, PARAMETER, Types.ANYTHING);
+            target(parameter, declaring(Variable.Kind.PARAMETER, false, node), Types.ANYTHING);
             info.hasRest |= Patterns.isRest(parameter);
             simple &= parameter.getType() == Token.NAME;
         }

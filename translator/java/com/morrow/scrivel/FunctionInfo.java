@@ -23,8 +23,9 @@ final class FunctionInfo {
     Variable variable;
     /** Hoisted as a declaration of this scope. */
     Scope hoistedIn;
-    final int start;
-    /** From which position on it can be called: where a name that leads to it is first used. */
+    /** When the walk came to it. */
+    final int time;
+    /** From when on it can be called: where a name that leads to it is first used. */
     int reachedAt = Integer.MAX_VALUE;
     /** What stands there; null while nothing leads to it. */
     AstNode reachedBy;
@@ -35,14 +36,14 @@ final class FunctionInfo {
 
     /** The hoisted functions that its code leads to, where it is hoisted beside them. */
     final ArrayList<FunctionInfo> leads = new ArrayList<>(0);
-    /** Where the calls and jumps end that its own code makes. */
-    private final TreeSet<Integer> leaves = new TreeSet<>();
+    /** When its own code calls or jumps. */
+    final TreeSet<Integer> leaves = new TreeSet<>();
 
-    FunctionInfo(FunctionInfo parent, FunctionNode node) {
+    FunctionInfo(FunctionInfo parent, FunctionNode node, int time) {
         this.parent = parent;
         this.node = node;
         part = parent != null && node == null;
-        start = node == null ? 0 : node.getPosition();
+        this.time = time;
         arrow = node != null && node.getFunctionType() == FunctionNode.ARROW_FUNCTION;
     }
 
@@ -59,21 +60,17 @@ final class FunctionInfo {
         return function;
     }
 
-    void leaveAt(int position) {
-        real().leaves.add(position);
-    }
-
-    /** Whether other code may run, by a call or a jump that ends between two positions of its own. */
+    /** Whether its own code calls or jumps in that time, so that other code may run. */
     boolean leavesBetween(int from, int to) {
         Integer first = leaves.ceiling(from);
         return first != null && first <= to;
     }
 
-    /** It can be called from a position on; true when that is earlier than was known. */
-    boolean reached(int position, AstNode by) {
-        if (position >= reachedAt) return false;
-        reachedAt = position;
+    /** It can be called from a time on, by what stands there, and with it all that it leads to. */
+    void reached(int from, AstNode by) {
+        if (from >= reachedAt) return;
+        reachedAt = from;
         reachedBy = by;
-        return true;
+        for (FunctionInfo to : leads) to.reached(from, by);
     }
 }

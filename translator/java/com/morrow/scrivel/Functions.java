@@ -100,7 +100,7 @@ final class Functions {
     private static boolean isUsedBefore(Variable variable) {
         for (Variable.Use use : variable.uses) {
             FunctionInfo closure = use.closure();
-            if (closure != null && closure.start < variable.declaration.start) return true;
+            if (closure != null && closure.time < variable.declaration.time) return true;
         }
         return false;
     }

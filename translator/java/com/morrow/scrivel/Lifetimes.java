@@ -1,11 +1,11 @@
 package com.morrow.scrivel;
 
-import java.util.ArrayDeque;
 import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.HashSet;
 import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.ForInLoop;
+import org.mozilla.javascript.ast.FunctionNode;
 import org.mozilla.javascript.ast.Loop;
 
 /**
@@ -29,71 +29,62 @@ final class Lifetimes {
     void decide() {
         reach();
         for (Scope scope : names.scopes) {
-            for (Variable variable : scope.variables) if (variable.start >= 0) declared(variable);
+            for (Variable variable : scope.variables) {
+                if (variable.kind == Variable.Kind.PARAMETER) parameter(variable);
+                else if (variable.start >= 0) initialised(variable);
+            }
         }
         fit();
     }
 
     // -- initialisation
 
-    /** From where on each hoisted function may be called, following the names that lead from one to another. */
+    /** From when on each hoisted function may be called, following the names that lead from one to another. */
     private void reach() {
-        ArrayDeque<FunctionInfo> changed = new ArrayDeque<>();
         Scope global = names.scopes.get(0);
-        for (FunctionInfo function : names.functions) {
-            boolean isShared = names.sharesGlobals && function.hoistedIn == global;
-            if (isShared && function.reached(0, global.node)) changed.add(function);
-        }
+        if (names.sharesGlobals) for (FunctionNode node : global.functions) Names.function(node).reached(0, global.node);
         for (Variable.Use use : names.uses) {
             FunctionInfo to = use.variable == null ? null : use.variable.declaration;
             if (to == null || use.name == to.node.getFunctionName()) continue;
             FunctionInfo from = use.closure();
-            if (from != null && from.hoistedIn == use.variable.scope) from.leads.add(to);
+            if (from == null) to.reached(use.time, use.name);
+            else if (from.hoistedIn != use.variable.scope) to.reached(from.hoistedIn == null ? from.time : from.hoistedIn.time, from.node);
             else {
-                int at = from == null ? use.position : from.hoistedIn == null ? from.start : from.hoistedIn.node.getPosition();
-                if (to.reached(at, from == null ? use.name : from.node)) changed.add(to);
+                from.leads.add(to);
+                to.reached(from.reachedAt, from.reachedBy);
             }
-        }
-        while (!changed.isEmpty()) {
-            FunctionInfo from = changed.poll();
-            for (FunctionInfo to : from.leads) if (to.reached(from.reachedAt, from.reachedBy)) changed.add(to);
         }
     }
 
     private void parameter(Variable v) {
         FunctionInfo function = v.scope.function;
-        int end = Math.max(v.start, v.ownEnd);
         for (Variable.Use use : v.uses) {
             FunctionInfo closure = use.closure();
-            if (closure == null) use.early = use.inDefault || use.position != v.start && use.position < end;
-            else if (use.position < function.body.node.getPosition()) {
+            if (closure == null) use.early = use.time < v.given;
+            else if (closure.time < function.body.time) {
                 if (v.again) errors.report(use.name, "A function in a default value cannot use what the body declares again");
-                if (use.position < end && function.leavesBetween(closure.start, end)) {
+                if (function.leavesBetween(closure.time, v.given)) {
                     errors.report(use.name, "A default value cannot call a function that uses a later parameter");
                 }
             }
         }
     }
 
-    private void declared(Variable v) {
-        switch (v.kind) {
-            case PARAMETER -> parameter(v);
-            case VAR, LET, CONST -> initialised(v);
-            default -> {}
-        }
-    }
-
     private void initialised(Variable v) {
-        int last = Names.end(v.home.node);
         v.safe = v.inPlace = v.direct && !v.home.isSwitch && v.declaration == null && !v.shared;
         for (Variable.Use use : v.uses) {
-            if (use.position == v.start) continue;
-            if (use.position >= last) v.safe = v.inPlace = false;
-            if (v.caseEnd >= 0 && use.position >= v.caseEnd) v.checked = true;
             FunctionInfo closure = use.closure();
-            if (isIterated(v.home.node, use)) use.early = v.kind.isLexical();
-            else if (closure == null) early(v, use);
-            else closure(v, closure);
+            if (use.position >= v.last) {
+                v.safe = v.inPlace = false;
+                v.checked = true;
+            }
+            // What a loop goes through is evaluated before there is any of its variables.
+            if (closure != null && !(v.home.node instanceof ForInLoop && use.time < v.begins)) closure(v, closure);
+            else if (use.time < v.given) {
+                use.early = v.kind.isLexical();
+                v.safe &= use.early;
+                v.inPlace = false;
+            }
         }
         if (v.kind == Variable.Kind.VAR) {
             if (v.home.inLoop && !v.initialised) v.safe = v.inPlace = false;
@@ -106,39 +97,24 @@ final class Lifetimes {
         if (v.isGlobal() && !v.initialised) v.safe = v.inPlace = false;
     }
 
-    /** In what a loop goes through, its own variables are never initialised. */
-    private static boolean isIterated(AstNode home, Variable.Use use) {
-        if (!(home instanceof ForInLoop loop)) return false;
-        AstNode object = loop.getIteratedObject();
-        return use.position >= object.getPosition() && use.position < Names.end(object);
-    }
-
-    private static void early(Variable v, Variable.Use use) {
-        boolean within = use.position > v.start && use.position >= v.ownEnd && use.position < v.patternEnd;
-        if ((use.position >= v.end || within) && !use.inDefault) return;
-        if (v.kind.isLexical()) use.early = true;
-        else v.safe = false;
-        v.inPlace = false;
-    }
-
     /** A function that was made within the variable's own function uses it. */
     private void closure(Variable v, FunctionInfo closure) {
         FunctionInfo function = v.scope.function.real();
-        boolean hoisted = closure.hoistedIn != null && closure.hoistedIn.node.getPosition() <= v.home.node.getPosition()
+        boolean hoisted = closure.hoistedIn != null && closure.hoistedIn.time <= v.home.time
             && closure.hoistedIn.function.real() == function;
-        int from = closure.hoistedIn != null ? closure.reachedAt : closure.start;
+        int from = closure.hoistedIn != null ? closure.reachedAt : closure.time;
         // What comes earlier in a loop around that place may run after it.
         AstNode around = closure.hoistedIn != null ? closure.reachedBy : closure.node;
         for (; around != null && (v.start < around.getPosition() || v.start >= Names.end(around)); around = around.getParent()) {
-            if (around instanceof Loop) from = around.getPosition();
+            if (around instanceof Loop) from = (Integer) around.getProp(Names.BEGINS);
         }
-        if (hoisted || closure.start < v.start) v.inPlace = false;
-        else if (closure.start < v.end) v.selfReferring = true;
-        if (from < v.end && (names.hooks || function.leavesBetween(from, v.end))) {
+        if (hoisted || closure.time < v.begins) v.inPlace = false;
+        else if (closure.time < v.given) v.selfReferring = true;
+        if (from < v.given && (names.hooks || function.leavesBetween(from, v.given))) {
             v.safe = v.inPlace = false;
             v.checked = true;
         }
-        if (!v.kind.isLexical() && closure.start < v.start && !hoisted) v.safe = false;
+        if (!v.kind.isLexical() && closure.time < v.begins && !hoisted) v.safe = false;
     }
 
     // -- limits

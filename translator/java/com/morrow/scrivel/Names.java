@@ -12,7 +12,7 @@ import org.mozilla.javascript.ast.*;
  */
 final class Names {
     private static final int SCOPE = 1002, FUNCTION = 1003, USE = 1004;
-    static final int CHAIN = 1006, OPERATOR = 1007;
+    static final int BEGINS = 1005, CHAIN = 1006, OPERATOR = 1007;
 
     private final Diagnostics errors;
     private final Refusals refusals;
@@ -20,6 +20,8 @@ final class Names {
     final ArrayList<FunctionInfo> functions = new ArrayList<>();
     final ArrayList<Scope> scopes = new ArrayList<>();
     final HashSet<String> declared = new HashSet<>();
+    /** Counts what the walk comes to. It goes in the order in which code runs: values before what gets them. */
+    private int time;
     /** The positions of the continue statements. */
     final TreeSet<Integer> continues = new TreeSet<>();
     /** The innermost ones around what is being walked over. */
@@ -74,10 +76,14 @@ final class Names {
         return first != null && first < end(node);
     }
 
+    int tick() {
+        return ++time;
+    }
+
     // -- scopes and functions
 
     void open(AstNode node) {
-        scope = new Scope(scope, function, node);
+        scope = new Scope(scope, function, node, tick());
         node.putProp(SCOPE, scope);
         scopes.add(scope);
     }
@@ -88,7 +94,7 @@ final class Names {
 
     /** Enters a function, the script itself, or a part of a try statement, for which the function is null. */
     FunctionInfo enter(AstNode node, FunctionNode code) {
-        function = new FunctionInfo(function, code);
+        function = new FunctionInfo(function, code, tick());
         functions.add(function);
         node.putProp(FUNCTION, function);
         return function;
@@ -151,7 +157,7 @@ final class Names {
 
     /** Notes a use of a name here, and what it gets there, if anything. */
     void use(Name name, AstNode value) {
-        Variable.Use use = new Variable.Use(name, scope, value);
+        Variable.Use use = new Variable.Use(name, scope, value, tick());
         name.putProp(USE, use);
         uses.add(use);
     }

@@ -10,6 +10,8 @@ final class Scope {
     final Scope parent;
     final FunctionInfo function;
     final AstNode node;
+    /** When the walk came to it. */
+    final int time;
     final HashMap<String, Variable> names = new HashMap<>(8);
     final ArrayList<Variable> variables = new ArrayList<>();
     final ArrayList<FunctionNode> functions = new ArrayList<>();
@@ -24,10 +26,11 @@ final class Scope {
     /** The Lua local that holds the spilled variables, or null. */
     String table;
 
-    Scope(Scope parent, FunctionInfo function, AstNode node) {
+    Scope(Scope parent, FunctionInfo function, AstNode node, int time) {
         this.parent = parent;
         this.function = function;
         this.node = node;
+        this.time = time;
         if (parent != null) {
             parent.children.add(this);
             inLoop = parent.inLoop && parent.function.real() == function.real();

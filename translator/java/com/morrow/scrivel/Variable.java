@@ -23,16 +23,17 @@ final class Variable {
         final AstNode value;
         final boolean write;
         final int position;
+        /** When the walk came to it. */
+        final int time;
         Variable variable;
         /** It stands where the variable cannot have been initialised yet. */
         boolean early;
-        /** It stands in the default value of a pattern that declares the variable, which comes first. */
-        boolean inDefault;
 
-        Use(Name name, Scope scope, AstNode value) {
+        Use(Name name, Scope scope, AstNode value, int time) {
             this.name = name;
             this.scope = scope;
             this.value = value;
+            this.time = time;
             write = value != null;
             position = name.getPosition();
         }
@@ -67,14 +68,11 @@ final class Variable {
     // The declaration that gives it its first value: where it stands, and whether it is a statement of its scope's list.
     Scope home;
     int start = -1;
-    int end;
-    /** Where the pattern ends that it is declared in; what stands in there after its own name sees it. */
-    int patternEnd = -1;
-    /** Where its part of that pattern ends, or its part of the parameters, if that has a default value. */
-    int ownEnd = -1;
-    /** Where the case of a switch ends that declares it, or -1. */
-    int caseEnd = -1;
     boolean direct;
+    /** When that begins, and when the variable has its value. */
+    int begins, given;
+    /** Where the text ends that cannot run without it: its scope, or its case of a switch. */
+    int last;
     /** The expression that gives it its first value, where that is one. */
     AstNode initial;
     boolean initialised;
@@ -144,7 +142,7 @@ final class Variable {
 
     /** Whether a use may come before the initialisation, which only running the script can tell. */
     boolean isCheckedAt(Use use) {
-        return checked && (use.closure() != null || caseEnd >= 0 && use.position >= caseEnd);
+        return checked && (use.closure() != null || use.position >= last);
     }
 
     /** As an operand: where it is kept in this scope. */
