@@ -189,8 +189,9 @@ end
 js.rest = rest
 js.hole = {}
 
-function js.array(...)
-  local a = rest(...)
+-- As fresh, for an array of values among which are holes.
+function js.array(a)
+  fresh(a, A)
   for i = 0, a.length - 1 do
     if rawget(a, i) == js.hole then
       rawset(a, i, nil)

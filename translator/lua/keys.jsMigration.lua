@@ -158,16 +158,17 @@ end
 
 function js.keys(o)
   if type(o) == "string" then o = js.toObject(o) end
-  if not js.isObject(o) or type(o) == "userdata" or type(o) == "cdata" then return {}, 0 end
+  if not js.isObject(o) or type(o) == "userdata" or type(o) == "cdata" then return { length = 0 } end
   local list, n = js.ownKeys(o)
-  for i = 1, n do list[i] = str(list[i]) end
+  for i = 1, n do list[i - 1] = str(list[i]) end
   local proto = protoOf(o)
   while proto do
     local more, count = js.ownKeys(proto)
-    for i = 1, count do if not js.holder(o, more[i], proto) then n = n + 1 list[n] = str(more[i]) end end
+    for i = 1, count do if not js.holder(o, more[i], proto) then list[n], n = str(more[i]), n + 1 end end
     proto = protoOf(proto)
   end
-  return list, n
+  list.length = n
+  return list
 end
 
 function js.has(k, o)

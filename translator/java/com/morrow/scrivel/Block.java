@@ -14,6 +14,8 @@ final class Block {
 
     final Link head = new Link(null, null);
     private Link last = head;
+    /** That of all its code. */
+    int size;
 
     Link mark() {
         return last;
@@ -29,11 +31,18 @@ final class Block {
     }
 
     void add(Block block) {
-        if (!block.isEmpty()) insert(last, block);
+        if (block.isEmpty()) return;
+        link(last, block);
+        size += block.size;
     }
 
     /** Puts a statement after a mark. */
-    void insert(Link mark, Object code) {
+    void insert(Link mark, Code code) {
+        link(mark, code);
+        size += code.size;
+    }
+
+    private void link(Link mark, Object code) {
         Link link = new Link(code, mark.next);
         mark.next = link;
         if (last == mark) last = link;

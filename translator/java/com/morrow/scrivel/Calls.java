@@ -7,7 +7,8 @@ import org.mozilla.javascript.ast.*;
 
 /** Calls, method calls and `new`. */
 final class Calls {
-    private static final int MOST_ARGUMENTS = 100;
+    /** More than Lua has registers for, beside all locals, are passed as a list. */
+    private static final int MOST_ARGUMENTS = 40;
     /** How many members and calls of a callee a message spells out. */
     private static final int MOST_NAMED = 6;
     private static final String UNNAMED = "(intermediate value)";
@@ -23,7 +24,6 @@ final class Calls {
     Code call(FunctionCall node) {
         AstNode target = Expressions.bare(node.getTarget());
         List<AstNode> arguments = node.getArguments();
-        if (arguments.size() > MOST_ARGUMENTS) throw new Refusal(node, "A call with more than 100 arguments is not supported");
         if (Names.isChain(target) && target != node.getTarget()) {
             throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
@@ -36,10 +36,10 @@ final class Calls {
 
     private Operands arguments(Operands operands, List<AstNode> arguments) {
         int last = arguments.size() - 1;
-        boolean spread = Patterns.anySpread(arguments);
-        boolean several = spread && Patterns.anySpread(arguments.subList(0, last));
+        boolean spread = Patterns.anySpread(arguments), many = arguments.size() > MOST_ARGUMENTS;
+        boolean several = many || spread && Patterns.anySpread(arguments.subList(0, last));
         if (!several) for (AstNode argument : spread ? arguments.subList(0, last) : arguments) operands.add(argument);
-        if (!spread) return operands;
+        if (!spread && !many) return operands;
         Block.Link mark = g.out.mark();
         Code all = g.operators.library("spread", several ? gathered(arguments) : g.value(Patterns.spread(arguments.get(last))));
         all.calls = true;
@@ -64,14 +64,13 @@ final class Calls {
             }
             int end = i;
             while (end < elements.size() && !Patterns.isSpread(elements.get(end))) end++;
-            Operands run = new Operands(g, false);
-            Block.Link mark = g.out.mark();
-            for (AstNode element : elements.subList(i, end)) {
+            List<AstNode> run = elements.subList(i, end);
+            for (AstNode element : run) {
                 boolean hole = element.getType() == Token.EMPTY;
                 if (hole) throw new Refusal(element, "An array literal with holes and spread elements is not supported");
-                run.add(element);
             }
-            lists.put(mark, close(Code.of(g.js("rest")), "", run.from(0)));
+            Block.Link mark = g.out.mark();
+            lists.put(mark, g.literals.list(run));
             i = end - 1;
         }
         return close(Code.of(g.line, g.js("gather")), "", lists.from(0));

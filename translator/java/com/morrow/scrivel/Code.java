@@ -18,6 +18,8 @@ final class Code {
     static final int OR = 1, AND = 2, COMPARE = 3, CONCAT = 4, SUM = 5, PRODUCT = 6, UNARY = 7, ATOM = 9, PREFIX = 10;
 
     final ArrayList<Object> items = new ArrayList<>(6);
+    /** How many strings it is made of; a Lua function in it is one. */
+    int size;
     private boolean begun;
 
     int rank = PREFIX;
@@ -84,8 +86,12 @@ final class Code {
         for (Object part : parts) {
             items.add(part);
             if (part instanceof Code code) include(code);
+            else if (part instanceof Block block) size += block.size;
             else if (part instanceof Integer line) lastLine = line;
-            else if (part instanceof String text) begin(text.startsWith("("));
+            else if (part instanceof String text) {
+                begin(text.startsWith("("));
+                size++;
+            }
         }
         return this;
     }
@@ -97,6 +103,7 @@ final class Code {
 
     private void include(Code code) {
         begin(code.parenthesis);
+        size += code.size;
         calls |= code.calls;
         weight = Math.max(weight, code.weight);
         if (code.lastLine != 0) lastLine = code.lastLine;

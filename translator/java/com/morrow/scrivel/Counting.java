@@ -141,7 +141,6 @@ final class Counting {
     /** Writes the loop. If its counter is not alone, the head has run. */
     void write(Loops loops) {
         int line = g.line;
-        if (!own) g.temporaries++;
         Code first = isAlone() ? g.value(start) : Code.read(counter.access(), g.types.of(start));
         String item = own ? counter.lua : g.fresh();
         Operands operands = new Operands(g, false).put(g.out.mark(), isCertain(start) ? first : limit(first, !up));

@@ -10,7 +10,7 @@ import org.mozilla.javascript.ast.*;
 final class Functions {
     /** Lines of the chunk before the script's own text. */
     static final int PROLOGUE = 3;
-    private static final int MOST_PARAMETERS = 100;
+    private static final int MOST_PARAMETERS = 50;
     /** Levels of Lua's parser that a function and the call around it take. */
     private static final int LEVELS = 4;
 
@@ -125,7 +125,7 @@ final class Functions {
             return code;
         }
         info.variable.lua += Lua.CHANGED + Integer.toString(g.number());
-        g.reserve(node, 1);
+        g.temporaries++;
         g.out.add(local(node, info.variable));
         return Code.read(info.variable.lua, Types.FUNCTION);
     }
@@ -146,8 +146,11 @@ final class Functions {
         g.statements.list(children(node.getBody()));
         Block body = g.leave(outer);
         g.line = line;
-        return Code.of(g.line(node), new LuaWriter.FunctionRow(name, length(node), info.arrow || node.isMethod() ? 'a' : 'f'),
+        char kind = info.arrow || node.isMethod() ? 'a' : 'f';
+        Code code = Code.of(g.line(node), new LuaWriter.FunctionRow(name, length(node), kind),
             words + "(" + parameters + ")", top, body, end(node.getBody(), g.line(node), Code.of(g.endLine(node))));
+        code.size = 1;
+        return code;
     }
 
     /** Ends a Lua function where it began, since Lua makes the closure on the line of that word, but returns where it ends. */

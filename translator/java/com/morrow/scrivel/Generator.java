@@ -24,11 +24,8 @@ final class Generator {
     /** An expression that needs more registers or nesting than this is cut with a temporary. */
     static final int MOST_WEIGHT = 36;
     static final int MOST_DEPTH = 158;
-    /** Below this depth, statements with temporaries are no longer enclosed in blocks of their own. */
-    static final int MOST_ENCLOSED = 15;
-    static final int MOST_TEMPORARIES = 40;
-    /** What a function's statements may take for themselves beside the variables and those temporaries. */
-    private static final int MOST_RESERVED = 80;
+    /** Locals of a Lua function beside the variables: temporaries, and with those what its statements take to run. */
+    static final int MOST_TEMPORARIES = 30, MOST_RESERVED = 45;
 
     final Source source;
     final Names names;
@@ -53,7 +50,7 @@ final class Generator {
     Block out = new Block();
     FunctionInfo function;
     Flow flow;
-    /** Temporaries alive in the current Lua function, and all made so far. */
+    /** Locals beside the variables alive in the current Lua function, and all names made so far. */
     int temporaries;
     private int made;
     private final String temporaryPrefix;
@@ -124,12 +121,12 @@ final class Generator {
     /** Begins a Lua function within the current one. */
     Outer enter(FunctionInfo inner, Flow innerFlow, AstNode node, int levels) {
         Outer outer = new Outer(function, flow, out, temporaries, spare, depth);
+        deeper(node, levels);
         function = inner;
         flow = innerFlow;
         out = new Block();
         temporaries = 0;
         spare = null;
-        deeper(node, levels);
         return outer;
     }
 
@@ -158,15 +155,12 @@ final class Generator {
 
     /** A name for a temporary. Where Lua has no room for another local, it is a field of the function's spare table. */
     private String temporary() {
-        if (++temporaries <= MOST_TEMPORARIES) return fresh();
+        if (temporaries < MOST_TEMPORARIES) {
+            temporaries++;
+            return fresh();
+        }
         if (spare == null) spare = "spare" + Lua.CHANGED + number();
         return spare + '.' + fresh();
-    }
-
-    /** Counts locals that a statement takes for as long as it runs. */
-    void reserve(AstNode node, int count) {
-        temporaries += count;
-        if (temporaries > MOST_RESERVED) throw new Refusal(node, "The code is nested too deeply");
     }
 
     /** Declares a temporary here without a value. */
@@ -200,9 +194,9 @@ final class Generator {
         return value.weight > MOST_WEIGHT ? save(value) : value;
     }
 
-    /** Nothing in the script nests deeper than Lua's parser can follow. */
+    /** Nothing in the script nests deeper than Lua's parser can follow, or takes more locals than Lua has. */
     void deeper(AstNode node, int levels) {
         depth += levels;
-        if (depth > MOST_DEPTH) throw new Refusal(node, "The code is nested too deeply");
+        if (depth > MOST_DEPTH || temporaries > MOST_RESERVED) throw new Refusal(node, "The code is nested too deeply");
     }
 }

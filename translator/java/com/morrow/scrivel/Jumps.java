@@ -90,7 +90,7 @@ final class Jumps {
         Scope scope = Names.scope(node);
         Code value = g.value(node.getExpression());
         value = scope.variables.isEmpty() || value.rank == Code.ATOM ? g.keep(value) : g.save(value);
-        g.loops.own(scope);
+        if (!scope.variables.isEmpty()) g.temporaries++; // for a block around them
         g.functions.open(scope);
         g.flow = new Flow(g.flow, labels, false, true);
         dispatch(node.getCases(), value);
@@ -124,9 +124,9 @@ final class Jumps {
             List<AstNode> statements = statements(cases.get(i));
             if (statements.isEmpty()) continue;
             g.out.add("do");
-            g.deeper(cases.get(i), 1);
+            g.deeper(cases.get(i), 2);
             g.statements.list(statements);
-            g.depth--;
+            g.depth -= 2;
             g.out.add("end");
         }
     }
@@ -135,7 +135,7 @@ final class Jumps {
 
     void tryStatement(TryStatement node) {
         String ok = g.fresh(), what = g.fresh(), result = g.fresh();
-        g.reserve(node, 3);
+        g.temporaries += 3;
         boolean closing = node.getFinallyBlock() != null, passes = closing && node.getCatchClauses().isEmpty();
         Flow part = new Flow(g.flow, null, false, false);
         part.jumps = new ArrayList<>();
@@ -192,6 +192,8 @@ final class Jumps {
         Block body = g.leave(outer);
         LuaWriter.FunctionRow row = new LuaWriter.FunctionRow("", 0, 'p');
         Code end = Functions.end(block, g.line(node), new Code());
-        return Code.of(g.js("try"), "(", row, "function()", body, end, passes ? ", true)" : ")");
+        Code code = Code.of(g.js("try"), "(", row, "function()", body, end, passes ? ", true)" : ")");
+        code.size = 1;
+        return code;
     }
 }

@@ -1,7 +1,5 @@
 package com.morrow.scrivel;
 
-import java.util.ArrayList;
-import java.util.HashMap;
 import java.util.HashSet;
 import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.ForInLoop;
@@ -14,8 +12,7 @@ import org.mozilla.javascript.ast.Loop;
  */
 final class Lifetimes {
     // Lua takes 200 locals and 60 upvalues a function; the rest is for temporaries and the support library's names.
-    private static final int MOST_LOCALS = 110;
-    private static final int MOST_OUTER = 24, MOST_UPVALUES = 38;
+    private static final int MOST_LOCALS = 100, MOST_OUTER = 24, MOST_UPVALUES = 34;
 
     private final Names names;
     private final Diagnostics errors;
@@ -47,8 +44,10 @@ final class Lifetimes {
             FunctionInfo to = use.variable == null ? null : use.variable.declaration;
             if (to == null || use.name == to.node.getFunctionName()) continue;
             FunctionInfo from = use.closure();
+            Scope hoistedIn = from == null ? null : from.hoistedIn;
             if (from == null) to.reached(use.time, use.name);
-            else if (from.hoistedIn != use.variable.scope) to.reached(from.hoistedIn == null ? from.time : from.hoistedIn.time, from.node);
+            else if (hoistedIn == null) to.reached(from.time, from.node);
+            else if (hoistedIn != use.variable.scope) to.reached(hoistedIn.time, from.node);
             else {
                 from.leads.add(to);
                 to.reached(from.reachedAt, from.reachedBy);
@@ -121,57 +120,36 @@ final class Lifetimes {
 
     /** Spills what does not fit. Runs after the decisions on initialisation, which it may only restrict. */
     private void fit() {
+        for (Scope scope : names.scopes) while (spillWidest(scope)) continue;
         for (FunctionInfo function : names.functions) {
-            if (function.part) continue;
-            while (live(function.scope) > MOST_LOCALS) {
-                Scope widest = widest(function.scope, null);
-                if (widest == null) {
-                    errors.report(function.scope.node, "Too many nested blocks in one function");
-                    return;
-                }
-                widest.spent = true;
-                for (Variable variable : widest.variables) spill(variable);
-            }
-        }
-        for (FunctionInfo function : names.functions) {
-            while (locals(function.outer) > MOST_OUTER && spillOuter(function)) continue;
+            if (locals(function.outer) > MOST_OUTER) for (Variable variable : function.outer) spill(variable);
             HashSet<Scope> tables = new HashSet<>();
             for (Variable variable : function.outer) if (variable.spilledIn != null) tables.add(variable.spilledIn);
             if (locals(function.outer) + tables.size() > MOST_UPVALUES) {
-                errors.report(function.node, "This function uses variables of too many blocks around it");
+                errors.report(function.real().node, "This function uses variables of too many blocks around it");
             }
         }
     }
 
     private static int locals(Iterable<Variable> variables) {
         int count = 0;
-        for (Variable variable : variables) if (variable.spilledIn == null) count++;
+        for (Variable variable : variables) if (canSpill(variable)) count++;
         return count;
     }
 
-    private static int own(Scope scope) {
-        return locals(scope.variables) + (scope.table == null ? 0 : 1);
-    }
-
-    /** How many locals may be alive at once in a function. */
-    private static int live(Scope scope) {
-        int most = 0;
-        for (Scope child : scope.children) if (!child.isFunction()) most = Math.max(most, live(child));
-        return most + own(scope);
-    }
-
-    /** The scope with the most variables to spill on the path that counts. */
-    private static Scope widest(Scope scope, Scope best) {
-        if (!scope.spent && own(scope) > 0 && (best == null || own(scope) > own(best))) best = scope;
-        Scope deepest = null;
-        int most = -1;
-        for (Scope child : scope.children) {
-            int size = child.isFunction() ? -1 : live(child);
-            if (size <= most) continue;
-            deepest = child;
-            most = size;
+    /** Where a scope and those around it in its function have too many locals, spills the one that has most. */
+    private boolean spillWidest(Scope inner) {
+        int live = 0;
+        Scope widest = inner;
+        for (Scope scope = inner; scope != null && scope.function.real() == inner.function.real(); scope = scope.parent) {
+            live += locals(scope.variables) + (scope.table == null ? 0 : 1);
+            if (locals(scope.variables) > locals(widest.variables)) widest = scope;
         }
-        return deepest == null ? best : widest(deepest, best);
+        if (live <= MOST_LOCALS) return false;
+        boolean helps = locals(widest.variables) > 0;
+        if (!helps) errors.report(inner.node, "Too many nested blocks in one function");
+        for (Variable variable : widest.variables) spill(variable);
+        return helps;
     }
 
     private static boolean canSpill(Variable variable) {
@@ -186,21 +164,5 @@ final class Lifetimes {
         if (home != variable.scope) variable.lua += Lua.CHANGED + Integer.toString(++tables);
         variable.spilledIn = home;
         variable.inPlace = false;
-    }
-
-    /** Spills what a function takes from the scope that it takes most from. */
-    private boolean spillOuter(FunctionInfo function) {
-        HashMap<Scope, ArrayList<Variable>> byScope = new HashMap<>();
-        ArrayList<Variable> most = new ArrayList<>();
-        for (Variable variable : function.outer) {
-            if (!canSpill(variable)) continue;
-            ArrayList<Variable> list = byScope.get(variable.scope);
-            if (list == null) byScope.put(variable.scope, list = new ArrayList<>());
-            list.add(variable);
-            if (list.size() > most.size()) most = list;
-        }
-        if (most.size() < 2) return false;
-        for (Variable variable : most) spill(variable);
-        return true;
     }
 }

@@ -29,19 +29,23 @@ final class Literals {
 
     Code array(ArrayLiteral node) {
         List<AstNode> elements = node.getElements();
-        if (Patterns.anySpread(elements)) return g.calls.gathered(elements).typed(Types.OBJECT);
+        return Patterns.anySpread(elements) ? g.calls.gathered(elements).typed(Types.OBJECT) : list(elements);
+    }
+
+    /** An array of elements of which none is spread. */
+    Code list(List<AstNode> elements) {
+        String maker = "fresh";
         Operands operands = new Operands(g, false);
-        boolean holes = false;
         for (AstNode element : elements) {
             boolean hole = element.getType() == Token.EMPTY;
             if (hole) operands.put(g.out.mark(), Code.read(g.js("hole"), Types.UNKNOWN));
             else operands.add(element);
-            holes |= hole;
+            if (hole) maker = "array";
         }
-        return (holes ? withHoles(node, operands) : dense(operands)).typed(Types.OBJECT);
+        return dense(operands, maker).typed(Types.OBJECT);
     }
 
-    private Code dense(Operands operands) {
+    private Code dense(Operands operands, String maker) {
         int count = operands.count();
         Code fields = new Code();
         for (int i = 0; i < count; i++) {
@@ -52,19 +56,13 @@ final class Literals {
             if (literal) fields.add(before + element.items.get(0));
             else fields.add(before, element);
         }
-        return table(fields, count == 0, (count == 0 ? "length = " : ", length = ") + count, "A");
+        return table(maker, fields, count == 0, (count == 0 ? "length = " : ", length = ") + count, "A");
     }
 
-    private Code table(Code fields, boolean empty, String last, String metatable) {
-        Code code = Code.of(g.js("fresh"), "({", fields, last + "}, " + g.js(metatable) + ")");
+    private Code table(String maker, Code fields, boolean empty, String last, String metatable) {
+        Code code = Code.of(g.js(maker), "({", fields, last + "}, " + g.js(metatable) + ")");
         code.weight = empty ? 5 : fields.weight + 5;
         return code;
-    }
-
-    private Code withHoles(ArrayLiteral node, Operands operands) {
-        boolean many = operands.count() > MOST_KEYS;
-        if (many) throw new Refusal(node, "An array literal with holes and more than 100 elements is not supported");
-        return g.operators.library("array", operands.from(0).toArray(new Code[0]));
     }
 
     // -- objects
@@ -121,7 +119,7 @@ final class Literals {
             String key = keys.get(i);
             fields.add(Lua.isName(key) ? key + " = " : '[' + Lua.quote(key) + "] = ", operands.get(i), ", ");
         }
-        return table(fields, keys.isEmpty(), "[\"\\0s\"] = " + g.runtime.shape(keys), "O");
+        return table("fresh", fields, keys.isEmpty(), "[\"\\0s\"] = " + g.runtime.shape(keys), "O");
     }
 
     /** An object with accessors, numeric or repeated keys, or very many: made empty, then filled in order. */

@@ -7,12 +7,10 @@ import org.mozilla.javascript.ast.*;
 
 /** Loops. A body's locals are fresh with each turn, as its closures expect. */
 final class Loops {
-    private static final int MOST_COUNTING = 10;
+    /** Lua keeps three locals of its own for a numeric loop. */
+    static final int HIDDEN = 3;
 
     private final Generator g;
-
-    /** Counting loops around this place: Lua keeps four registers for each. */
-    private int counting;
 
     Loops(Generator g) {
         this.g = g;
@@ -91,34 +89,23 @@ final class Loops {
 
     // -- for
 
-    /** Makes the loop's names its own, by a block around it or, where nesting is deep, by other names. */
-    void own(Scope scope) {
-        if (scope.variables.isEmpty()) return;
-        g.temporaries++;
-        if (g.depth < Generator.MOST_ENCLOSED) return;
-        for (Variable variable : scope.variables) variable.lua += Lua.CHANGED + Integer.toString(g.number());
-    }
-
     private void initialise(AstNode node) {
-        if (node instanceof VariableDeclaration declaration) {
-            g.temporaries++;
-            g.statements.declaration(declaration);
-        } else if (!isEmpty(node)) g.expressions.effect(node);
+        if (node instanceof VariableDeclaration declaration) g.statements.declaration(declaration);
+        else if (!isEmpty(node)) g.expressions.effect(node);
     }
 
     private void forLoop(ForLoop node) {
         Counting counter = new Counting(g, node);
-        boolean counts = counting < MOST_COUNTING && counter.applies();
+        boolean counts = g.temporaries + HIDDEN < Generator.MOST_TEMPORARIES && counter.applies();
         Scope scope = Names.scope(node);
-        own(scope);
+        if (node.getInitializer() instanceof VariableDeclaration) g.temporaries++; // for a block around what it declares
         g.functions.open(scope);
         int line = g.line;
         if (!counts || !counter.isAlone()) initialise(node.getInitializer());
         g.line = line;
         if (counts) {
-            counting++;
+            g.temporaries += HIDDEN;
             counter.write(this);
-            counting--;
             return;
         }
         ArrayList<Variable> fresh = new ArrayList<>();
@@ -136,7 +123,7 @@ final class Loops {
     private void freshLoop(ForLoop node, Scope scope, ArrayList<Variable> variables) {
         int line = g.line;
         ArrayList<String> carriers = new ArrayList<>();
-        g.reserve(node, variables.size() + 1);
+        g.temporaries += variables.size() + 1;
         for (Variable variable : variables) {
             String carrier = g.fresh();
             carriers.add(carrier);
@@ -160,34 +147,22 @@ final class Loops {
 
     private void forEach(ForInLoop node) {
         int line = g.line;
-        Code object = g.value(node.getIteratedObject());
-        String item = g.fresh();
-        if (node.isForOf()) elements(node, object, item, line);
-        else keys(node, g.keep(object), item, line);
-        g.out.add(line, "end");
-    }
-
-    private void elements(ForInLoop node, Code object, String item, int line) {
-        Code list = g.save(g.calls.values(object, node.getIteratedObject(), g.line(node.getIteratedObject())));
-        String index = g.fresh();
-        g.reserve(node, 2);
+        AstNode iterated = node.getIteratedObject();
+        Code object = g.value(iterated);
+        if (!node.isForOf()) object = g.keep(object);
+        Code list = g.save(node.isForOf() ? g.calls.values(object, iterated, g.line(iterated))
+            : g.operators.library(g.line(iterated), "keys", object));
+        String item = g.fresh(), index = g.fresh();
+        g.temporaries += 2;
         g.out.add("local " + index + " = 0");
         g.out.add(line, "while " + index + " < ", list, ".length do");
         g.out.add(line, "local " + item + " = ", list, "[" + index + "]");
         g.out.add(index + " = " + index + " + 1");
-        turn(node, item);
-    }
-
-    private void keys(ForInLoop node, Code object, String item, int line) {
-        String list = g.fresh(), count = g.fresh(), index = g.fresh();
-        g.reserve(node, 7);
-        g.out.add(g.line(node.getIteratedObject()), "local " + list + ", " + count + " = ", g.operators.library("keys", object));
-        g.out.add(line, "for " + index + " = 1, " + count + " do");
-        g.out.add("local " + item + " = " + list + "[" + index + "]");
-        boolean lasting = Quiet.is(node.getBody(), g);
+        boolean lasting = node.isForOf() || Quiet.is(node.getBody(), g);
         if (!lasting) g.out.add("if ", g.operators.library("lasts", Code.read(item, Types.STRING), object), " then");
         turn(node, item);
         if (!lasting) g.out.add("end");
+        g.out.add(line, "end");
     }
 
     /** One turn of a for-in or for-of loop: its variables get the item, then the body runs. */

@@ -2,7 +2,6 @@ package com.morrow.scrivel;
 
 import java.util.ArrayDeque;
 import java.util.HashSet;
-import org.mozilla.javascript.ast.AstNode;
 
 /**
  * Writes pieces of code as Lua text. Each Lua line belongs to one JavaScript line: where a piece of another line begins,
@@ -12,33 +11,16 @@ import org.mozilla.javascript.ast.AstNode;
 final class LuaWriter {
     private static final int MOST_CONSTANTS = 65000;
 
-    /** A statement that Lua jumps over; written once where it begins and once where it ends. */
-    static final class Span {
-        /** Pieces of text that surely take less than Lua's longest jump of 32,767 instructions. */
-        static final int MOST_PIECES = 45000;
-
-        final AstNode node;
-        int begun = -1;
-
-        Span(AstNode node) {
-            this.node = node;
-        }
-    }
-
     /** Where a function of the script begins, for the table that the support library reads. */
     record FunctionRow(String name, int length, char kind) {}
-
-    /** Where the function around the current one stands. */
-    private record Outer(int pieces, HashSet<String> constants, HashSet<String> numbers) {}
 
     private final StringBuilder text = new StringBuilder(1 << 16);
     /** A row of each a Lua line, and of each a function. */
     final StringBuilder listing = new StringBuilder(1 << 14), functions = new StringBuilder();
-    private int pieces;
     /** Large enough a script to have too many constants for Lua. */
     private final boolean large;
-    private HashSet<String> constants = new HashSet<>(), numbers = new HashSet<>();
-    private final ArrayDeque<Outer> outers = new ArrayDeque<>();
+    /** Of each function around the current place, this one's last. */
+    private final ArrayDeque<HashSet<String>> constants = new ArrayDeque<>();
     private int luaLine;
     private int source = 1;
     private int current = 1;
@@ -50,6 +32,7 @@ final class LuaWriter {
     LuaWriter(int firstLine, boolean large) {
         luaLine = firstLine;
         this.large = large;
+        constants.push(new HashSet<>());
     }
 
     void write(Object item) {
@@ -64,19 +47,10 @@ final class LuaWriter {
                 next = true;
                 write(link.code);
             }
-        } else if (item instanceof Span span) span(span);
-        else function((FunctionRow) item);
-    }
-
-    private void span(Span span) {
-        if (span.begun < 0) span.begun = pieces;
-        else if (pieces - span.begun > Span.MOST_PIECES) {
-            throw new Generator.Refusal(span.node, "This statement is too long for Lua; move parts of it into functions");
-        }
+        } else function((FunctionRow) item);
     }
 
     private void token(String token) {
-        pieces++;
         if (large) constant(token);
         if (current != source) newline();
         current = source;
@@ -85,45 +59,27 @@ final class LuaWriter {
         empty = next = false;
     }
 
-    /** Counts what takes a place among a function's constants: names of members, texts, tables, functions; and numbers. */
+    /** Counts what may take a place among a function's constants: members, texts, numbers; tables and functions each. */
     private void constant(String token) {
-        if (token.isEmpty()) return;
-        char c = token.charAt(0);
-        int dot = token.indexOf('.');
-        if (c >= '0' && c <= '9') count(numbers, token);
-        else if (token.endsWith("({")) count(constants, token + pieces);
-        else if (c == '"' || c == ':') count(constants, token);
-        else if (dot >= 0) count(constants, member(token, dot));
-        // A function for the host is one text.
-        if (token.endsWith(" end")) count(constants, token);
+        char c = token.isEmpty() ? ',' : token.charAt(0);
+        boolean literal = c >= '0' && c <= '9' || c == '"' || c == ':' || c != ',' && token.indexOf('.') >= 0;
+        if (token.endsWith("({")) count(token + text.length());
+        else if (literal || token.endsWith(" end")) count(token);
     }
 
-    private static String member(String token, int dot) {
-        int end = dot + 1;
-        while (end < token.length() && Character.isJavaIdentifierPart(token.charAt(end))) end++;
-        return token.substring(dot, end);
-    }
-
-    private static void count(HashSet<String> known, String constant) {
-        if (known.add(constant) && known.size() > MOST_CONSTANTS) {
+    private void count(String constant) {
+        if (constants.peek().add(constant) && constants.peek().size() > MOST_CONSTANTS) {
             throw new Generator.Refusal(null, "A function, or the script outside of functions, has more than 65,000 constants");
         }
     }
 
     private void leave() {
-        Outer outer = outers.pop();
-        pieces = outer.pieces() + 1;
-        constants = outer.constants();
-        numbers = outer.numbers();
-        if (large) count(constants, "function" + luaLine);
+        constants.pop();
+        if (large) count("function" + luaLine);
     }
 
     private void function(FunctionRow row) {
-        outers.push(new Outer(pieces, constants, numbers));
-        if (large) {
-            constants = new HashSet<>();
-            numbers = new HashSet<>();
-        }
+        constants.push(new HashSet<>());
         if (functionHere || !empty && current != source) newline();
         functionHere = true;
         functions.append(luaLine).append(' ').append(row.name().isEmpty() ? "-" : row.name().replace('\n', ' ')).append(' ');

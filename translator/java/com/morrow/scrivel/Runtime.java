@@ -10,7 +10,7 @@ import java.util.List;
  * Where a Lua function would need too many of them, it reaches the rest through the library's table.
  */
 final class Runtime {
-    private static final int MOST_LOCALS = 60;
+    private static final int MOST_LOCALS = 50;
     private static final int MOST_A_FUNCTION = 20;
 
     private final HashSet<String> taken;

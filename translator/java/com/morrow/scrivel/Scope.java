@@ -21,8 +21,6 @@ final class Scope {
     boolean isSwitch;
     /** The names of variables that are declared within and live outside. */
     final HashSet<String> passed = new HashSet<>(2);
-    /** Nothing more of it can be spilled. */
-    boolean spent;
     /** The Lua local that holds the spilled variables, or null. */
     String table;
 

@@ -6,6 +6,9 @@ import org.mozilla.javascript.ast.*;
 
 /** Statements, but for loops and what leaves them. */
 final class Statements {
+    /** A statement of so many pieces of text surely takes less than Lua's longest jump of 32,767 instructions. */
+    private static final int MOST_PIECES = 45000;
+
     private final Generator g;
 
     Statements(Generator g) {
@@ -22,7 +25,7 @@ final class Statements {
 
     private void statement(AstNode node) {
         g.line = g.line(node);
-        LuaWriter.Span span = span(node);
+        int size = g.out.size;
         switch (node.getType()) {
             case Token.VAR -> declaration((VariableDeclaration) node);
             case Token.FUNCTION, Token.EMPTY, Token.DEBUGGER -> {}
@@ -31,25 +34,24 @@ final class Statements {
                 int before = g.temporaries;
                 Block outer = g.collect();
                 simple(node);
-                Block inner = g.collected(outer);
-                if (g.depth < Generator.MOST_ENCLOSED || g.temporaries > Generator.MOST_TEMPORARIES) g.enclose(g.line(node), inner, before);
-                else g.out.add(inner);
+                g.enclose(g.line(node), g.collected(outer), before);
             }
         }
-        if (span != null) g.out.add(span);
+        measure(node, size);
     }
 
-    /** Begins to measure a large statement that Lua jumps over; null for others. */
-    private LuaWriter.Span span(AstNode node) {
-        boolean parts = node.getType() == Token.BLOCK || node instanceof VariableDeclaration;
-        if (parts || node.getLength() <= LuaWriter.Span.MOST_PIECES) return null;
-        if (node instanceof ExpressionStatement || node instanceof VariableInitializer) {
-            String text = g.source.text.substring(node.getPosition(), Names.end(node));
-            if (text.indexOf('?') < 0 && !text.contains("&&") && !text.contains("||")) return null;
-        }
-        LuaWriter.Span span = new LuaWriter.Span(node);
-        g.out.add(span);
-        return span;
+    /** Refuses a statement, or a part of a declaration, which is too long for Lua; there were so many pieces before it. */
+    private void measure(AstNode node, int before) {
+        if (g.out.size - before <= MOST_PIECES || !jumps(node)) return;
+        throw new Generator.Refusal(node, "This statement is too long for Lua; move parts of it into functions");
+    }
+
+    /** Whether Lua may jump from the beginning of a statement to its end. */
+    private boolean jumps(AstNode node) {
+        if (node.getType() == Token.BLOCK || node instanceof VariableDeclaration) return false;
+        if (!(node instanceof ExpressionStatement || node instanceof VariableInitializer)) return true;
+        String text = g.source.text.substring(node.getPosition(), Names.end(node));
+        return text.contains("?") || text.contains("&&") || text.contains("||");
     }
 
     private void simple(AstNode node) {
@@ -77,12 +79,12 @@ final class Statements {
     /** A statement as the whole of a Lua block. */
     void body(AstNode node) {
         int before = g.temporaries;
-        g.deeper(node, 1);
+        g.deeper(node, 2);
         if (node.getType() == Token.BLOCK) {
             g.functions.open(Names.scope(node));
             list(Functions.children(node));
         } else statement(node);
-        g.depth--;
+        g.depth -= 2;
         g.temporaries = before;
     }
 
@@ -124,10 +126,10 @@ final class Statements {
     void declaration(VariableDeclaration node) {
         for (VariableInitializer part : node.getVariables()) {
             g.line = g.line(part);
-            LuaWriter.Span span = span(part);
+            int size = g.out.size;
             if (part.getTarget() instanceof Name name) single(name, part.getInitializer());
             else pattern(part);
-            if (span != null) g.out.add(span);
+            measure(part, size);
         }
     }
 
