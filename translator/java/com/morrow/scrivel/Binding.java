@@ -162,10 +162,10 @@ final class Binding implements NodeVisitor {
         for (ObjectProperty property : literal.getElements()) {
             boolean shorthand = "=".equals(source.note(property.getPosition()));
             if (shorthand) errors.report(property, "Invalid shorthand property initializer");
-            refusals.property(property);
             names.hooks |= property.isGetterMethod() || property.isSetterMethod();
             key(property.getLeft());
             property.getRight().visit(this);
+            refusals.property(property);
         }
     }
 
@@ -191,7 +191,7 @@ final class Binding implements NodeVisitor {
                 List<AstNode> elements = ((ArrayLiteral) node).getElements();
                 for (int i = 0; i < elements.size(); i++) {
                     AstNode element = elements.get(i);
-                    if (element.getType() == Token.EMPTY || Rewriting.isMark(element)) continue;
+                    if (element.getType() == Token.EMPTY) continue;
                     target(element, how, Types.ANYTHING);
                     if (Patterns.isSpread(element)) mustBeLast(element, i + 1 == elements.size());
                 }
@@ -371,9 +371,10 @@ final class Binding implements NodeVisitor {
         info.scope = names.scope;
         if (!hoisted && node.getFunctionName() != null) names.declareSelf(info, node.getFunctionName());
         boolean simple = true;
+        Patterns.unwrap(node.getParams());
         for (AstNode parameter : node.getParams()) {
             target(parameter, declaring(Variable.Kind.PARAMETER, false, node), Types.ANYTHING);
-            info.hasRest |= Patterns.isRest(parameter);
+            info.hasRest |= Patterns.isSpread(parameter);
             simple &= parameter.getType() == Token.NAME;
         }
         if (!simple && isStrict(node)) {

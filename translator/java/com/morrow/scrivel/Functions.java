@@ -164,7 +164,7 @@ final class Functions {
     private String parameters(FunctionNode node, FunctionInfo info, Block top) {
         ArrayList<String> names = new ArrayList<>();
         for (AstNode parameter : node.getParams()) {
-            AstNode target = target(Patterns.parameter(parameter));
+            AstNode target = target(parameter);
             names.add(target.getType() == Token.NAME ? Names.variable(target).lua : g.fresh());
         }
         if (names.size() > MOST_PARAMETERS) {
@@ -182,19 +182,20 @@ final class Functions {
         }
         g.line = g.line(node);
         open(info.scope);
-        for (int i = 0; i < names.size(); i++) parameter(Patterns.parameter(node.getParams().get(i)), names.get(i));
+        for (int i = 0; i < names.size(); i++) parameter(node.getParams().get(i), names.get(i));
         String receiver = info.arrow ? "_" + Lua.CHANGED : "this";
         return receiver + (all || named.isEmpty() ? "" : ", " + list) + (all || info.hasRest ? ", ..." : "");
     }
 
     /** What a parameter's value goes to, whether or not it has a default value. */
     private static AstNode target(AstNode parameter) {
-        return parameter.getType() == Token.ASSIGN ? ((Assignment) parameter).getLeft() : parameter;
+        if (!(parameter instanceof Assignment part)) return parameter;
+        return Patterns.isSpread(part) ? part.getRight() : part.getLeft();
     }
 
     private void parameter(AstNode parameter, String name) {
         Code value = Code.read(name, Types.UNKNOWN);
-        if (parameter instanceof Assignment assignment) g.assignments.fallback(assignment, value);
+        if (parameter instanceof Assignment assignment && !Patterns.isSpread(parameter)) g.assignments.fallback(assignment, value);
         AstNode target = target(parameter);
         if (target.getType() == Token.NAME) {
             Variable variable = Names.variable(target);
@@ -209,7 +210,7 @@ final class Functions {
     private static int length(FunctionNode node) {
         int count = 0;
         for (AstNode parameter : node.getParams()) {
-            if (Patterns.parameter(parameter) != parameter) break;
+            if (parameter instanceof Assignment) break;
             count++;
         }
         return count;

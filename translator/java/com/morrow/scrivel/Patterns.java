@@ -42,21 +42,12 @@ final class Patterns {
         return ((ArrayLiteral) property.getRight()).getElement(0);
     }
 
-    /** What stands for a parameter with a default value, or for a rest parameter; null for others. */
-    private static AstNode wrapped(AstNode parameter) {
-        if (!(parameter instanceof ArrayLiteral array) || array.getElements().isEmpty()) return null;
-        return Rewriting.isMark(array.getElement(0)) ? array.getElement(1) : null;
-    }
-
-    static boolean isRest(AstNode parameter) {
-        AstNode inner = wrapped(parameter);
-        return inner != null && isSpread(inner);
-    }
-
-    /** What a parameter's value goes to: a name, a pattern, or one of both with a default value. */
-    static AstNode parameter(AstNode parameter) {
-        AstNode inner = wrapped(parameter);
-        return inner == null ? parameter : isSpread(inner) ? spread(inner) : inner;
+    /** Takes parameters with default values, and rest parameters, out of the arrays that the parser takes for patterns. */
+    static void unwrap(List<AstNode> parameters) {
+        for (int i = 0; i < parameters.size(); i++) {
+            if (!(parameters.get(i) instanceof ArrayLiteral array) || array.getSize() == 0) continue;
+            if (Rewriting.isMark(array.getElement(0))) parameters.set(i, array.getElement(1));
+        }
     }
 
     /** {@code x?.}: x, if there is one. */
@@ -88,11 +79,9 @@ final class Patterns {
 
     private static void names(AstNode target, ArrayList<Name> names) {
         target = Expressions.bare(target);
-        if (target instanceof Name name) {
-            if (!Rewriting.isMark(name)) names.add(name);
-        } else if (target instanceof Assignment part) {
-            names(isSpread(part) ? part.getRight() : part.getLeft(), names);
-        } else if (target instanceof ArrayLiteral array) {
+        if (target instanceof Name name) names.add(name);
+        else if (target instanceof Assignment part) names(isSpread(part) ? part.getRight() : part.getLeft(), names);
+        else if (target instanceof ArrayLiteral array) {
             for (AstNode element : array.getElements()) names(element, names);
         } else if (target instanceof ObjectLiteral object) {
             for (ObjectProperty property : object.getElements()) if (!isKey(property)) names(property.getRight(), names);

@@ -126,7 +126,7 @@ final class Refusals {
         boolean getter = property.isGetterMethod();
         if (getter || property.isSetterMethod()) {
             List<AstNode> parameters = ((FunctionNode) property.getRight()).getParams();
-            boolean one = parameters.size() == 1 && !Patterns.isRest(parameters.get(0));
+            boolean one = parameters.size() == 1 && !Patterns.isSpread(parameters.get(0));
             if (getter && !parameters.isEmpty()) errors.report(key, "Getter must not have any formal parameters.");
             if (!getter && !one) errors.report(key, "Setter must have exactly one formal parameter.");
         }
