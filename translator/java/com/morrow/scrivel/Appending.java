@@ -29,8 +29,7 @@ final class Appending {
 
     private static boolean isUsedIn(AstNode around, Variable variable) {
         for (Variable.Use use : variable.uses) {
-            boolean within = use.position >= around.getPosition() && use.position < Names.end(around);
-            if (within && !isAppended(use)) return true;
+            if (Names.isIn(use.name, around) && !isAppended(use)) return true;
         }
         return false;
     }
@@ -54,7 +53,7 @@ final class Appending {
         boolean quiet = Quiet.is(piece, g) && (!g.names.hooks || Quiet.isPrimitive(piece, g));
         for (Variable.Use use : variable.uses) {
             boolean called = use.write && use.closure() != null && !quiet;
-            if (called || use.position >= piece.getPosition() && use.position < Names.end(piece)) return false;
+            if (called || Names.isIn(use.name, piece)) return false;
         }
         return true;
     }

@@ -7,8 +7,8 @@ import org.mozilla.javascript.ast.*;
 
 /** The first walk over a script: finds its names and what is assigned to them, and refuses what is not translated. */
 final class Binding implements NodeVisitor {
-    /** How a target declares its names, when the declaration begins, and the end of what surely runs behind it. */
-    private record Declaring(Variable.Kind kind, boolean direct, int begins, int last) {}
+    /** How a target declares its names, when the declaration begins, and within what it surely runs first. */
+    private record Declaring(Variable.Kind kind, boolean direct, int begins, AstNode around) {}
 
     /** Properties that make functions run without a call: of descriptors, and of objects. */
     private static final Set<String> HOOKS = Set.of("get", "set", "valueOf", "toString", "join");
@@ -77,7 +77,6 @@ final class Binding implements NodeVisitor {
             case Token.SWITCH -> switchStatement((SwitchStatement) node);
             case Token.TRY -> tryStatement((TryStatement) node);
             case Token.BREAK, Token.CONTINUE, Token.CALL, Token.NEW, Token.THROW, Token.RETURN -> {
-                if (node.getType() == Token.CONTINUE) names.continues.add(node.getPosition());
                 if (node instanceof ReturnStatement returned) names.function.real().returns.add(returned);
                 descend(node);
                 names.function.real().leaves.add(names.tick());
@@ -250,18 +249,18 @@ final class Binding implements NodeVisitor {
     }
 
     private Declaring declaring(Variable.Kind kind, boolean direct, AstNode around) {
-        return new Declaring(kind, direct, names.tick(), Names.end(around));
+        return new Declaring(kind, direct, names.tick(), around);
     }
 
     private void declared(Name name, Variable variable, Declaring how, AstNode value) {
-        if (variable.start >= 0) return;
-        variable.start = name.getPosition();
+        if (variable.first != null) return;
+        variable.first = name;
         variable.home = names.scope;
         variable.initial = value;
         variable.direct = how.direct;
         variable.begins = how.begins;
         variable.given = names.tick();
-        variable.last = how.last;
+        variable.around = how.around;
         variable.initialised = value != null;
     }
 

@@ -41,15 +41,11 @@ final class Carried {
     private static boolean isFromLast(Variable.Use use, AstNode around) {
         boolean reads = use.value instanceof Assignment || use.value instanceof UpdateExpression;
         for (Variable.Use other : use.variable.uses) {
-            if (other == use || !isWithin(other, around)) continue;
+            if (other == use || !Names.isIn(other.name, around)) continue;
             if (other.write) return false;
-            reads |= isWithin(other, use.value);
+            reads |= Names.isIn(other.name, use.value);
         }
         return reads;
-    }
-
-    private static boolean isWithin(Variable.Use use, AstNode node) {
-        return use.position >= node.getPosition() && use.position < Names.end(node);
     }
 
     /** A value as one of its own. */

@@ -91,7 +91,7 @@ final class Counting {
     }
 
     private boolean isInLoop(Variable.Use use) {
-        return use.position >= loop.getPosition() && use.position < Names.end(loop);
+        return Names.isIn(use.name, loop);
     }
 
     /** The loop's head alone changes the counter there, and no function does. */
@@ -99,7 +99,7 @@ final class Counting {
         if (counter.kind == Variable.Kind.CONST || counter.kind == Variable.Kind.SELF) return false;
         int writes = 0;
         for (Variable.Use use : counter.uses) {
-            boolean inHead = isInLoop(use) && use.position < loop.getCondition().getPosition();
+            boolean inHead = Names.isIn(use.name, loop.getInitializer());
             if (use.early || use.write && use.closure() != null || own && inHead && !use.write) return false;
             if (use.write && isInLoop(use)) writes++;
         }

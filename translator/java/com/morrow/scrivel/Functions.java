@@ -41,10 +41,10 @@ final class Functions {
 
     /** Lets the host see a variable that holds a function when the chunk ends. */
     private void expose(Variable variable) {
-        if (variable.kind == Variable.Kind.FUNCTION || variable.start < 0 || variable.isConstant()) return;
+        if (variable.kind == Variable.Kind.FUNCTION || variable.first == null || variable.isConstant()) return;
         if (variable.type != Types.UNKNOWN && variable.type != Types.FUNCTION) return;
         String access = variable.access();
-        g.out.add(g.source.line(variable.start), "if " + g.js("type") + "(" + access + ") == \"function\" then "
+        g.out.add(g.line(variable.first), "if " + g.js("type") + "(" + access + ") == \"function\" then "
             + "_G" + Lua.member(variable.name) + " = function(...) return " + access + "(nil, ...) end end");
     }
 

@@ -28,7 +28,7 @@ final class Lifetimes {
         for (Scope scope : names.scopes) {
             for (Variable variable : scope.variables) {
                 if (variable.kind == Variable.Kind.PARAMETER) parameter(variable);
-                else if (variable.start >= 0) initialised(variable);
+                else if (variable.first != null) initialised(variable);
             }
         }
         fit();
@@ -73,7 +73,7 @@ final class Lifetimes {
         v.safe = v.inPlace = v.direct && !v.home.isSwitch && v.declaration == null && !v.shared;
         for (Variable.Use use : v.uses) {
             FunctionInfo closure = use.closure();
-            if (use.position >= v.last) {
+            if (!Names.isIn(use.name, v.around)) {
                 v.safe = v.inPlace = false;
                 v.checked = true;
             }
@@ -104,7 +104,7 @@ final class Lifetimes {
         int from = closure.hoistedIn != null ? closure.reachedAt : closure.time;
         // What comes earlier in a loop around that place may run after it.
         AstNode around = closure.hoistedIn != null ? closure.reachedBy : closure.node;
-        for (; around != null && (v.start < around.getPosition() || v.start >= Names.end(around)); around = around.getParent()) {
+        for (; around != null && !Names.isIn(v.first, around); around = around.getParent()) {
             if (around instanceof Loop) from = (Integer) around.getProp(Names.BEGINS);
         }
         if (hoisted || closure.time < v.begins) v.inPlace = false;

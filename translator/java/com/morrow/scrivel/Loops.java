@@ -28,10 +28,9 @@ final class Loops {
     /** A loop's body; where a continue needs one, its label follows. What else follows must not see the body's names. */
     void body(AstNode body, boolean followed) {
         Block outer = g.collect();
-        int levels = g.names.continues(body) ? 1 : 0;
-        g.deeper(body, levels);
+        g.deeper(body, 1);
         g.statements.body(body);
-        g.depth -= levels;
+        g.depth--;
         Block inner = g.collected(outer);
         String label = g.flow.continueLabel;
         Scope scope = Names.scope(body);

@@ -101,7 +101,7 @@ final class Statements {
     private void ifStatement(IfStatement node) {
         g.out.add(g.line(node), "if ", g.expressions.condition(node.getCondition()), " then");
         body(node.getThenPart());
-        AstNode other = node.getElsePart();
+        AstNode last = node.getThenPart(), other = node.getElsePart();
         // A chain of else-ifs stays flat as long as no condition needs statements of its own.
         while (other instanceof IfStatement next) {
             g.line = g.line(next);
@@ -110,14 +110,15 @@ final class Statements {
             g.temporaries = before;
             if (!condition.before().isEmpty()) break;
             g.out.add(g.line, "elseif ", condition.code(), " then");
-            body(next.getThenPart());
+            body(last = next.getThenPart());
             other = next.getElsePart();
         }
         if (other != null) {
             g.out.add("else");
-            body(other);
+            body(last = other);
         }
-        g.out.add(g.endLine(node), "end");
+        if (last.getType() == Token.BLOCK) g.out.add(g.endLine(last), "end");
+        else g.out.add("end");
     }
 
     // -- declarations
@@ -176,7 +177,7 @@ final class Statements {
 
     private static boolean isDeclaredAt(Name name) {
         Variable variable = Names.variable(name);
-        return variable.inPlace && variable.start == name.getPosition();
+        return variable.inPlace && variable.first == name;
     }
 
     private void declare(Variable variable) {

@@ -3,7 +3,6 @@ package com.morrow.scrivel;
 import org.mozilla.javascript.CompilerEnvirons;
 import org.mozilla.javascript.Context;
 import org.mozilla.javascript.Parser;
-import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** Parses a script, and says in an author's words what the parser did not take. */
@@ -47,50 +46,7 @@ final class Syntax {
             AstNode parent = node.getParent();
             if (parent instanceof Loop loop && isMisplaced(node, loop)) node.setPosition(node.getPosition() + labelAround(loop));
             if (parent != null) node.setPosition(parent.getPosition() + node.getPosition());
-            node.setLength(length(node));
-            if (parent instanceof CatchClause clause && node == clause.getBody()) node.setLength(Names.end(clause) - node.getPosition());
-            if (isExpressionBody(parent)) shorten(parent, Names.end(node));
             return true;
-        }
-
-        /** The body of an arrow function that has no braces; its only statement has been placed. */
-        private static boolean isExpressionBody(AstNode node) {
-            return node != null && node.getType() == Token.BLOCK && node.getFirstChild() instanceof ReturnStatement only
-                && only.getPosition() == node.getPosition();
-        }
-
-        /** The parser takes the token after such a body for a part of it, and of all that ends with it. */
-        private static void shorten(AstNode body, int end) {
-            int wrong = Names.end(body);
-            for (AstNode node = body; node != null && Names.end(node) == wrong && !isClosed(node); node = node.getParent()) {
-                node.setLength(end - node.getPosition());
-            }
-        }
-
-        /** Ends with a bracket of its own. */
-        private static boolean isClosed(AstNode node) {
-            return switch (node.getType()) {
-                case Token.LP, Token.ARRAYLIT, Token.OBJECTLIT, Token.CALL, Token.NEW, Token.GETELEM, Token.TEMPLATE_LITERAL,
-                    Token.SWITCH -> true;
-                case Token.BLOCK -> !isExpressionBody(node);
-                default -> false;
-            };
-        }
-
-        /** Of a statement that ends with another: as far as that goes. */
-        private static int length(AstNode node) {
-            // Without a semicolon, the parser ends it before its condition.
-            if (node instanceof DoLoop loop) return Math.max(node.getLength(), loop.getRp() + 1);
-            AstNode last = null;
-            if (node instanceof Loop loop) last = loop.getBody();
-            else if (node instanceof LabeledStatement labeled) last = labeled.getStatement();
-            else if (node instanceof ThrowStatement thrown) last = thrown.getExpression();
-            else if (node instanceof SwitchCase one && one.getStatements() != null) {
-                last = one.getStatements().get(one.getStatements().size() - 1);
-            } else if (node instanceof IfStatement choice) {
-                last = choice.getElsePart() != null ? choice.getElsePart() : choice.getThenPart();
-            }
-            return last == null ? node.getLength() : last.getPosition() + length(last);
         }
 
         /** A condition stands behind its parenthesis, unless its place was counted from the label's. */

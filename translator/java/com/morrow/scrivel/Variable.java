@@ -22,7 +22,6 @@ final class Variable {
         /** What the variable gets here; null where it is only read, or declared without a value. */
         final AstNode value;
         final boolean write;
-        final int position;
         /** When the walk came to it. */
         final int time;
         Variable variable;
@@ -35,7 +34,6 @@ final class Variable {
             this.value = value;
             this.time = time;
             write = value != null;
-            position = name.getPosition();
         }
 
         /** The outermost function around the use that lies within the variable's own, or null. */
@@ -67,12 +65,12 @@ final class Variable {
 
     // The declaration that gives it its first value: where it stands, and whether it is a statement of its scope's list.
     Scope home;
-    int start = -1;
+    Name first;
     boolean direct;
     /** When that begins, and when the variable has its value. */
     int begins, given;
-    /** Where the text ends that cannot run without it: its scope, or its case of a switch. */
-    int last;
+    /** What cannot run without it behind it: its scope, or its case of a switch. */
+    AstNode around;
     /** The expression that gives it its first value, where that is one. */
     AstNode initial;
     boolean initialised;
@@ -142,7 +140,7 @@ final class Variable {
 
     /** Whether a use may come before the initialisation, which only running the script can tell. */
     boolean isCheckedAt(Use use) {
-        return checked && (use.closure() != null || use.position >= last);
+        return checked && (use.closure() != null || !Names.isIn(use.name, around));
     }
 
     /** As an operand: where it is kept in this scope. */
