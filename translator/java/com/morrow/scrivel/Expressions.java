@@ -105,7 +105,7 @@ final class Expressions {
         code.own = variable.own || variable.counts;
         code.stable = variable.isSettled() || variable.counts;
         FunctionInfo home = variable.inPlace ? variable.home.function : variable.scope.function;
-        code.fragile = variable.writtenInClosure && variable.spilledIn == null && use.scope.function == home;
+        code.fragile = variable.writtenInClosure && !variable.spilled && use.scope.function == home;
         return code;
     }
 

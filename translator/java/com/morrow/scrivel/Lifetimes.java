@@ -108,7 +108,7 @@ final class Lifetimes {
             if (around instanceof Loop) from = (Integer) around.getProp(Names.BEGINS);
         }
         if (hoisted || closure.time < v.begins) v.inPlace = false;
-        else if (closure.time < v.given) v.selfReferring = true;
+        else if (closure.time < v.given && !Functions.isUnnamed(v.initial)) v.inPlace = false;
         if (from < v.given && (names.hooks || function.leavesBetween(from, v.given))) {
             v.safe = v.inPlace = false;
             v.checked = true;
@@ -124,7 +124,7 @@ final class Lifetimes {
         for (FunctionInfo function : names.functions) {
             if (locals(function.outer) > MOST_OUTER) for (Variable variable : function.outer) spill(variable);
             HashSet<Scope> tables = new HashSet<>();
-            for (Variable variable : function.outer) if (variable.spilledIn != null) tables.add(variable.spilledIn);
+            for (Variable variable : function.outer) if (variable.spilled) tables.add(variable.scope);
             if (locals(function.outer) + tables.size() > MOST_UPVALUES) {
                 errors.report(function.real().node, "This function uses variables of too many blocks around it");
             }
@@ -153,16 +153,14 @@ final class Lifetimes {
     }
 
     private static boolean canSpill(Variable variable) {
-        return variable.kind != Variable.Kind.SELF && variable.spilledIn == null;
+        return variable.kind != Variable.Kind.SELF && !variable.spilled;
     }
 
-    /** A captured variable needs the table of its own scope, made with each turn of a loop; others share the function's. */
+    /** Moves a variable to the table of its scope. */
     private void spill(Variable variable) {
         if (!canSpill(variable)) return;
-        Scope home = variable.captured ? variable.scope : variable.scope.function.real().scope;
-        if (home.table == null) home.table = "scope" + Lua.CHANGED + ++tables;
-        if (home != variable.scope) variable.lua += Lua.CHANGED + Integer.toString(++tables);
-        variable.spilledIn = home;
+        if (variable.scope.table == null) variable.scope.table = "scope" + Lua.CHANGED + ++tables;
+        variable.spilled = true;
         variable.inPlace = false;
     }
 }

@@ -136,18 +136,13 @@ final class Literals {
                 String name = computed != null ? "" : key(property.getLeft());
                 Code key = computed != null ? computed : keyValue(name);
                 Code value = g.assignments.named(property.getRight(), name);
-                if (computed != null && isUnnamed(property.getRight())) value = g.operators.library("named", value, key);
+                if (computed != null && Functions.isUnnamed(Expressions.bare(property.getRight()))) value = g.operators.library("named", value, key);
                 String function = property.isGetterMethod() ? "getter" : property.isSetterMethod() ? "setter" : "field";
                 g.out.add(g.operators.library(line, function, object, key, value));
                 computed = null;
             }
         }
         return object;
-    }
-
-    /** Is a function without a name, which takes its computed key for one. */
-    private static boolean isUnnamed(AstNode value) {
-        return Expressions.bare(value) instanceof FunctionNode function && function.getFunctionName() == null;
     }
 
     // -- templates

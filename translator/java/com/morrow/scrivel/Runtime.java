@@ -34,7 +34,7 @@ final class Runtime {
 
     /** A library function as a function of the script reaches it. */
     String name(String name, FunctionInfo user) {
-        boolean isLua = name.equals("setmetatable") || name.equals("type") || name.equals("select");
+        boolean isLua = name.equals("setmetatable") || name.equals("type");
         String value = isLua ? name : js + '.' + name;
         if (!fits(name, user) && !(isLua && taken.contains(name))) return value;
         String local = locals.get(name);

@@ -138,18 +138,14 @@ final class Statements {
         Variable variable = Names.variable(name);
         boolean here = isDeclaredAt(name);
         if (value == null) {
-            boolean clears = variable.kind.isLexical() && (variable.spilledIn != null || variable.checked);
+            boolean clears = variable.kind.isLexical() && (variable.spilled || variable.checked);
             if (here) declare(variable);
             else if (clears) g.assignments.write(name, Code.atom("nil", Types.UNKNOWN), true);
             return;
         }
-        if (here && variable.selfReferring) {
-            if (value instanceof FunctionNode function && function.getFunctionName() == null) {
-                g.out.add(g.functions.local(function, variable));
-                return;
-            }
-            declare(variable);
-            here = false;
+        if (here && Functions.isUnnamed(value)) {
+            g.out.add(g.functions.local((FunctionNode) value, variable));
+            return;
         }
         int before = g.temporaries;
         Block outer = g.collect();

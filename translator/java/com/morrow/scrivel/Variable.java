@@ -78,14 +78,12 @@ final class Variable {
     // What Lifetimes decides.
     /** Declared where it is initialised, not at the scope's beginning. */
     boolean inPlace;
-    /** Its own initialiser refers to it from a closure. */
-    boolean selfReferring;
     /** Cannot be seen before it is initialised. */
     boolean safe;
     /** A closure may see it before it is initialised, so uses are checked. */
     boolean checked;
-    /** The scope whose table holds it, or null for a Lua local. */
-    Scope spilledIn;
+    /** A field of its scope's table, not a Lua local. */
+    boolean spilled;
 
     // What Types, Appending and Carried decide.
     int type = Types.UNKNOWN;
@@ -145,6 +143,6 @@ final class Variable {
 
     /** As an operand: where it is kept in this scope. */
     String access() {
-        return spilledIn != null ? spilledIn.table + '.' + lua : lua;
+        return spilled ? scope.table + '.' + lua : lua;
     }
 }
