@@ -63,7 +63,7 @@ final class Expressions {
             case Token.NAME -> name((Name) node);
             case Token.LP -> value(((ParenthesizedExpression) node).getExpression());
             case Token.FUNCTION -> g.functions.expression((FunctionNode) node, "");
-            case Token.ARRAYLIT -> g.literals.array((ArrayLiteral) node);
+            case Token.ARRAYLIT -> g.literals.array((ArrayLiteral) node, "fresh");
             case Token.OBJECTLIT -> g.literals.object((ObjectLiteral) node);
             case Token.TEMPLATE_LITERAL -> g.literals.template((TemplateLiteral) node);
             case Token.GETPROP, Token.GETELEM -> Patterns.isLink(node) ? link(value(Patterns.target(node)))

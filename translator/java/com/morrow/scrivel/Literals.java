@@ -42,10 +42,6 @@ final class Literals {
             else operands.add(element);
             if (hole) maker = "array";
         }
-        return dense(operands, maker).typed(Types.OBJECT);
-    }
-
-    private Code dense(Operands operands, String maker) {
         int count = operands.count();
         Code fields = new Code();
         for (int i = 0; i < count; i++) {
@@ -56,12 +52,12 @@ final class Literals {
             if (literal) fields.add(before + element.items.get(0));
             else fields.add(before, element);
         }
-        return table(maker, fields, count == 0, (count == 0 ? "length = " : ", length = ") + count, "A");
+        return table(maker, fields, (count == 0 ? "length = " : ", length = ") + count, "A").typed(Types.OBJECT);
     }
 
-    private Code table(String maker, Code fields, boolean empty, String last, String metatable) {
+    private Code table(String maker, Code fields, String last, String metatable) {
         Code code = Code.of(g.js(maker), "({", fields, last + "}, " + g.js(metatable) + ")");
-        code.weight = empty ? 5 : fields.weight + 5;
+        code.weight = fields.weight + 5;
         return code;
     }
 
@@ -119,7 +115,7 @@ final class Literals {
             String key = keys.get(i);
             fields.add(Lua.isName(key) ? key + " = " : '[' + Lua.quote(key) + "] = ", operands.get(i), ", ");
         }
-        return table("fresh", fields, keys.isEmpty(), "[\"\\0s\"] = " + g.runtime.shape(keys), "O");
+        return table("fresh", fields, "[\"\\0s\"] = " + g.runtime.shape(keys), "O");
     }
 
     /** An object with accessors, numeric or repeated keys, or very many: made empty, then filled in order. */
