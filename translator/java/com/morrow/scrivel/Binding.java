@@ -7,9 +7,6 @@ import org.mozilla.javascript.ast.*;
 
 /** The first walk over a script: finds its names and what is assigned to them, and refuses what is not translated. */
 final class Binding implements NodeVisitor {
-    /** How a target declares its names, when the declaration begins, and within what it surely runs first. */
-    private record Declaring(Variable.Kind kind, boolean direct, int begins, AstNode around) {}
-
     /** Properties that make functions run without a call: of descriptors, and of objects. */
     private static final Set<String> HOOKS = Set.of("get", "set", "valueOf", "toString", "join");
 
@@ -68,7 +65,6 @@ final class Binding implements NodeVisitor {
             case Token.INC, Token.DEC -> target(((UpdateExpression) node).getOperand(), null, node);
             case Token.OBJECTLIT -> objectLiteral((ObjectLiteral) node);
             case Token.FOR -> forLoop((Loop) node);
-            case Token.WHILE, Token.DO -> loop((Loop) node);
             case Token.BLOCK -> {
                 names.open(node);
                 descend(node);
@@ -176,14 +172,14 @@ final class Binding implements NodeVisitor {
 
     // -- targets
 
-    /** What gets a value. What only assigns has no Declaring, and a declaration without an initialiser no value. */
-    private void target(AstNode node, Declaring how, AstNode value) {
+    /** What gets a value. What only assigns has no Variable.Declaring, and a declaration without an initialiser no value. */
+    private void target(AstNode node, Variable.Declaring how, AstNode value) {
         switch (node.getType()) {
             case Token.NAME -> {
                 Name name = (Name) node;
                 names.mathShared |= name.getIdentifier().equals("Math");
                 if (how == null) refusals.binding(name, false);
-                else declared(name, names.declare(name, how.kind), how, value);
+                else declared(name, names.declare(name, how.kind()), how, value);
                 names.use(name, value);
             }
             case Token.ARRAYLIT -> {
@@ -238,7 +234,7 @@ final class Binding implements NodeVisitor {
     }
 
     /** A part of a pattern with a default value, or what takes the rest. */
-    private void withDefault(Assignment part, Declaring how) {
+    private void withDefault(Assignment part, Variable.Declaring how) {
         AstNode left = part.getLeft(), right = part.getRight();
         if (!(part.getParent() instanceof ArrayLiteral || part.getParent() instanceof ObjectProperty)) invalid(part);
         else if (Rewriting.isMark(left)) target(right, how, Types.ANYTHING);
@@ -248,20 +244,17 @@ final class Binding implements NodeVisitor {
         }
     }
 
-    private Declaring declaring(Variable.Kind kind, boolean direct, AstNode around) {
-        return new Declaring(kind, direct, names.tick(), around);
+    private Variable.Declaring declaring(Variable.Kind kind, boolean direct, AstNode around) {
+        return new Variable.Declaring(kind, direct, names.tick(), around);
     }
 
-    private void declared(Name name, Variable variable, Declaring how, AstNode value) {
+    private void declared(Name name, Variable variable, Variable.Declaring how, AstNode value) {
         if (variable.first != null) return;
         variable.first = name;
         variable.home = names.scope;
         variable.initial = value;
-        variable.direct = how.direct;
-        variable.begins = how.begins;
+        variable.how = how;
         variable.given = names.tick();
-        variable.around = how.around;
-        variable.initialised = value != null;
     }
 
     private void declaration(VariableDeclaration node) {
@@ -284,7 +277,7 @@ final class Binding implements NodeVisitor {
                 String what = part.isDestructuring() ? "destructuring" : "const";
                 errors.report(part, "Missing initializer in " + what + " declaration");
             }
-            Declaring how = declaring(kind, direct, lexicalCase ? parent : names.scope.node);
+            Variable.Declaring how = declaring(kind, direct, lexicalCase ? parent : names.scope.node);
             if (value != null) value.visit(this);
             target(part.getTarget(), how, iterator ? Types.ANYTHING : value);
         }
@@ -292,39 +285,26 @@ final class Binding implements NodeVisitor {
 
     // -- statements
 
-    private void loop(Loop node) {
-        boolean outside = names.scope.inLoop;
-        names.scope.inLoop = true;
-        descend(node);
-        names.scope.inLoop = outside;
-    }
-
     private void forLoop(Loop node) {
         names.open(node);
-        Scope scope = names.scope;
-        boolean outside = scope.inLoop;
         if (node instanceof ForLoop loop) {
             loop.getInitializer().visit(this);
-            scope.inLoop = true;
             loop.getCondition().visit(this);
             loop.getIncrement().visit(this);
         } else if (node instanceof ForInLoop loop) {
             AstNode object = loop.getIteratedObject();
             object.visit(this);
             if (loop.isForOf() && object.getType() == Token.COMMA) errors.report(object, "Unexpected token ','");
-            scope.inLoop = true;
             if (loop.getIterator() instanceof VariableDeclaration declaration) declaration.visit(this);
             else target(loop.getIterator(), null, Types.ANYTHING);
         }
         node.getBody().visit(this);
-        scope.inLoop = outside;
         names.close();
     }
 
     private void switchStatement(SwitchStatement node) {
         node.getExpression().visit(this);
         names.open(node);
-        names.scope.isSwitch = true;
         for (SwitchCase one : node.getCases()) one.visit(this);
         names.close();
     }

@@ -5,6 +5,7 @@ import org.mozilla.javascript.ast.AstNode;
 import org.mozilla.javascript.ast.ForInLoop;
 import org.mozilla.javascript.ast.FunctionNode;
 import org.mozilla.javascript.ast.Loop;
+import org.mozilla.javascript.ast.SwitchCase;
 
 /**
  * Decides from the places where a variable is used whether it is always initialised before it is seen, whether it can
@@ -70,15 +71,15 @@ final class Lifetimes {
     }
 
     private void initialised(Variable v) {
-        v.safe = v.inPlace = v.direct && !v.home.isSwitch && v.declaration == null && !v.shared;
+        v.safe = v.inPlace = v.how.direct() && v.declaration == null && !v.shared;
         for (Variable.Use use : v.uses) {
             FunctionInfo closure = use.closure();
-            if (!Names.isIn(use.name, v.around)) {
+            if (!Names.isIn(use.name, v.how.around())) {
                 v.safe = v.inPlace = false;
                 v.checked = true;
             }
             // What a loop goes through is evaluated before there is any of its variables.
-            if (closure != null && !(v.home.node instanceof ForInLoop && use.time < v.begins)) closure(v, closure);
+            if (closure != null && !(v.home.node instanceof ForInLoop && use.time < v.how.begins())) closure(v, closure);
             else if (use.time < v.given) {
                 use.early = v.kind.isLexical();
                 v.safe &= use.early;
@@ -86,14 +87,14 @@ final class Lifetimes {
             }
         }
         if (v.kind == Variable.Kind.VAR) {
-            if (v.home.inLoop && !v.initialised) v.safe = v.inPlace = false;
-            if (v.captured && (v.home.inLoop || v.home.node instanceof ForInLoop)) v.inPlace = false;
+            if (v.home.inLoop() && v.initial == null) v.safe = v.inPlace = false;
+            if (v.captured && (v.home.inLoop() || v.home.node instanceof ForInLoop)) v.inPlace = false;
         }
         // The conditions of a switch run before the statements that come first.
-        v.checked |= v.home.isSwitch && v.captured;
+        v.checked |= v.how.around() instanceof SwitchCase && v.captured;
         v.checked &= v.kind.isLexical();
         // One that the host or the library has already keeps its value until it gets another.
-        if (v.isGlobal() && !v.initialised) v.safe = v.inPlace = false;
+        if (v.isGlobal() && v.initial == null) v.safe = v.inPlace = false;
     }
 
     /** A function that was made within the variable's own function uses it. */
@@ -107,13 +108,13 @@ final class Lifetimes {
         for (; around != null && !Names.isIn(v.first, around); around = around.getParent()) {
             if (around instanceof Loop) from = (Integer) around.getProp(Names.BEGINS);
         }
-        if (hoisted || closure.time < v.begins) v.inPlace = false;
+        if (hoisted || closure.time < v.how.begins()) v.inPlace = false;
         else if (closure.time < v.given && !Functions.isUnnamed(v.initial)) v.inPlace = false;
         if (from < v.given && (names.hooks || function.leavesBetween(from, v.given))) {
             v.safe = v.inPlace = false;
             v.checked = true;
         }
-        if (!v.kind.isLexical() && closure.time < v.begins && !hoisted) v.safe = false;
+        if (!v.kind.isLexical() && closure.time < v.how.begins() && !hoisted) v.safe = false;
     }
 
     // -- limits

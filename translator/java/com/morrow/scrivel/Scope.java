@@ -15,10 +15,6 @@ final class Scope {
     final HashMap<String, Variable> names = new HashMap<>(8);
     final ArrayList<Variable> variables = new ArrayList<>();
     final ArrayList<FunctionNode> functions = new ArrayList<>();
-    final ArrayList<Scope> children = new ArrayList<>();
-    /** Entered anew with each turn of a loop of its function. */
-    boolean inLoop;
-    boolean isSwitch;
     /** The names of variables that are declared within and live outside. */
     final HashSet<String> passed = new HashSet<>(2);
     /** The Lua local that holds the spilled variables, or null. */
@@ -29,10 +25,13 @@ final class Scope {
         this.function = function;
         this.node = node;
         this.time = time;
-        if (parent != null) {
-            parent.children.add(this);
-            inLoop = parent.inLoop && parent.function.real() == function.real();
-        }
+    }
+
+    /** Entered anew with each turn of a loop of its function. */
+    boolean inLoop() {
+        AstNode around = node.getParent();
+        while (around != null && !(around instanceof Loop || around instanceof FunctionNode)) around = around.getParent();
+        return around instanceof Loop;
     }
 
     /** The outermost of a function, which holds its parameters, or of the script. */

@@ -51,7 +51,7 @@ final class Types {
     private static int initial(Variable variable) {
         if (variable.kind == Variable.Kind.FUNCTION) return variable.writes == 0 ? FUNCTION : UNKNOWN;
         boolean local = variable.kind.isLexical() || variable.kind == Variable.Kind.VAR;
-        return local && variable.safe && variable.initialised && !variable.shared ? NONE : UNKNOWN;
+        return local && variable.safe && variable.initial != null && !variable.shared ? NONE : UNKNOWN;
     }
 
     /** One round over what is assigned and returned; true when a type changed. */

@@ -15,6 +15,12 @@ final class Variable {
         }
     }
 
+    /**
+     * A declaration: whether it is a statement of its scope's list, when it begins, and what is around it: its scope, or its
+     * case of a switch. What stands elsewhere may run without it.
+     */
+    record Declaring(Kind kind, boolean direct, int begins, AstNode around) {}
+
     /** One use of a name. */
     static final class Use {
         final Name name;
@@ -63,17 +69,14 @@ final class Variable {
     /** The function that it was declared as. */
     FunctionInfo declaration;
 
-    // The declaration that gives it its first value: where it stands, and whether it is a statement of its scope's list.
+    // The declaration that gives it its first value.
     Scope home;
     Name first;
-    boolean direct;
-    /** When that begins, and when the variable has its value. */
-    int begins, given;
-    /** What cannot run without it behind it: its scope, or its case of a switch. */
-    AstNode around;
-    /** The expression that gives it its first value, where that is one. */
+    Declaring how;
+    /** When it has that value. */
+    int given;
+    /** The expression that gives it, or ANYTHING of Types; null where the variable is declared without a value. */
     AstNode initial;
-    boolean initialised;
 
     // What Lifetimes decides.
     /** Declared where it is initialised, not at the scope's beginning. */
@@ -127,7 +130,7 @@ final class Variable {
     /** Keeps one value once it has one. */
     boolean isSettled() {
         if (kind == Kind.FUNCTION && writes == 0) return true;
-        return writes <= 1 && (safe && initialised || kind == Kind.PARAMETER);
+        return writes <= 1 && (safe && initial != null || kind == Kind.PARAMETER);
     }
 
     /** Always holds the number or boolean that its declaration spells out. */
@@ -138,7 +141,7 @@ final class Variable {
 
     /** Whether a use may come before the initialisation, which only running the script can tell. */
     boolean isCheckedAt(Use use) {
-        return checked && (use.closure() != null || !Names.isIn(use.name, around));
+        return checked && (use.closure() != null || !Names.isIn(use.name, how.around));
     }
 
     /** As an operand: where it is kept in this scope. */
