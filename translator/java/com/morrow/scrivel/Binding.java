@@ -287,18 +287,14 @@ final class Binding implements NodeVisitor {
 
     private void forLoop(Loop node) {
         names.open(node);
-        if (node instanceof ForLoop loop) {
-            loop.getInitializer().visit(this);
-            loop.getCondition().visit(this);
-            loop.getIncrement().visit(this);
-        } else if (node instanceof ForInLoop loop) {
+        if (node instanceof ForInLoop loop) {
             AstNode object = loop.getIteratedObject();
             object.visit(this);
             if (loop.isForOf() && object.getType() == Token.COMMA) errors.report(object, "Unexpected token ','");
             if (loop.getIterator() instanceof VariableDeclaration declaration) declaration.visit(this);
             else target(loop.getIterator(), null, Types.ANYTHING);
-        }
-        node.getBody().visit(this);
+            loop.getBody().visit(this);
+        } else descend(node);
         names.close();
     }
 
