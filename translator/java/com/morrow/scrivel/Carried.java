@@ -31,7 +31,7 @@ final class Carried {
     /** Whether a value that a variable gets needs to be one of its own: for what follows a loop, or to be handed on. */
     static boolean is(Variable.Use use) {
         Variable variable = use.variable;
-        if (variable.spilled) return false;
+        if (variable.spilledIn != null) return false;
         if (!Types.isNumber(variable.type)) return true;
         AstNode around = Appending.repeated(use, variable.kind.isLexical() ? variable.home : variable.scope);
         return around != null && !isFromLast(use, around);

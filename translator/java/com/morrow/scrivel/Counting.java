@@ -43,7 +43,7 @@ final class Counting {
         AstNode left = ((InfixExpression) condition).getLeft();
         bound = Expressions.bare(((InfixExpression) condition).getRight());
         counter = left.getType() == Token.NAME ? Names.variable(left) : null;
-        if (counter == null || counter.spilled || counter.checked || counter.shared) return false;
+        if (counter == null || counter.spilledIn != null || counter.checked || counter.shared) return false;
         own = counter.scope == Names.scope(loop);
         step = step(Expressions.bare(loop.getIncrement()));
         start = start(loop.getInitializer());

@@ -63,7 +63,7 @@ final class Expressions {
             case Token.NAME -> name((Name) node);
             case Token.LP -> value(((ParenthesizedExpression) node).getExpression());
             case Token.FUNCTION -> g.functions.expression((FunctionNode) node, "");
-            case Token.ARRAYLIT -> g.literals.array((ArrayLiteral) node, "fresh");
+            case Token.ARRAYLIT -> g.literals.array((ArrayLiteral) node);
             case Token.OBJECTLIT -> g.literals.object((ObjectLiteral) node);
             case Token.TEMPLATE_LITERAL -> g.literals.template((TemplateLiteral) node);
             case Token.GETPROP, Token.GETELEM -> Patterns.isLink(node) ? link(value(Patterns.target(node)))
@@ -105,7 +105,7 @@ final class Expressions {
         code.own = variable.own || variable.counts;
         code.stable = variable.isSettled() || variable.counts;
         FunctionInfo home = variable.inPlace ? variable.home.function : variable.scope.function;
-        code.fragile = variable.writtenInClosure && !variable.spilled && use.scope.function == home;
+        code.fragile = variable.writtenInClosure && variable.spilledIn == null && use.scope.function == home;
         return code;
     }
 

@@ -87,11 +87,11 @@ final class Functions {
 
     /** The text that defines a variable, before its value. */
     static String definition(Variable variable) {
-        return (variable.spilled ? "" : "local ") + variable.access() + " = ";
+        return (variable.spilledIn != null ? "" : "local ") + variable.access() + " = ";
     }
 
     private static boolean isHoisted(Variable variable) {
-        if (variable.inPlace || variable.spilled) return false;
+        if (variable.inPlace || variable.spilledIn != null) return false;
         if (variable.kind == Variable.Kind.FUNCTION) return variable.writes > 0 || isUsedBefore(variable);
         return variable.kind == Variable.Kind.VAR || variable.kind.isLexical();
     }
@@ -114,7 +114,7 @@ final class Functions {
 
     private void declaration(FunctionNode node, Scope scope) {
         Variable variable = Names.function(node).variable;
-        boolean local = variable.kind == Variable.Kind.FUNCTION && !isHoisted(variable) && !variable.spilled;
+        boolean local = variable.kind == Variable.Kind.FUNCTION && !isHoisted(variable) && variable.spilledIn == null;
         if (local) g.out.add(local(node, variable));
         else g.out.add(g.line(node), variable.access() + " = ", body(node, variable.name, "function"));
         if (scope.parent == null) exposeDeclared(node, variable);
@@ -204,10 +204,10 @@ final class Functions {
         AstNode target = target(parameter);
         if (target.getType() == Token.NAME) {
             Variable variable = Names.variable(target);
-            if (variable.spilled) g.out.add(variable.access() + " = " + name);
+            if (variable.spilledIn != null) g.out.add(variable.access() + " = " + name);
             return;
         }
-        for (Name part : Patterns.names(target)) if (!Names.variable(part).spilled) g.out.add("local " + Names.variable(part).lua);
+        for (Name part : Patterns.names(target)) if (Names.variable(part).spilledIn == null) g.out.add("local " + Names.variable(part).lua);
         g.assignments.give(target, value, true);
     }
 

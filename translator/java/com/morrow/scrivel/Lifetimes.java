@@ -125,7 +125,7 @@ final class Lifetimes {
         for (FunctionInfo function : names.functions) {
             if (locals(function.outer) > MOST_OUTER) for (Variable variable : function.outer) spill(variable);
             HashSet<Scope> tables = new HashSet<>();
-            for (Variable variable : function.outer) if (variable.spilled) tables.add(variable.scope);
+            for (Variable variable : function.outer) if (variable.spilledIn != null) tables.add(variable.spilledIn);
             if (locals(function.outer) + tables.size() > MOST_UPVALUES) {
                 errors.report(function.real().node, "This function uses variables of too many blocks around it");
             }
@@ -154,14 +154,16 @@ final class Lifetimes {
     }
 
     private static boolean canSpill(Variable variable) {
-        return variable.kind != Variable.Kind.SELF && !variable.spilled;
+        return variable.kind != Variable.Kind.SELF && variable.spilledIn == null;
     }
 
-    /** Moves a variable to the table of its scope. */
+    /** A captured variable needs the table of its own scope, made with each turn of a loop; others share the function's. */
     private void spill(Variable variable) {
         if (!canSpill(variable)) return;
-        if (variable.scope.table == null) variable.scope.table = "scope" + Lua.CHANGED + ++tables;
-        variable.spilled = true;
+        Scope home = variable.captured ? variable.scope : variable.scope.function.real().scope;
+        if (home.table == null) home.table = "scope" + Lua.CHANGED + ++tables;
+        if (home != variable.scope) variable.lua += Lua.CHANGED + Integer.toString(++tables);
+        variable.spilledIn = home;
         variable.inPlace = false;
     }
 }

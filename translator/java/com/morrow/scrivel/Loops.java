@@ -112,7 +112,7 @@ final class Loops {
         for (Variable variable : scope.variables) anew |= variable.captured && variable.writes > 1;
         // With one variable that lives in the scope's table, all that do move to the next turn's.
         for (Variable variable : scope.variables) {
-            if (anew && variable.captured && (variable.writes > 1 || variable.spilled)) fresh.add(variable);
+            if (anew && variable.captured && (variable.writes > 1 || variable.spilledIn != null)) fresh.add(variable);
         }
         if (fresh.isEmpty()) whileLoop(node.getCondition(), node.getBody(), node.getIncrement());
         else freshLoop(node, scope, fresh);

@@ -76,15 +76,19 @@ final class Statements {
 
     // -- blocks
 
-    /** A statement as the whole of a Lua block. */
+    /** A statement as the whole of a Lua block, around which there is another for what the statement keeps. */
     void body(AstNode node) {
+        body(node, 2);
+    }
+
+    private void body(AstNode node, int levels) {
         int before = g.temporaries;
-        g.deeper(node, 2);
+        g.deeper(node, levels);
         if (node.getType() == Token.BLOCK) {
             g.functions.open(Names.scope(node));
             list(Functions.children(node));
         } else statement(node);
-        g.depth -= 2;
+        g.depth -= levels;
         g.temporaries = before;
     }
 
@@ -94,13 +98,15 @@ final class Statements {
             return;
         }
         g.out.add(g.line(node), "do");
-        body(node);
+        body(node, 1);
         g.out.add(g.endLine(node), "end");
     }
 
     private void ifStatement(IfStatement node) {
+        int outside = g.temporaries;
         g.out.add(g.line(node), "if ", g.expressions.condition(node.getCondition()), " then");
-        body(node.getThenPart());
+        int levels = g.temporaries > outside ? 2 : 1;
+        body(node.getThenPart(), levels);
         AstNode last = node.getThenPart(), other = node.getElsePart();
         // A chain of else-ifs stays flat as long as no condition needs statements of its own.
         while (other instanceof IfStatement next) {
@@ -110,12 +116,12 @@ final class Statements {
             g.temporaries = before;
             if (!condition.before().isEmpty()) break;
             g.out.add(g.line, "elseif ", condition.code(), " then");
-            body(last = next.getThenPart());
+            body(last = next.getThenPart(), levels);
             other = next.getElsePart();
         }
         if (other != null) {
             g.out.add("else");
-            body(last = other);
+            body(last = other, levels);
         }
         if (last.getType() == Token.BLOCK) g.out.add(g.endLine(last), "end");
         else g.out.add("end");
@@ -138,7 +144,7 @@ final class Statements {
         Variable variable = Names.variable(name);
         boolean here = isDeclaredAt(name);
         if (value == null) {
-            boolean clears = variable.kind.isLexical() && (variable.spilled || variable.checked);
+            boolean clears = variable.kind.isLexical() && (variable.spilledIn != null || variable.checked);
             if (here) declare(variable);
             else if (clears) g.assignments.write(name, Code.atom("nil", Types.UNKNOWN), true);
             return;

@@ -85,8 +85,8 @@ final class Variable {
     boolean safe;
     /** A closure may see it before it is initialised, so uses are checked. */
     boolean checked;
-    /** A field of its scope's table, not a Lua local. */
-    boolean spilled;
+    /** The scope whose table holds it, or null for a Lua local. */
+    Scope spilledIn;
 
     // What Types, Appending and Carried decide.
     int type = Types.UNKNOWN;
@@ -146,6 +146,6 @@ final class Variable {
 
     /** As an operand: where it is kept in this scope. */
     String access() {
-        return spilled ? scope.table + '.' + lua : lua;
+        return spilledIn != null ? spilledIn.table + '.' + lua : lua;
     }
 }
