@@ -121,6 +121,7 @@ final class Lifetimes {
 
     /** Spills what does not fit. Runs after the decisions on initialisation, which it may only restrict. */
     private void fit() {
+        for (Scope scope : names.scopes) scope.locals = locals(scope.variables);
         for (Scope scope : names.scopes) while (spillWidest(scope)) continue;
         for (FunctionInfo function : names.functions) {
             if (locals(function.outer) > MOST_OUTER) for (Variable variable : function.outer) spill(variable);
@@ -143,11 +144,11 @@ final class Lifetimes {
         int live = 0;
         Scope widest = inner;
         for (Scope scope = inner; scope != null && scope.function.real() == inner.function.real(); scope = scope.parent) {
-            live += locals(scope.variables) + (scope.table == null ? 0 : 1);
-            if (locals(scope.variables) > locals(widest.variables)) widest = scope;
+            live += scope.locals + (scope.table == null ? 0 : 1);
+            if (scope.locals > widest.locals) widest = scope;
         }
         if (live <= MOST_LOCALS) return false;
-        boolean helps = locals(widest.variables) > 0;
+        boolean helps = widest.locals > 0;
         if (!helps) errors.report(inner.node, "Too many nested blocks in one function");
         for (Variable variable : widest.variables) spill(variable);
         return helps;
@@ -164,6 +165,7 @@ final class Lifetimes {
         if (home.table == null) home.table = "scope" + Lua.CHANGED + ++tables;
         if (home != variable.scope) variable.lua += Lua.CHANGED + Integer.toString(++tables);
         variable.spilledIn = home;
+        variable.scope.locals--;
         variable.inPlace = false;
     }
 }

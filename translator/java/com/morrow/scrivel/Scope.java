@@ -17,6 +17,8 @@ final class Scope {
     final ArrayList<FunctionNode> functions = new ArrayList<>();
     /** The names of variables that are declared within and live outside. */
     final HashSet<String> passed = new HashSet<>(2);
+    /** How many of its variables are Lua locals. */
+    int locals;
     /** The Lua local that holds the spilled variables, or null. */
     String table;
 
