@@ -130,6 +130,8 @@ local function translate(text)
   if place then
     return "TypeError", method .. ": argument " .. place .. " must be a " .. wanted .. ", not " .. (NAMES[got] or got)
   end
+  local at, name, rule = match(text, "^bad argument #(%d+) to '([^']*)' %((.*)%)$")
+  if at then return "RangeError", name .. ": argument " .. at .. ": " .. rule end
   local operand = match(text, "^attempt to perform arithmetic on (.*)$")
   if operand then
     local name = match(operand, "'([^']*)'")
@@ -138,7 +140,7 @@ local function translate(text)
   local called = match(text, "^attempt to call %S+ '([^']*)' %(an? [%w ]+ value%)")
   if called then return "TypeError", original(called) .. " is not a function" end
   local value = match(text, "^attempt to call an? ([%w ]+) value")
-  if value then return "TypeError", (value == "nil" and "undefined" or value) .. " is not a function" end
+  if value then return "TypeError", (NAMES[value] or value) .. " is not a function" end
   return find(text, "^attempt to ") and "TypeError" or "Error", text
 end
 

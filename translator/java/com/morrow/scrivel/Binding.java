@@ -63,6 +63,10 @@ final class Binding implements NodeVisitor {
             case Token.FUNCTION -> function((FunctionNode) node);
             case Token.VAR -> declaration((VariableDeclaration) node);
             case Token.INC, Token.DEC -> target(((UpdateExpression) node).getOperand(), null, node);
+            case Token.ARRAYLIT -> {
+                names.function.constants.add(node);
+                return true;
+            }
             case Token.OBJECTLIT -> objectLiteral((ObjectLiteral) node);
             case Token.FOR -> forLoop((Loop) node);
             case Token.BLOCK -> {
@@ -93,6 +97,7 @@ final class Binding implements NodeVisitor {
 
     /** Text may be the name of a property. */
     private void text(String text) {
+        names.function.constants.add(text);
         names.hooks |= HOOKS.contains(text);
         names.mathShared |= text.equals("Math");
         names.sharesGlobals |= text.equals(Refusals.GLOBAL);
@@ -114,6 +119,7 @@ final class Binding implements NodeVisitor {
         if (node.getTarget() instanceof Name name) name(name, around.getType() != Token.DELPROP);
         else node.getTarget().visit(this);
         String property = node.getProperty().getIdentifier();
+        names.function.constants.add(property);
         names.mathShared |= property.equals("Math");
         names.hooks |= property.startsWith("__define");
         if (Patterns.isLink(node)) chain(node);
@@ -154,6 +160,7 @@ final class Binding implements NodeVisitor {
     }
 
     private void objectLiteral(ObjectLiteral literal) {
+        names.function.constants.add(literal);
         for (ObjectProperty property : literal.getElements()) {
             boolean shorthand = "=".equals(source.note(property.getPosition()));
             if (shorthand) errors.report(property, "Invalid shorthand property initializer");
@@ -335,6 +342,7 @@ final class Binding implements NodeVisitor {
         boolean statement = node.getFunctionType() == FunctionNode.FUNCTION_STATEMENT
             || node.getFunctionType() == FunctionNode.FUNCTION_EXPRESSION_STATEMENT;
         boolean hoisted = statement && !(node.getParent() instanceof ObjectProperty);
+        names.function.constants.add(node);
         FunctionInfo info = names.enter(node, node);
         if (!info.arrow && !isBlock(node.getBody())) errors.report(node.getBody(), "A function's body stands in braces");
         if (hoisted && node.getFunctionName() == null) {

@@ -103,7 +103,8 @@ final class Calls {
         Code value = operands.get(0);
         arguments(operands, arguments);
         Code callee = operands.get(0);
-        boolean name = target.getType() == Token.NAME && value.rank == Code.PREFIX;
+        // Lua names what it calls where that is a variable or a property, but not what a check or a function gives.
+        boolean name = target.getType() == Token.NAME && value.rank == Code.PREFIX && !value.isCall;
         int line = line(node, target);
         if (callee != value || !name && target.getType() != Token.FUNCTION) {
             return library(line, "call", operands.from(1), callee, ", " + name(target) + ", nil");
@@ -119,12 +120,18 @@ final class Calls {
         Block.Link mark = g.out.mark();
         Code object = operands.get(0);
         arguments(operands, arguments);
-        if (!Lua.isName(name) || g.out.mark() != mark && !areQuiet(arguments)) {
+        if (!Lua.isName(name) || g.function.isCrowded() || g.out.mark() != mark && !areQuiet(arguments)) {
             Code saved = operands.get(0);
             Code method = g.save(Code.of(saved.within(Code.PREFIX), line, Lua.member(name)), saved == object ? mark : mark.next);
             return library(line, "call", operands.from(0), method, ", " + name(target));
         }
-        return close(Code.of(operands.get(0).within(Code.PREFIX), line, ":" + name), "", operands.from(1));
+        return close(Code.of(closed(operands.get(0).within(Code.PREFIX), line), line, ":" + name), "", operands.from(1));
+    }
+
+    /** A method's object. Lua reads a property late, and would blame the method's line where that fails. */
+    private static Code closed(Code object, int line) {
+        boolean read = !object.isCall && object.items.size() > 1 && !object.parenthesis;
+        return read && object.lastLine != line ? Code.of("(", object, ")") : object;
     }
 
     /** Evaluating them cannot change what a method's name leads to. */

@@ -1,6 +1,7 @@
 package com.morrow.scrivel;
 
 import java.util.ArrayList;
+import java.util.HashSet;
 import java.util.LinkedHashSet;
 import java.util.TreeSet;
 import org.mozilla.javascript.ast.AstNode;
@@ -9,6 +10,9 @@ import org.mozilla.javascript.ast.ReturnStatement;
 
 /** What is known of a function, of the script itself, or of a part of a try statement, which becomes a Lua function too. */
 final class FunctionInfo {
+    /** Lua finds the names of 256, among which are some of the library's. */
+    private static final int MOST_CONSTANTS = 200;
+
     final FunctionInfo parent;
     final FunctionNode node;
     /** Part of a try statement: transparent to everything but Lua's limits. */
@@ -31,6 +35,8 @@ final class FunctionInfo {
     AstNode reachedBy;
     final LinkedHashSet<Variable> outer = new LinkedHashSet<>();
     final LinkedHashSet<String> runtime = new LinkedHashSet<>();
+    /** What its own code has among Lua's constants: names of properties, texts, literals and functions. */
+    final HashSet<Object> constants = new HashSet<>();
     final ArrayList<ReturnStatement> returns = new ArrayList<>(1);
     int returnType = Types.NONE;
 
@@ -58,6 +64,12 @@ final class FunctionInfo {
         FunctionInfo function = this;
         while (function.part || function.arrow) function = function.parent;
         return function;
+    }
+
+    /** Whether it has so many constants that Lua no longer knows a method that is missing by its name. */
+    boolean isCrowded() {
+        int exposed = parent == null ? 2 * scope.functions.size() : 0;
+        return constants.size() + exposed > MOST_CONSTANTS;
     }
 
     /** Whether its own code calls or jumps in that time, so that other code may run. */

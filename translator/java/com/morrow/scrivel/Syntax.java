@@ -73,6 +73,7 @@ final class Syntax {
         if (feature != null) return feature + " not supported";
         if (message.startsWith("TypeError: ")) message = message.substring(11);
         if (message.startsWith("continue can only")) return NO_LOOP;
+        if (message.startsWith("XML")) return "Unexpected token 'default'";
         // What it takes for a method is most often a property that lacks its colon.
         boolean separate = message.equals("missing ; before statement");
         boolean unclear = separate || message.equals("syntax error") || message.startsWith("missing ( before function");
@@ -87,8 +88,7 @@ final class Syntax {
         if (message.endsWith(": super")) return "The word super is";
         if (c == '.' && text.substring(0, at).stripTrailing().endsWith("new")) return "The expression new.target is";
         if (message.endsWith(": import") || message.endsWith(": export")) return "Modules are";
-        if (message.endsWith(": await") || text.startsWith("async", at)) return "Asynchronous functions are";
-        if (message.startsWith("invalid property id") && c == '[') return "Accessors with computed names are";
+        if (message.endsWith(": await") || text.startsWith("async ", at)) return "Asynchronous functions are";
         if (message.startsWith("invalid property id") && c == '*') return "Generators are";
         return null;
     }
