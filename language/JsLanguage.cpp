@@ -16,6 +16,7 @@
 #include "files/JsFile.h"
 #include "files/JsFileAccessor.h"
 #include "language/Resources.h"
+#include "translation/TextLimit.h"
 
 namespace vexil3::js {
 
@@ -55,13 +56,8 @@ Ref<IFile> openText(IFileAccessor* accessor, const char* fileName, IError** erro
 
 }  // namespace
 
-JsLanguage::JsLanguage(ILanguage* language) : mLanguage(language), mDebugger(new JSDebugger(&mCache)) {
+JsLanguage::JsLanguage(ILanguage* language) : mLanguage(language), mDebugger(std::make_unique<JSDebugger>(&mCache)) {
     std::srand(static_cast<unsigned int>(std::time(nullptr)));
-}
-
-JsLanguage::~JsLanguage() {
-    mDebugger->releaseIfNeeded();
-    if (mLanguage) mLanguage->release();
 }
 
 bool JsLanguage::is(_GUID id) const { return answers<JsLanguage, ILanguage, IObjectNoRef>(id); }
@@ -78,7 +74,7 @@ bool JsLanguage::compile(IProfile*, IFileAccessor*, const char*, IError**) { ret
 
 bool JsLanguage::checkSyntax(IPermissions* permissions, IFileAccessor* accessor, const char* fileName, const char*,
                              IError** error) {
-    return guarded(mLanguage, accessor, error, [&] {
+    return guarded(mLanguage.get(), accessor, error, [&] {
         const Ref<IFileAccessor> translating(new JsFileAccessor(accessor));
         Ref<IError> local;
         const Ref<IFile> file = openText(translating.get(), fileName, local.out());
@@ -86,6 +82,10 @@ bool JsLanguage::checkSyntax(IPermissions* permissions, IFileAccessor* accessor,
         unsigned long done = 0;
         if (file) {
             const std::int64_t size = file->size(local.out());
+            if (!local && size > kLargestText) {
+                ErrorFactory::throwError(local.out(), IError::StageFile, IError::CodeInvalidContent,
+                                         "The file is too large", fileName, 0);
+            }
             if (!local) text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
         }
         if (!file || local || !file->read(text.data(), text.size(), done, local.out())) {
@@ -101,7 +101,7 @@ bool JsLanguage::checkSyntax(IPermissions* permissions, IFileAccessor* accessor,
 
 bool JsLanguage::recognizeFile(IFileAccessor* accessor, const char* fileName, ILanguageService::ObjectType& type,
                                IError** error) {
-    return guarded(mLanguage, accessor, error, [&] {
+    return guarded(mLanguage.get(), accessor, error, [&] {
         const Ref<IFileAccessor> translating(new JsFileAccessor(accessor));
         return mLanguage->recognizeFile(translating.get(), fileName, type, error);
     });
@@ -109,7 +109,7 @@ bool JsLanguage::recognizeFile(IFileAccessor* accessor, const char* fileName, IL
 
 bool JsLanguage::setDebugger(IDebugger* debugger) {
     mDebugger->setDebugger(debugger);
-    return mLanguage && mLanguage->setDebugger(mDebugger);
+    return mLanguage && mLanguage->setDebugger(mDebugger.get());
 }
 
 IIndicatorProfileImplementation* JsLanguage::createIndicatorProfile(IFileAccessor* accessor, const char* fileName,
@@ -140,11 +140,11 @@ template <class Adapter, class Profile>
 Profile* JsLanguage::createProfile(Profile* (ILanguage::*create)(IFileAccessor*, const char*, ILoadMetadata*, IError**),
                                    IFileAccessor* accessor, const char* fileName, ILoadMetadata* metadata,
                                    IError** error) {
-    return guarded(mLanguage, accessor, error, [&]() -> Profile* {
+    return guarded(mLanguage.get(), accessor, error, [&]() -> Profile* {
         if (!updateCache(accessor, fileName, error)) return nullptr;
         const Ref<IFileAccessor> translating(new JsFileAccessor(accessor));
         Ref<IError> local;
-        Ref<Profile> profile((mLanguage->*create)(translating.get(), fileName, metadata, local.out()));
+        Ref<Profile> profile((mLanguage.get()->*create)(translating.get(), fileName, metadata, local.out()));
         if (!profile) {
             convertError(error, local.get());
             return nullptr;

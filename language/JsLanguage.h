@@ -1,12 +1,19 @@
 // The JavaScript language as the host sees it.
 #pragma once
 
+#include <memory>
+
 #include <vexil3/language.h>
 
 #include "lines/FileLinesCache.h"
 #include "lines/JSDebugger.h"
 
 namespace vexil3::js {
+
+struct ReleaseLanguage {
+    void operator()(ILanguage* language) const { language->release(); }
+};
+using LanguageOwner = std::unique_ptr<ILanguage, ReleaseLanguage>;
 
 // Does no language work of its own: hands the Lua language a file accessor that translates, wraps
 // what comes back, and keeps the line tables by which errors and debugger events are mapped. Owned by
@@ -16,10 +23,10 @@ class VEXIL_API JsLanguage : public ILanguage {
 public:
     static const _GUID ID;
 
-    // Takes the Lua language over. Null is allowed: every operation that needs one then fails with
-    // "LUA not set".
+    // Takes the Lua language over, also where it throws. Null is allowed: every operation that needs
+    // one then fails with "LUA not set".
     explicit JsLanguage(ILanguage* language);
-    ~JsLanguage() override;
+    ~JsLanguage() override = default;
     JsLanguage(const JsLanguage&) = delete;
     JsLanguage& operator=(const JsLanguage&) = delete;
 
@@ -62,8 +69,9 @@ private:
                            IFileAccessor* accessor, const char* fileName, ILoadMetadata* metadata, IError** error);
 
     FileLinesCache mCache;
-    ILanguage* mLanguage;
-    JSDebugger* mDebugger;
+    LanguageOwner mLanguage;
+    // Goes before the language that it was given to.
+    std::unique_ptr<JSDebugger> mDebugger;
 };
 
 }  // namespace vexil3::js

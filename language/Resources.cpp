@@ -72,12 +72,10 @@ struct LoadBuffer {
 void loadTexts(ILocalizationSource* source) {
     freeTexts();
     const LoadBuffer buffer;
-    bool whole = true;
-    for (const Message& message : kMessages) {
+    for (const Message& message : kMessages)
         *message.text = Resources::loadString(source, message.id, message.defaultText);
-        whole = whole && *message.text;
-    }
-    Resources::gInit.store(whole, std::memory_order_release);
+    // Also where one found no memory: loading anew would free those that somebody holds by then.
+    Resources::gInit.store(true, std::memory_order_release);
 }
 
 // Whether printf may be given the text with one string: "%s", any number of "%1$s", with or without a
@@ -97,8 +95,8 @@ bool takesOneString(const char* format) {
     return true;
 }
 
-// The current text of a message, or its default when memory ran out while loading: whoever reports
-// an error must get some text.
+// The current text of a message, or its default where memory ran out while it was loaded: whoever
+// reports an error must get some text.
 const char* text(int id) {
     const Message& message = kMessages[id - kMessages[0].id];
     if (!Resources::gInit.load(std::memory_order_acquire)) {

@@ -18,7 +18,10 @@ void printLoaderMessage() {
 extern "C" VEXIL_API vexil3::ILanguage* createLanguage() {
     using Factory = vexil3::ILanguage*();
 
-    void* library = dlopen(vexil3::EnumNames::languageFilename(vexil3::ILanguageService::Lua), RTLD_NOW);
+    // A null name would open the program itself, where this very function may be found.
+    const char* const name = vexil3::EnumNames::languageFilename(vexil3::ILanguageService::Lua);
+    if (!name) return nullptr;
+    void* library = dlopen(name, RTLD_NOW);
     if (!library) {
         printLoaderMessage();
         return nullptr;
@@ -28,12 +31,10 @@ extern "C" VEXIL_API vexil3::ILanguage* createLanguage() {
         printLoaderMessage();
         return nullptr;
     }
-    vexil3::ILanguage* lua = nullptr;
     try {
-        lua = factory();
-        return lua ? new vexil3::js::JsLanguage(lua) : nullptr;
+        vexil3::js::LanguageOwner lua(factory());
+        return lua ? new vexil3::js::JsLanguage(lua.release()) : nullptr;
     } catch (...) {
-        if (lua) lua->release();
         return nullptr;
     }
 }

@@ -1,6 +1,7 @@
 // The platform's own error and its entries.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,7 +48,11 @@ public:
     IErrorEntry* get(std::uint64_t index) override;
 
     // Room for `extra` more entries, so that adopting them cannot fail.
-    void reserve(std::uint64_t extra) { mEntries.reserve(mEntries.size() + extra); }
+    void reserve(std::uint64_t extra) {
+        const std::size_t needed = mEntries.size() + extra;
+        // In growing steps: entries mostly come one by one.
+        if (needed > mEntries.capacity()) mEntries.reserve(std::max(needed, 2 * mEntries.capacity()));
+    }
     // Takes over the caller's reference; there must be room.
     void adopt(IErrorEntry* entry) noexcept { mEntries.push_back(entry); }
 

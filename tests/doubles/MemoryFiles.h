@@ -19,6 +19,8 @@ public:
     std::map<std::string, std::string> files;
     // The ids of files that are to have others than "id of NAME".
     std::map<std::string, std::string> ids;
+    // What files give as their size, in place of their own.
+    std::int64_t claimedSize = -1;
     // What one read gives at most.
     unsigned long mostAtOnce = ~0ul;
     Journal journal;
@@ -81,7 +83,8 @@ public:
     bool seek(long, Position, IError** error) override { return mAccessor->passes(error, "seek"); }
     std::int64_t position(IError**) override { return 0; }
     std::int64_t size(IError** error) override {
-        return mAccessor->passes(error, "size") ? static_cast<std::int64_t>(text().size()) : 0;
+        if (!mAccessor->passes(error, "size")) return 0;
+        return mAccessor->claimedSize < 0 ? static_cast<std::int64_t>(text().size()) : mAccessor->claimedSize;
     }
     bool eof(IError**) override { return false; }
     bool read(void* buffer, unsigned long count, unsigned long& done, IError** error) override {

@@ -150,6 +150,9 @@ TEST_F(Language, SyntaxIsCheckedOnTheTranslation) {
         EXPECT_FALSE(mLanguage->checkSyntax(permissions, mFiles.get(), "plain.lua", nullptr, mError.out()));
         EXPECT_EQ(faults(mError), (std::vector<Fault>{{2, 9, "broken"}})) << step;
     }
+    mFiles->claimedSize = INT64_MAX;
+    EXPECT_FALSE(mLanguage->checkSyntax(permissions, mFiles.get(), "plain.lua", nullptr, mError.out()));
+    EXPECT_EQ(faults(mError), (std::vector<Fault>{{2, 23, "The file is too large", "plain.lua", 0}}));
     EXPECT_TRUE(mLua->journal.take().empty());
 }
 

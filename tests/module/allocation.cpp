@@ -241,8 +241,13 @@ TEST_F(Allocation, DebuggerEventsAndMessages) {
     gUntilFailure = -1;
     EXPECT_EQ(line, 12) << "an event needs no memory";
 
-    withEveryFailure([] { return Resources::getErrorLUA() == std::string_view("LUA not set") ? "" : "a wrong text"; },
-                     [] { Resources::deinit(); });
+    withEveryFailure(
+        [] {
+            const char* const held = Resources::getErrorIndexOutOfBounds();
+            if (Resources::getErrorLUA() != std::string_view("LUA not set")) return "a wrong text";
+            return Resources::getErrorIndexOutOfBounds() == held ? "" : "a text goes while somebody has it";
+        },
+        [] { Resources::deinit(); });
     withEveryFailure(
         [] {
             const std::string_view text =
