@@ -117,10 +117,12 @@ final class Calls {
         String name = target.getProperty().getIdentifier();
         int line = g.line(target.getProperty());
         Operands operands = new Operands(g, false).object(target.getTarget(), line);
+        boolean unnamed = !Lua.isName(name) || g.function.isCrowded();
+        if (unnamed) operands.keep();
         Block.Link mark = g.out.mark();
         Code object = operands.get(0);
         arguments(operands, arguments);
-        if (!Lua.isName(name) || g.function.isCrowded() || g.out.mark() != mark && !areQuiet(arguments)) {
+        if (unnamed || g.out.mark() != mark && !areQuiet(arguments)) {
             Code saved = operands.get(0);
             Code method = g.save(Code.of(saved.within(Code.PREFIX), line, Lua.member(name)), saved == object ? mark : mark.next);
             return library(line, "call", operands.from(0), method, ", " + name(target));
