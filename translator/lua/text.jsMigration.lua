@@ -1,7 +1,7 @@
 -- Numbers as text, text as numbers, and strings in UTF-16 units.
 local tonumber, tostring, byte, char, sub, rep = tonumber, tostring, string.byte, string.char, string.sub, string.rep
 local gsub, find, match, format, concat = string.gsub, string.find, string.match, string.format, table.concat
-local floor, max, huge = math.floor, math.max, math.huge
+local floor, max, huge, reverse = math.floor, math.max, math.huge, string.reverse
 
 -- Numbers as text: the shortest digits that read back as the same number.
 
@@ -68,10 +68,18 @@ local function numberToString(n)
   return sign .. ((e > 20 or e < -6) and exponential or positional)(digits, e)
 end
 
--- White space as trim() and ToNumber see it; everything above ASCII is matched by its bytes.
-local spaces = { ["\194\160"] = true, ["\225\154\128"] = true, ["\226\128\168"] = true, ["\226\128\169"] = true,
-  ["\226\128\175"] = true, ["\226\129\159"] = true, ["\227\128\128"] = true, ["\239\187\191"] = true }
-for i = 128, 138 do spaces["\226\128" .. char(i)] = true end
+local function utf8(c)
+  if c < 0x80 then return char(c) end
+  if c < 0x800 then return char(0xC0 + floor(c / 64), 0x80 + c % 64) end
+  if c < 0x10000 then return char(0xE0 + floor(c / 4096), 0x80 + floor(c / 64) % 64, 0x80 + c % 64) end
+  return char(0xF0 + floor(c / 262144), 0x80 + floor(c / 4096) % 64, 0x80 + floor(c / 64) % 64, 0x80 + c % 64)
+end
+
+-- White space as trim() and ToNumber see it. What is above ASCII is matched by its bytes, from either end of a text.
+local spaces = {}
+local function addSpace(c) spaces[utf8(c)], spaces[reverse(utf8(c))] = true, true end
+for _, c in ipairs({ 0xA0, 0x1680, 0x2028, 0x2029, 0x202F, 0x205F, 0x3000, 0xFEFF }) do addSpace(c) end
+for c = 0x2000, 0x200A do addSpace(c) end
 
 local function isBlank(c) return not c or c <= 32 or c >= 128 end -- or perhaps a part of white space
 
@@ -84,16 +92,7 @@ local function trimStart(s)
   return sub(s, at)
 end
 
-local function trimEnd(s)
-  local last = #s
-  while last > 0 and isBlank(byte(s, last)) do
-    while last > 0 and (byte(s, last) == 32 or byte(s, last) >= 9 and byte(s, last) <= 13) do last = last - 1 end
-    if last > 1 and spaces[sub(s, last - 1, last)] then last = last - 2
-    elseif last > 2 and spaces[sub(s, last - 2, last)] then last = last - 3
-    else break end
-  end
-  return sub(s, 1, last)
-end
+local function trimEnd(s) return isBlank(byte(s, -1)) and reverse(trimStart(reverse(s))) or s end
 
 -- The value of digits in a base; nil when one of them is none. Correctly rounded for the bases that scripts use.
 local function parseDigits(digits, base)
@@ -180,13 +179,6 @@ local function units(s)
   local list = recent[s]
   if list == nil then return recall(s) end
   return list
-end
-
-local function utf8(c)
-  if c < 0x80 then return char(c) end
-  if c < 0x800 then return char(0xC0 + floor(c / 64), 0x80 + c % 64) end
-  if c < 0x10000 then return char(0xE0 + floor(c / 4096), 0x80 + floor(c / 64) % 64, 0x80 + c % 64) end
-  return char(0xF0 + floor(c / 262144), 0x80 + floor(c / 4096) % 64, 0x80 + floor(c / 64) % 64, 0x80 + c % 64)
 end
 
 -- Whether a surrogate pair stands at i, and the character that it is.
