@@ -3,7 +3,7 @@
 -- list of keys stays as it was for a loop that is still in it, and knows the new one. A list of keys also knows with how
 -- many gaps it begins, so that the first entry of a queue is found at once.
 local js = require("jsMigration.lua")
-local type, rawget, select, max, classOf, typeError = type, rawget, select, math.max, js.classOf, js.typeError
+local type, rawget, select, max, held, typeError = type, rawget, select, math.max, js.held, js.typeError
 local V, GAP, NIL, NAN = "\0v", {}, {}, {}
 
 -- What stands for a key in a Lua table, which takes neither nil nor NaN.
@@ -78,18 +78,12 @@ end
 local function walk(store, kind) return { advance = advance, store = store, kind = kind, keys = store.keys, i = 0 } end
 function js.walk(o) return walk(rawget(o, V), js.classOf(o) == "Map" and "entries" or "values") end
 
-local function storeOf(this, class, name)
-  local store = classOf(this) == class and rawget(this, V)
-  if store then return store end
-  typeError("Method " .. class .. ".prototype." .. name .. " called on incompatible receiver " .. js.describe(this))
-end
-
 -- Defines a collection. What its constructor is given goes through the method adder; weak is what a weak one says of a
 -- key that it refuses.
 local function collection(class, adder, weak)
   local proto = js.fillProto({}, js.ObjectProto)
   local function method(name, count, f)
-    return js.builtin(proto, name, count, function(this, ...) return f(storeOf(this, class, name), this, ...) end)
+    return js.builtin(proto, name, count, function(this, ...) return f(held(this, class, name), this, ...) end)
   end
   local function call() typeError("Constructor " .. class .. " requires 'new'") end
   js.constructor(class, 0, proto, call, function(items)
@@ -133,7 +127,7 @@ local function collection(class, adder, weak)
     method(kind, 0, function(store) return js.iterator(walk(store, kind)) end)
   end
   if adder == "add" then js.defineOwn(proto, "keys", 5, proto.values) end
-  local size = js.name(function(this) return storeOf(this, class, "size").size end, "get size", 0)
+  local size = js.name(function(this) return held(this, class, "size").size end, "get size", 0)
   js.defineOwn(proto, "size", 4, nil, size, false)
 end
 collection("Map", "set")

@@ -11,10 +11,7 @@ function js.iterator(state) return js.instance(IteratorProto, "Iterator", state)
 
 local result = js.shape("value", "done")
 js.builtin(IteratorProto, "next", 0, function(this)
-  if js.classOf(this) ~= "Iterator" then
-    js.typeError("Method Iterator.prototype.next called on incompatible receiver " .. js.describe(this))
-  end
-  local state = rawget(this, V)
+  local state = js.held(this, "Iterator", "next")
   local found, value = state.advance(state)
   return js.fresh({ value = value, done = not found, [S] = result }, js.O)
 end)
@@ -84,11 +81,16 @@ function js.entry(item)
   return item[0], item[1]
 end
 
--- What js.values gave, from a position on, as an array.
+-- Puts what js.values gave, from a position on, behind the n elements of a table. Gives how many it has then.
+local function append(a, n, list, from)
+  while from < list.length do a[n], n, from = list[from], n + 1, from + 1 end
+  return n
+end
+
+-- The same as an array.
 function js.tail(list, from)
-  local a, n = {}, 0
-  while from + n < list.length do a[n], n = list[from + n], n + 1 end
-  a.length = n
+  local a = {}
+  a.length = append(a, 0, list, from)
   return js.fresh(a, A)
 end
 
@@ -110,10 +112,7 @@ end
 -- The elements of several iterables as one array.
 function js.gather(...)
   local all, n = {}, 0
-  for i = 1, select("#", ...) do
-    local list, k = js.values((select(i, ...))), 0
-    while k < list.length do all[n], n, k = list[k], n + 1, k + 1 end
-  end
+  for i = 1, select("#", ...) do n = append(all, n, js.values((select(i, ...))), 0) end
   all.length = n
   return js.fresh(all, A)
 end
@@ -144,7 +143,7 @@ function js.mix(o, from, skipped)
   for i = 1, n do
     local k = keys[i]
     -- What an accessor has deleted or hidden meanwhile is left out.
-    local gone = slots and (js.own(from, k) or 0) % 4 < 2
+    local gone = slots and not js.isEnumerable(from, k)
     if not (gone or skipped and skipped[k]) then js.defineOwn(o, k, 7, from[k]) end
   end
   return o

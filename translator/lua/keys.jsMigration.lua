@@ -2,7 +2,7 @@
 local js = require("values.jsMigration.lua")
 local type, rawget, rawset, next, getmetatable, sort, S = type, rawget, rawset, next, getmetatable, table.sort, js.S
 local own, isIndex, protoOf, str, key, addHoles, H = js.own, js.isIndex, js.protoOf, js.str, js.key, js.addHoles, "\0h"
-local ENUMERABLE, CONFIGURABLE, FEW, fmod, gmatch = 2, 4, 32, math.fmod, string.gmatch
+local isEnumerable, CONFIGURABLE, FEW, fmod, gmatch = js.isEnumerable, 4, 32, math.fmod, string.gmatch
 local COLUMNS = "time open high low close volume"
 
 -- Forgets what is known of a key beside its value.
@@ -65,8 +65,7 @@ end
 local function cannotDelete(o, k) js.typeError("Cannot delete property '" .. str(k) .. "' of " .. js.describe(o)) end
 
 function js.setlength(o, v)
-  local mt = type(o) == "table" and getmetatable(o)
-  if not (mt and mt.array) then o.length = v return end
+  if not js.isArray(o) then o.length = v return end
   local s = rawget(o, S)
   if s and s.fixedLength then js.readOnly("length", o) end
   local wanted = js.resize(o, v)
@@ -118,11 +117,6 @@ local function ordered(s)
   return list
 end
 
-local function visible(s, k)
-  local slot = s.slots and s.slots[k]
-  return (slot and slot.flags or s.attr and s.attr[k] or ENUMERABLE) % CONFIGURABLE >= ENUMERABLE
-end
-
 -- The order of keys in the host's own tables, which have none.
 local function before(a, b)
   if type(a) ~= type(b) then return type(a) == "number" end
@@ -146,12 +140,12 @@ function js.ownKeys(o, all)
   local every = all or not s or not (s.attr or s.slots)
   if mt.array then
     local indexes, count = js.elementIndexes(o)
-    for i = 1, count do if every or visible(s, indexes[i]) then n = n + 1 list[n] = indexes[i] end end
+    for i = 1, count do if every or isEnumerable(o, indexes[i]) then n = n + 1 list[n] = indexes[i] end end
     if all then n = n + 1 list[n] = "length" end
   end
   local keys = s and ordered(s)
   for i = 1, s and #keys or 0 do
-    if every or visible(s, keys[i]) then n = n + 1 list[n] = keys[i] end
+    if every or isEnumerable(o, keys[i]) then n = n + 1 list[n] = keys[i] end
   end
   return list, n
 end

@@ -4,7 +4,7 @@ local bit, math, type, rawget, select = bit, math, type, rawget, select
 local setmetatable, unpack, null, str, key, own = setmetatable, unpack, js.null, js.str, js.key, js.own
 local defineOwn, home, isScriptObject, ownKeys = js.defineOwn, js.home, js.isScriptObject, js.ownKeys
 local protoOf, typeError, ObjectProto, FunctionProto = js.protoOf, js.typeError, js.ObjectProto, js.FunctionProto
-local S, WRITABLE, ENUMERABLE, CONFIGURABLE = js.S, 1, 2, 4
+local isEnumerable, S, WRITABLE, ENUMERABLE, CONFIGURABLE = js.isEnumerable, js.S, 1, 2, 4
 
 js.fillProto(ObjectProto, nil)
 js.fillProto(js.FunctionHome, ObjectProto)
@@ -38,7 +38,6 @@ local Object = js.constructor("Object", 1, ObjectProto, function(_, x) return ma
 local function default(name, count, f) return js.builtin(ObjectProto, name, count, f) end
 default("hasOwnProperty", 1, function(this, k) return own(toObject(this), key(k)) ~= nil end)
 default("isPrototypeOf", 1, function(this, o) return isScriptObject(o) and js.inherits(o, toObject(this)) end)
-local function isEnumerable(o, k) return (own(o, k) or 0) % CONFIGURABLE >= ENUMERABLE end
 default("propertyIsEnumerable", 1, function(this, k) return isEnumerable(toObject(this), key(k)) end)
 default("valueOf", 0, toObject)
 default("toLocaleString", 0, function(this) return this:toString() end)

@@ -147,6 +147,8 @@ local function own(o, k)
   end
 end
 
+function js.isEnumerable(o, k) return (own(o, k) or 0) % CONFIGURABLE >= ENUMERABLE end
+
 -- The first of an object and its prototypes, but before the last one given, that has a key; its slot there.
 local function holder(o, k, last)
   if o == last then return nil end
@@ -238,6 +240,13 @@ end
 function js.instance(proto, class, value)
   local mt = metaFor(proto)
   return js.fresh({ [S] = mt.root, ["\0c"] = class, ["\0v"] = value }, mt)
+end
+
+-- What an object of a class holds, for the method that was called on it.
+function js.held(this, class, method)
+  local value = js.classOf(this) == class and rawget(this, "\0v")
+  if value then return value end
+  typeError("Method " .. class .. ".prototype." .. method .. " called on incompatible receiver " .. describe(this))
 end
 
 local function general(o)
