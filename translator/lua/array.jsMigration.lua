@@ -42,9 +42,7 @@ local function lengthOf(o) return min(max(toInteger(o.length), 0), MAX_SAFE) end
 local function construct(...)
   local n, first = select("#", ...), ...
   if n ~= 1 or type(first) ~= "number" then return js.rest(...) end
-  checkLength(js.uint32(first) == first and first or 1 / 0, LONGEST)
-  first = first + 0 -- not -0
-  local a = make(first)
+  local a = make(js.lengthOf(first))
   if first > 0 then addHoles(a, 0, first) end
   return a
 end

@@ -176,11 +176,9 @@ local function field(name, place, count)
     method("get" .. prefix .. name, 0, function(t) return t == t and fieldOf(t, place) or NaN end)
     if count then
       method("set" .. prefix .. name, count, function(t, this, ...)
-        local values, given = { ... }, min(count, math.max(select("#", ...), 1))
-        for i = 1, given do values[i] = num(values[i]) end
+        local parts, values = { fields(t == t and t or 0) }, { ... }
+        for i = 1, min(count, math.max(select("#", ...), 1)) do parts[place + i - 1] = num(values[i]) end
         if t ~= t and place > 1 then return NaN end
-        local parts = { fields(t == t and t or 0) }
-        for i = 1, given do parts[place + i - 1] = values[i] end
         return set(this, compose(unpack(parts, 1, 7)))
       end)
     end

@@ -161,11 +161,6 @@ local function firstInstance(f, text)
   return mt
 end
 
-local function finishNew(o, r)
-  if isObject(r) then return r end
-  return o
-end
-
 js.new = function(f, text, ...)
   local mt = instances[f]
   if not mt then
@@ -174,7 +169,9 @@ js.new = function(f, text, ...)
     mt = firstInstance(f, text)
   end
   local o = fresh({ [S] = mt.root }, mt)
-  return finishNew(o, (f(o, ...)))
+  local r = f(o, ...)
+  if isObject(r) then return r end
+  return o
 end
 
 -- Literals, arguments, iteration.
@@ -247,8 +244,7 @@ function js.arguments(...)
 end
 
 function js.values(o, text)
-  local mt = type(o) == "table" and getmetatable(o)
-  if mt and mt.array then return o end
+  if js.isArray(o) then return o end
   return js.iterate(o, text)
 end
 

@@ -1,6 +1,6 @@
 -- JSON.
 local js = require("jsMigration.lua")
-local type, rawget, rawset, tonumber, getmetatable, byte = type, rawget, rawset, tonumber, getmetatable, string.byte
+local type, rawget, rawset, tonumber, byte = type, rawget, rawset, tonumber, string.byte
 local char, sub, find, match, gsub, rep = string.char, string.sub, string.find, string.match, string.gsub, string.rep
 local format, concat, min, max, null, str = string.format, table.concat, math.min, math.max, js.null, js.str
 local key, O = js.key, js.O
@@ -196,11 +196,10 @@ local function writeObject(state, value)
 end
 
 -- What an object around a primitive stands for.
+local unwrap = { Number = js.num, String = str, Boolean = function(x) return rawget(x, "\0v") end }
 local function unwrapped(x)
-  local class = rawget(x, "\0c")
-  if not class then return x end
-  if class == "Number" then return js.num(x) elseif class == "String" then return str(x) end
-  if class == "Boolean" then return rawget(x, "\0v") end
+  local convert = unwrap[js.classOf(x)]
+  if convert then return convert(x) end
   return x
 end
 
@@ -218,13 +217,12 @@ function writeValue(state, holder, k)
   if t == "boolean" then return value and "true" or "false" end
   if value == null then return "null" end
   if t ~= "table" then return nil end
-  local mt = getmetatable(value)
-  if mt and mt.array then return writeArray(state, value) end
+  if js.isArray(value) then return writeArray(state, value) end
   return writeObject(state, value)
 end
 
 local function gapOf(space)
-  if type(space) == "table" then space = unwrapped(space) end
+  space = unwrapped(space)
   if type(space) == "number" then return rep(" ", max(0, min(10, js.toInteger(space)))) end
   return type(space) == "string" and js.slice(space, 0, min(10, js.length(space))) or ""
 end

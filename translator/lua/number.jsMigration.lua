@@ -215,14 +215,13 @@ local function unary(name, f)
   end)
 end
 
-for name in string.gmatch("floor abs sqrt sin cos tan asin acos atan exp log sinh cosh tanh", "%S+") do
+for name in string.gmatch("floor abs sqrt sin cos tan asin acos atan exp log log10 sinh cosh tanh", "%S+") do
   unary(name, math[name])
 end
 unary("round", js.round)
 unary("ceil", js.ceil)
 unary("trunc", function(x) return x < 0 and js.ceil(x) or floor(x) end)
 unary("sign", function(x) return x > 0 and 1 or x < 0 and -1 or x end)
-unary("log10", math.log10)
 unary("log2", function(x) return log(x, 2) end)
 local function log1p(x)
   local u = 1 + x
