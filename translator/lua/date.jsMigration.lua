@@ -1,8 +1,8 @@
 -- Date. The local time zone is UTC, so each local method is its UTC twin.
 local js = require("jsMigration.lua")
 local string, unpack, type, rawget, rawset, select, tonumber = string, unpack, type, rawget, rawset, select, tonumber
-local floor, abs, min, format, match, num = math.floor, math.abs, math.min, string.format, string.match, js.num
-local toInteger, builtin, V, NaN, MS_PER_DAY = js.toInteger, js.builtin, "\0v", 0 / 0, 86400000
+local floor, abs, min, max, format, match = math.floor, math.abs, math.min, math.max, string.format, string.match
+local num, toInteger, builtin, V, NaN, MS_PER_DAY = js.num, js.toInteger, js.builtin, "\0v", 0 / 0, 86400000
 local DAYS = { [0] = "Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat" }
 local MONTHS = { [0] = "Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec" }
 
@@ -177,7 +177,7 @@ local function field(name, place, count)
     if count then
       method("set" .. prefix .. name, count, function(t, this, ...)
         local parts, values = { fields(t == t and t or 0) }, { ... }
-        for i = 1, min(count, math.max(select("#", ...), 1)) do parts[place + i - 1] = num(values[i]) end
+        for i = 1, min(count, max(select("#", ...), 1)) do parts[place + i - 1] = num(values[i]) end
         if t ~= t and place > 1 then return NaN end
         return set(this, compose(unpack(parts, 1, 7)))
       end)

@@ -1,6 +1,6 @@
 -- Error and its kin, and how what Lua or the host raises becomes one of them.
 local js = require("jsMigration.lua")
-local string, table, pcall, type, getmetatable = string, table, pcall, type, getmetatable
+local table, ipairs, pcall, type, getmetatable = table, ipairs, pcall, type, getmetatable
 local rawget, rawset, tonumber, tostring, match = rawget, rawset, tonumber, tostring, string.match
 local gmatch, find, gsub, platform, str = string.gmatch, string.find, string.gsub, js.platform, js.str
 local defineOwn = js.defineOwn
