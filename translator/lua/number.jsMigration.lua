@@ -91,7 +91,7 @@ end
 local function placed(digits, point, places)
   local text = point + places < 0 and "" or rounded(digits, point + places)
   text = rep("0", places + 1 - #text) .. text
-  return sub(text, 1, #text - places) .. (places > 0 and "." .. sub(text, -places) or "")
+  return js.positional(text, #text - places - 1)
 end
 
 -- x >= 0 with so many digits after the point. Lua's own rounding is right, but stops at 99 of them.
@@ -137,7 +137,7 @@ writer("toPrecision", 1, function(x, count)
 end)
 writer("toExponential", 0, function(x, count, shortest)
   if not shortest then return js.exponential(scientific(x, count + 1)) end
-  return js.exponential(js.digitsOf(js.shortest(x)))
+  return js.exponential(js.shortest(x))
 end)
 
 -- Whole numbers get their thousands marked, fractions three digits at most.
@@ -146,7 +146,7 @@ builtin(NumberProto, "toLocaleString", 0, function(this, ...)
   js.inEnglish("toLocaleString", ...)
   if x ~= x then return "NaN" end
   if abs(x) == huge then return signed(x, "∞") end
-  local digits, e = js.digitsOf(js.shortest(abs(x)))
+  local digits, e = js.shortest(abs(x))
   local int, more = match(placed(digits, e + 1, 3), "^(%d+)%.(%d-)0*$")
   local groups = string.reverse((string.gsub(string.reverse(int), "(%d%d%d)", "%1,")))
   return signed(1 / x, match(groups, "^,?(.*)$") .. (more ~= "" and "." .. more or ""))
@@ -158,8 +158,7 @@ local function parseFloat(_, x)
   local s = js.trimStart(str(x))
   local text = match(s, "^[+-]?%d*%.?%d*")
   if find(text, "%d") then return num(text .. (match(s, "^[eE][+-]?%d+", #text + 1) or "")) end
-  local sign = match(s, "^([+-]?)Infinity")
-  return sign and (sign == "-" and -huge or huge) or NaN
+  return num(match(s, "^[+-]?Infinity") or NaN)
 end
 
 local digitsIn = {} -- by radix

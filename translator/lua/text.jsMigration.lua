@@ -1,9 +1,15 @@
 -- Numbers as text, text as numbers, and strings in UTF-16 units.
 local tonumber, tostring, byte, char, sub, rep = tonumber, tostring, string.byte, string.char, string.sub, string.rep
-local gsub, find, match, format, concat = string.gsub, string.find, string.match, string.format, table.concat
-local floor, max, huge, reverse = math.floor, math.max, math.huge, string.reverse
+local gsub, gmatch, find, match = string.gsub, string.gmatch, string.find, string.match
+local format, concat, floor, max, huge = string.format, table.concat, math.floor, math.max, math.huge
 
 -- Numbers as text: the shortest digits that read back as the same number.
+
+-- The digits of a number that Lua has written, without zeros at the end, and the exponent.
+local function digitsOf(text)
+  local first, more, e = match(text, "^(%d)%.?(%d-)0*e(.+)$")
+  return first .. more, tonumber(e)
+end
 
 -- Beside a power of two the nearest 16 digits may fail where their neighbour succeeds; where two texts are as near, the
 -- one with the even last digit is it.
@@ -15,16 +21,10 @@ local function shortest(n)
       local head, last, exponent = match(text, "^(.-)(%d)(e.*)$")
       local tie = last % 2 == 1 and find(format("%.40e", n), "^.-%." .. rep("%d", precision - 1) .. "50*e")
       local other = head .. last + (tie and -1 or 1) .. exponent
-      if (tie or not same and last ~= "9") and tonumber(other) == n then return other end
+      if (tie or not same and last ~= "9") and tonumber(other) == n then return digitsOf(other) end
     end
-    if same then return text end
+    if same then return digitsOf(text) end
   end
-end
-
--- The digits that such a text has, without zeros at the end, and the exponent.
-local function digitsOf(text)
-  local first, more, e = match(text, "^(%d)%.?(%d-)0*e(.+)$")
-  return first .. more, tonumber(e)
 end
 
 -- Digits as a number is written, with an exponent and without.
@@ -64,7 +64,7 @@ local function numberToString(n)
   if n ~= n then return "NaN" end
   local sign = n < 0 and "-" or ""
   if size == huge then return sign .. "Infinity" end
-  local digits, e = digitsOf(shortest(size))
+  local digits, e = shortest(size)
   return sign .. ((e > 20 or e < -6) and exponential or positional)(digits, e)
 end
 
@@ -75,24 +75,33 @@ local function utf8(c)
   return char(0xF0 + floor(c / 262144), 0x80 + floor(c / 4096) % 64, 0x80 + floor(c / 64) % 64, 0x80 + c % 64)
 end
 
--- White space as trim() and ToNumber see it. What is above ASCII is matched by its bytes, from either end of a text.
+-- White space as trim() and ToNumber see it, with its size in bytes.
 local spaces = {}
-local function addSpace(c) spaces[utf8(c)], spaces[reverse(utf8(c))] = true, true end
-for _, c in ipairs({ 0xA0, 0x1680, 0x2028, 0x2029, 0x202F, 0x205F, 0x3000, 0xFEFF }) do addSpace(c) end
-for c = 0x2000, 0x200A do addSpace(c) end
+for c in gmatch("\t\n\v\f\r ", ".") do spaces[c] = 1 end
+for _, c in ipairs({ 0xA0, 0x1680, 0x2028, 0x2029, 0x202F, 0x205F, 0x3000, 0xFEFF }) do spaces[utf8(c)] = #utf8(c) end
+for c = 0x2000, 0x200A do spaces[utf8(c)] = 3 end
 
-local function isBlank(c) return not c or c <= 32 or c >= 128 end -- or perhaps a part of white space
+local function mayBeSpace(c) return c and (c <= 32 or c >= 128) end
 
 local function trimStart(s)
   local at = 1
-  while isBlank(byte(s, at)) do
-    at = match(s, "^[ \t-\r]*()", at)
-    if spaces[sub(s, at, at + 1)] then at = at + 2 elseif spaces[sub(s, at, at + 2)] then at = at + 3 else break end
+  while mayBeSpace(byte(s, at)) do
+    local size = spaces[sub(s, at, at)] or spaces[sub(s, at, at + 1)] or spaces[sub(s, at, at + 2)]
+    if not size then break end
+    at = at + size
   end
   return sub(s, at)
 end
 
-local function trimEnd(s) return isBlank(byte(s, -1)) and reverse(trimStart(reverse(s))) or s end
+local function trimEnd(s)
+  local at = #s
+  while mayBeSpace(byte(s, at)) do
+    local size = spaces[sub(s, at, at)] or spaces[sub(s, at - 1, at)] or spaces[sub(s, at - 2, at)]
+    if not size then break end
+    at = at - size
+  end
+  return sub(s, 1, at)
+end
 
 -- The value of digits in a base; nil when one of them is none. Correctly rounded for the bases that scripts use.
 local function parseDigits(digits, base)
@@ -242,7 +251,7 @@ local function joined(pieces)
 end
 
 return {
-  numberToString = numberToString, shortest = shortest, digitsOf = digitsOf, exponential = exponential,
+  numberToString = numberToString, shortest = shortest, exponential = exponential,
   positional = positional, stringToNumber = stringToNumber, parseDigits = parseDigits, trimStart = trimStart,
   trimEnd = trimEnd, units = units, utf8 = utf8, encode = encode, length = length, slice = slice, join = join,
   mend = mend, joined = joined, isPair = isPair,
