@@ -159,40 +159,31 @@ end
 
 local writeValue
 
-local function open(state, value)
-  if state.open[value] then js.typeError("Converting circular structure to JSON") end
-  state.open[value] = true
-  local outer = state.indent
-  state.indent = outer .. state.gap
-  return outer
+-- Brackets around parts, each of which has a line of its own when there is a gap.
+local function enclosed(state, outer, left, parts, right)
+  if #parts == 0 then return left .. right end
+  if state.gap == "" then return left .. concat(parts, ",") .. right end
+  local line = "\n" .. state.indent
+  return left .. line .. concat(parts, "," .. line) .. "\n" .. outer .. right
 end
 
-local function close(state, value, parts, outer, left, right)
-  local text
-  if #parts == 0 then text = left .. right
-  elseif state.gap == "" then text = left .. concat(parts, ",") .. right
+local function writeItems(state, value, isArray)
+  if state.open[value] then js.typeError("Converting circular structure to JSON") end
+  local outer, parts = state.indent, {}
+  state.open[value], state.indent = true, outer .. state.gap
+  if isArray then
+    for i = 0, value.length - 1 do parts[i + 1] = writeValue(state, value, i) or "null" end
   else
-    local line = "\n" .. state.indent
-    text = left .. line .. concat(parts, "," .. line) .. "\n" .. outer .. right
+    local keys, n = state.list, state.list and #state.list
+    if not keys then keys, n = js.ownKeys(value) end
+    for i = 1, n do
+      local text = writeValue(state, value, keys[i])
+      if text then parts[#parts + 1] = quote(str(keys[i])) .. (state.gap == "" and ":" or ": ") .. text end
+    end
   end
+  local text = enclosed(state, outer, isArray and "[" or "{", parts, isArray and "]" or "}")
   state.open[value], state.indent = nil, outer
   return text
-end
-
-local function writeArray(state, value)
-  local outer, parts = open(state, value), {}
-  for i = 0, value.length - 1 do parts[i + 1] = writeValue(state, value, i) or "null" end
-  return close(state, value, parts, outer, "[", "]")
-end
-
-local function writeObject(state, value)
-  local outer, parts, keys, n = open(state, value), {}, state.list, state.list and #state.list
-  if not keys then keys, n = js.ownKeys(value) end
-  for i = 1, n do
-    local text = writeValue(state, value, keys[i])
-    if text then parts[#parts + 1] = quote(str(keys[i])) .. (state.gap == "" and ":" or ": ") .. text end
-  end
-  return close(state, value, parts, outer, "{", "}")
 end
 
 -- What an object around a primitive stands for.
@@ -217,8 +208,7 @@ function writeValue(state, holder, k)
   if t == "boolean" then return value and "true" or "false" end
   if value == null then return "null" end
   if t ~= "table" then return nil end
-  if js.isArray(value) then return writeArray(state, value) end
-  return writeObject(state, value)
+  return writeItems(state, value, js.isArray(value))
 end
 
 local function gapOf(space)
