@@ -315,30 +315,27 @@ end)
 -- The copying kin of what changes an array in place; a copy has no holes.
 
 method("toReversed", 0, function(o, n)
-  checkLength(n, LONGEST)
-  local a = { length = n }
-  for i = n - 1, 0, -1 do a[n - 1 - i] = o[i] end
-  return js.fresh(a, A)
+  local a = make(n)
+  for i = n - 1, 0, -1 do rawset(a, n - 1 - i, o[i]) end
+  return a
 end)
 method("toSpliced", 2, function(o, n, ...)
   local first, remove, count = removal(n, select("#", ...), ...)
   local by = count - remove
   checkLength(n + by, MAX_SAFE)
-  checkLength(n + by, LONGEST)
-  local a = { length = n + by }
-  for i = 0, first - 1 do a[i] = o[i] end
-  for i = 1, count do a[first + i - 1] = (select(i + 2, ...)) end
-  for i = first + remove, n - 1 do a[i + by] = o[i] end
-  return js.fresh(a, A)
+  local a = make(n + by)
+  for i = 0, first - 1 do rawset(a, i, o[i]) end
+  for i = 1, count do rawset(a, first + i - 1, (select(i + 2, ...))) end
+  for i = first + remove, n - 1 do rawset(a, i + by, o[i]) end
+  return a
 end)
 method("with", 2, function(o, n, i, value)
   local at = toInteger(i)
   if at < 0 then at = at + n end
   if at < 0 or at >= n then js.throwError("RangeError", "Invalid index : " .. str(i)) end
-  checkLength(n, LONGEST)
-  local a = { length = n }
-  for i = 0, n - 1 do if i == at then a[i] = value else a[i] = o[i] end end
-  return js.fresh(a, A)
+  local a = make(n)
+  for i = 0, n - 1 do if i == at then rawset(a, i, value) else rawset(a, i, o[i]) end end
+  return a
 end)
 
 -- Making arrays, or what else `this` constructs.

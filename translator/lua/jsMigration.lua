@@ -13,14 +13,13 @@ local fresh = js.fresh
 
 -- Metatables of the primitive types and functions.
 
-local function cannot(act, verb, what)
-  return function(_, k)
-    typeError("Cannot " .. act .. " properties of " .. what .. " (" .. verb .. " '" .. js.describe(k) .. "')")
-  end
-end
-
 local function nothingMeta(what)
-  return js.withArithmetic({ __index = cannot("read", "reading", what), __newindex = cannot("set", "setting", what) })
+  local function cannot(act, verb)
+    return function(_, k)
+      typeError("Cannot " .. act .. " properties of " .. what .. " (" .. verb .. " '" .. js.describe(k) .. "')")
+    end
+  end
+  return js.withArithmetic({ __index = cannot("read", "reading"), __newindex = cannot("set", "setting") })
 end
 
 local function cannotCreate(proto)
