@@ -137,7 +137,7 @@ local function key(k)
   if b and b < 58 and (b > 47 or b == 45 or b == 0) then return canonical(k) end
   return k
 end
-js.key, js.canonical = key, canonical
+js.key = key
 function js.needFunction(f) if type(f) ~= "function" then js.typeError(js.describe(f) .. " is not a function") end end
 
 -- Operators.
@@ -251,17 +251,9 @@ local function eq(a, b)
   if a == b then return true end
   if a == nil or a == null then return b == nil or b == null end
   if b == nil or b == null then return false end
-  local ta, tb = type(a), type(b)
-  if ta == tb and (ta ~= "table" and ta ~= "userdata" and ta ~= "cdata") then return false end
-  if ta == "boolean" then return eq(a and 1 or 0, b) end
-  if tb == "boolean" then return eq(a, b and 1 or 0) end
-  if isObject(a) then
-    if isObject(b) then return false end
-    return eq(primitive(a), b)
-  elseif isObject(b) then
-    return eq(a, primitive(b))
-  end
-  return num(a) == num(b)
+  if type(a) == type(b) then return false end
+  if isObject(a) ~= isObject(b) then return eq(primitive(a), primitive(b)) end
+  return not isObject(a) and num(a) == num(b)
 end
 js.eq = eq
 
