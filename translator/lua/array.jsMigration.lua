@@ -78,17 +78,19 @@ end
 -- True for an array without holes and attributes.
 local function plain(o) return getmetatable(o) == A and not rawget(o, H) and not rawget(o, "\0s") end
 
--- Puts what o has from first to last - 1 into an array, holes where that has none.
+-- Puts what element() gave into an array that a method fills: an element, or a hole.
+local function include(a, i, found, v)
+  if found then rawset(a, i, v) elseif found == false then addHoles(a, i, i + 1) end
+end
+
+-- Puts what o has from first to last - 1 into an array.
 local function copy(o, first, last, into, at)
   local by = at - first
   if plain(o) and last <= o.length then
     for i = first, last - 1 do rawset(into, i + by, o[i]) end
     return
   end
-  for i = first, last - 1 do
-    local found, v = element(o, i)
-    if found then rawset(into, i + by, v) else addHoles(into, i + by, i + by + 1) end
-  end
+  for i = first, last - 1 do include(into, i + by, element(o, i)) end
 end
 
 -- A copy without holes.
@@ -96,7 +98,7 @@ local function dense(o, n)
   checkLength(n, LONGEST)
   return js.list(o, 0, n - 1)
 end
-js.open, js.element, js.derived, js.dense = open, element, derived, dense
+js.open, js.element, js.derived, js.include, js.dense = open, element, derived, include, dense
 
 -- Defines a method that gets the object to work on and its length.
 local function method(name, count, f)
@@ -104,6 +106,11 @@ local function method(name, count, f)
     local o, n = open(this, name)
     return f(o, n, ...)
   end)
+end
+
+-- Puts an element where o has one already, or another one, or takes that away.
+local function put(o, i, found, v)
+  if found then o[i] = v elseif has(i, o) then delete(o, i) end
 end
 
 -- Moves the elements first .. last - 1 by so many places, from the end that keeps them from running over one another.
@@ -114,10 +121,7 @@ local function move(o, first, last, by)
     if last > first then o.length = max(o.length, last + by) end
     for i = from, to, step do o[i + by] = o[i] end
   else
-    for i = from, to, step do
-      local found, v = element(o, i)
-      if found then o[i + by] = v else delete(o, i + by) end
-    end
+    for i = from, to, step do put(o, i + by, element(o, i)) end
   end
 end
 
@@ -262,17 +266,13 @@ method("toLocaleString", 0, function(o, n, locale, options)
   end)
 end)
 
-local function put(o, i, found, v, other)
-  if found then o[i] = v elseif other then delete(o, i) end
-end
-
 local function reverse(o, n)
   for i = 0, n / 2 - 1 do
     local j = n - 1 - i
     local hasA, a = element(o, i)
     local hasB, b = element(o, j)
-    put(o, i, hasB, b, hasA)
-    put(o, j, hasA, a, hasB)
+    put(o, i, hasB, b)
+    put(o, j, hasA, a)
   end
   return o
 end
@@ -367,21 +367,21 @@ js.builtin(Array, "from", 1, function(this, items, f, that)
   if f ~= nil then js.needFunction(f) end
   if items == nil or items == null then js.typeError(str(items) .. " is not iterable") end
   local a, n
-  local function include(i, v)
+  local function append(i, v)
     if f then v = f(that, v, i) end
     define(a, i, v)
   end
   if js.iterable(items) then
     a, n = target(this), 0
     for i, v in js.each(items) do
-      include(i, v)
+      append(i, v)
       n = i + 1
     end
   else
     items = js.toObject(items)
     n = lengthOf(items)
     a = target(this, n)
-    for i = 0, n - 1 do include(i, items[i]) end
+    for i = 0, n - 1 do append(i, items[i]) end
   end
   setlength(a, n)
   return a

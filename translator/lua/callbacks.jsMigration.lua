@@ -1,7 +1,7 @@
 -- The methods of arrays that call functions of the script. Sorting is stable: it merges runs.
 local js = require("jsMigration.lua")
 local rawset, select, type, min, open, element = rawset, select, type, math.min, js.open, js.element
-local derived, dense, truthy, has, isArray, addHoles = js.derived, js.dense, js.truthy, js.has, js.isArray, js.addHoles
+local derived, dense, truthy, has, isArray, include = js.derived, js.dense, js.truthy, js.has, js.isArray, js.include
 
 -- Defines a method that calls a function with the elements of an object: visit(object, length, function, this).
 local function visitor(name, visit)
@@ -30,10 +30,10 @@ finder("findIndex", false, true)
 finder("findLast", true, false)
 finder("findLastIndex", true, true)
 
--- Whether there is an element at i, and what a function gives for it. A compiled loop keeps to the function that it was
--- compiled with, and is left with each turn for another one: so a turn is for four elements.
+-- Whether there is an element at i, nil beyond the last, and what a function gives for it. A compiled loop keeps to the
+-- function that it was compiled with, and is left with each turn for another one: so a turn is for four elements.
 local function visit(o, n, f, that, i)
-  if i >= n then return false end
+  if i >= n then return nil end
   local found, v = element(o, i)
   if found then return true, (f(that, v, i, o)) end
   return false
@@ -48,16 +48,13 @@ visitor("forEach", function(o, n, f, that)
   end
 end)
 
-local function put(a, i, found, v)
-  if found then rawset(a, i, v) elseif i < a.length then addHoles(a, i, i + 1) end
-end
 visitor("map", function(o, n, f, that)
   local a = derived(o, n)
   for i = 0, n - 1, 4 do
-    put(a, i, visit(o, n, f, that, i))
-    put(a, i + 1, visit(o, n, f, that, i + 1))
-    put(a, i + 2, visit(o, n, f, that, i + 2))
-    put(a, i + 3, visit(o, n, f, that, i + 3))
+    include(a, i, visit(o, n, f, that, i))
+    include(a, i + 1, visit(o, n, f, that, i + 1))
+    include(a, i + 2, visit(o, n, f, that, i + 2))
+    include(a, i + 3, visit(o, n, f, that, i + 3))
   end
   return a
 end)
