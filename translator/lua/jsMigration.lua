@@ -5,8 +5,8 @@ local platform = ...
 local js = require("globals.jsMigration.lua")
 local S, O, A, null, StringProto, FunctionHome = js.S, js.O, js.A, js.null, js.StringProto, js.FunctionHome
 local type, rawget, rawset, select, setmetatable, error, unpack = type, rawget, rawset, select, setmetatable, error, unpack
-local getmetatable, xpcall, byte, sub, find = getmetatable, platform.xpcall, string.byte, string.sub, string.find
-local str, key, canonical, numberToString, units = js.str, js.key, js.canonical, js.numberToString, js.units
+local getmetatable, xpcall, sub, find = getmetatable, platform.xpcall, string.sub, string.find
+local str, key, units, length = js.str, js.key, js.units, js.length
 local utf8, isObject, isScriptObject, typeError = js.utf8, js.isObject, js.isScriptObject, js.typeError
 local lookup, props, side, instances, construct = js.lookup, js.props, js.side, js.instances, js.construct
 local fresh = js.fresh
@@ -22,31 +22,27 @@ local function nothingMeta(what)
   return js.withArithmetic({ __index = cannot("read", "reading"), __newindex = cannot("set", "setting") })
 end
 
-local function cannotCreate(proto)
-  return function(x, k, v)
+local function primitiveMeta(proto, index)
+  local function read(x, k)
+    local v = rawget(proto, k)
+    if v ~= nil then return v end
+    return lookup(proto, k, x)
+  end
+  local function write(x, k, v)
     local _, slot = js.holder(proto, k)
     if slot and slot.set then return slot.set(x, v) end
     local what = type(x) .. " '" .. str(x) .. "'"
-    if type(x) == "string" and (k == "length" or js.isIndex(k) and k < js.length(x)) then
+    if type(x) == "string" and (k == "length" or js.isIndex(k) and k < length(x)) then
       typeError("Cannot assign to read only property '" .. str(k) .. "' of " .. what)
     end
     typeError("Cannot create property '" .. str(k) .. "' on " .. what)
   end
-end
-
-local function primitiveMeta(proto, index)
-  return js.withArithmetic({ __newindex = cannotCreate(proto), __index = index or function(x, k)
-    local v = rawget(proto, k)
-    if v ~= nil then return v end
-    return lookup(proto, k, x)
-  end })
+  return js.withArithmetic({ __index = index or read, __newindex = write })
 end
 
 local function stringIndex(s, k)
-  if k == "length" then
-    local list = units(s)
-    return list and list.n or #s
-  elseif type(k) == "number" then
+  if k == "length" then return length(s) end
+  if type(k) == "number" then
     local list = units(s)
     if list then return list[k] and utf8(list[k]) end
     if k >= 0 and k < #s and k % 1 == 0 then return sub(s, k + 1, k + 1) end
@@ -85,27 +81,13 @@ set(set, js.withArithmetic({ __index = functionIndex, __newindex = functionNewIn
 
 -- Properties by computed key.
 
-local function get(o, k)
-  if type(k) == "number" then
-    if k - k == 0 then return o[k] end
-    return o[numberToString(k)]
-  end
-  if type(k) == "string" then
-    local b = byte(k, 1)
-    if b and b < 58 and (b > 47 or b == 45 or b == 0) then k = canonical(k) end
-    return o[k]
-  end
-  if o == nil or o == null then return o[k] end
+function js.get(o, k)
+  if type(k) == "number" and k - k == 0 or o == nil or o == null then return o[k] end
   return o[key(k)]
 end
-js.get = get
 
 function js.set(o, k, v)
-  if type(k) == "number" then
-    if k - k == 0 then o[k] = v else o[numberToString(k)] = v end
-    return
-  end
-  if o == nil or o == null then o[k] = v end
+  if type(k) == "number" and k - k == 0 or o == nil or o == null then o[k] = v return end
   k = key(k)
   if k == "length" then js.setlength(o, v) else o[k] = v end
 end
@@ -275,8 +257,7 @@ end
 
 local function finishTry(passes, ok, ...)
   if ok then return true, ... end
-  local e = ...
-  if type(e) ~= "table" then e = js.fromNative(e) end
+  local e = js.fromNative((...))
   if getmetatable(e) == Box and not passes then return false, e.value end
   return false, e
 end
