@@ -224,10 +224,9 @@ function newMeta(proto, array, general)
 end
 
 -- The metatable of ordinary objects with this prototype, which may be nil.
-local plainMeta
+local nowhere = {}
 local function metaFor(proto)
-  if not proto then plainMeta = plainMeta or newMeta() return plainMeta end
-  local home = homeOf(proto)
+  local home = proto and homeOf(proto) or nowhere
   local mt = rawget(home, M)
   if not mt then
     mt = newMeta(proto)

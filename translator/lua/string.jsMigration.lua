@@ -287,11 +287,10 @@ method("localeCompare", 1, function(s, other, locale, options)
   end
   if s == other then return 0 end
   local a, b = changeCase(s, false), changeCase(other, false)
-  for i = 0, min(length(a), length(b)) - 1 do
-    local x, y = unitAt(a, i), unitAt(b, i)
+  for i = 0, max(length(a), length(b)) - 1 do
+    local x, y = unitAt(a, i) or -1, unitAt(b, i) or -1
     if x ~= y then return weight(x) < weight(y) and -1 or 1 end
   end
-  if length(a) ~= length(b) then return length(a) < length(b) and -1 or 1 end
   return s > other and -1 or 1
 end)
 

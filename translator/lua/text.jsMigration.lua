@@ -223,21 +223,18 @@ local function slice(s, first, last)
   return sub(s, list.places[first], list.places[last] - 1)
 end
 
--- The two halves of a surrogate pair that meet must become one character.
-local function join(a, b)
-  if byte(b, 1) == 0xED and byte(a, -3) == 0xED and byte(b, 2) >= 0xB0
-    and byte(a, -2) >= 0xA0 and byte(a, -2) < 0xB0 then
-    local pair = decode(sub(a, -3) .. sub(b, 1, 3))
-    return sub(a, 1, -4) .. encode(pair, 0, 1) .. sub(b, 4)
-  end
-  return a .. b
-end
-
--- The same for all of a text that was put together from parts. A function that makes one is not compiled.
+-- The halves of surrogate pairs that met when a text was put together must become one character each. A function that
+-- makes one is not compiled.
 local function united(halves) return encode(decode(halves), 0, 1) end
 local function mend(s)
   if not find(s, "\237", 1, true) then return s end
   return (gsub(s, "\237[\160-\175].\237[\176-\191].", united))
+end
+
+-- Two texts as one.
+local function join(a, b)
+  if byte(b, 1) ~= 0xED or byte(b, 2) < 0xB0 or byte(a, -3) ~= 0xED then return a .. b end
+  return sub(a, 1, -4) .. mend(sub(a, -3) .. sub(b, 1, 3)) .. sub(b, 4)
 end
 
 -- A text that is kept as a list of its pieces; they are one piece from then on.
