@@ -84,10 +84,8 @@ end)
 
 -- Parts.
 
-local function clamp(x, n, default)
-  if x == nil then return default end
-  return min(max(toInteger(x), 0), n)
-end
+-- A position counted from the start only.
+local function clamp(x, n, default) return position(x ~= nil and max(toInteger(x), 0) or nil, n, default) end
 
 method("slice", 2, function(s, first, last)
   local n = length(s)
@@ -160,7 +158,6 @@ local function bytePosition(s, i)
 end
 
 local function indexOf(s, what, from)
-  if what == "" then return from end
   local at = find(s, what, bytePosition(s, from), true)
   return at and unitsBefore(s, at) or -1
 end
@@ -232,11 +229,8 @@ local function replace(s, what, with, all)
     parts[#parts + 1] = asItIs and with
       or call and str(with(nil, what, unitsBefore(s, at), s)) or expand(with, s, at, last)
     from, start = last + 1, last + 1
-    if what == "" then
-      start = at + 1
-      while (byte(s, start) or 0) >= 128 and byte(s, start) < 192 do start = start + 1 end
-    end
-  until not all or start > #s + 1
+    if what == "" then start = match(s, "^[\128-\191]*()", at + 1) end
+  until not all or at > #s
   parts[#parts + 1] = sub(s, from)
   return mend(concat(parts))
 end
