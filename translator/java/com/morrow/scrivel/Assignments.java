@@ -6,14 +6,8 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** Assignments of every form, to variables, members and patterns. */
-final class Assignments {
+record Assignments(Generator g) {
     private static final Code ONE = Code.atom("1", Types.INTEGER);
-
-    private final Generator g;
-
-    Assignments(Generator g) {
-        this.g = g;
-    }
 
     /** Writes a variable; the first value of a declaration may go to a constant. */
     void write(Name name, Code value, boolean declaring) {

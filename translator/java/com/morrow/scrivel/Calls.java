@@ -6,7 +6,7 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** Calls, method calls and `new`. */
-final class Calls {
+record Calls(Generator g) {
     /** More than Lua has registers for, beside all locals, are passed as a list. */
     private static final int MOST_ARGUMENTS = 40;
     /** How many members and calls of a callee a message spells out. */
@@ -14,12 +14,6 @@ final class Calls {
     private static final String UNNAMED = "(intermediate value)";
     /** Operands of {@code Math.max} that are compared in place: each is a call around the ones before. */
     private static final int MOST_COMPARED = 4;
-
-    private final Generator g;
-
-    Calls(Generator g) {
-        this.g = g;
-    }
 
     Code call(FunctionCall node) {
         AstNode target = Expressions.bare(node.getTarget());

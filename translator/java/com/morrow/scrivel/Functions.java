@@ -7,18 +7,12 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** The chunk, functions, and what stands at the beginning of every scope. */
-final class Functions {
+record Functions(Generator g) {
     /** Lines of the chunk before the script's own text. */
     static final int PROLOGUE = 3;
     private static final int MOST_PARAMETERS = 50;
     /** Levels of Lua's parser that a function and the call around it take. */
     private static final int LEVELS = 4;
-
-    private final Generator g;
-
-    Functions(Generator g) {
-        this.g = g;
-    }
 
     // -- the chunk
 

@@ -18,7 +18,7 @@ final class Generator {
     /** A value and the statements that it needs before. */
     record Prepared(Block before, Code code) {}
 
-    /** What {@link #enter} replaces. */
+    /** What was current before {@link #collect} or {@link #enter}. */
     record Outer(FunctionInfo function, Flow flow, Block out, int temporaries, String spare, int depth) {}
 
     /** An expression that needs more registers or nesting than this is cut with a temporary. */
@@ -89,42 +89,42 @@ final class Generator {
     }
 
     /** Statements go to a block of their own from now on, until {@link #collected} is given the result. */
-    Block collect() {
-        Block outer = out;
+    Outer collect() {
+        Outer outer = new Outer(function, flow, out, temporaries, spare, depth);
         out = new Block();
         return outer;
     }
 
     /** The statements since {@link #collect}; the next ones go to the outer block again. */
-    Block collected(Block outer) {
+    Block collected(Outer outer) {
         Block inner = out;
-        out = outer;
+        out = outer.out;
         return inner;
     }
 
-    /** Adds collected statements, in a Lua block of their own if they made temporaries since there were `before`. */
-    void enclose(int line, Block inner, int before) {
-        boolean own = temporaries > before;
+    /** Adds the statements since {@link #collect}, in a Lua block of their own if they made temporaries. */
+    void enclose(int line, Outer outer) {
+        Block inner = collected(outer);
+        boolean own = temporaries > outer.temporaries;
         if (own) out.add(line, "do");
         out.add(inner);
         if (own) out.add("end");
-        temporaries = before;
+        temporaries = outer.temporaries;
     }
 
     /** Translates an expression, to be judged or for its value, without evaluating it here. */
     Prepared prepare(AstNode node, boolean judged) {
-        Block outer = collect();
+        Outer outer = collect();
         Code value = judged ? expressions.condition(node) : value(node);
         return new Prepared(collected(outer), value);
     }
 
     /** Begins a Lua function within the current one. */
     Outer enter(FunctionInfo inner, Flow innerFlow, AstNode node, int levels) {
-        Outer outer = new Outer(function, flow, out, temporaries, spare, depth);
+        Outer outer = collect();
         deeper(node, levels);
         function = inner;
         flow = innerFlow;
-        out = new Block();
         temporaries = 0;
         spare = null;
         return outer;
@@ -134,10 +134,9 @@ final class Generator {
     Block leave(Outer outer) {
         Block body = new Block();
         if (spare != null) body.add("local " + spare + " = {}");
-        body.add(out);
+        body.add(collected(outer));
         function = outer.function;
         flow = outer.flow;
-        out = outer.out;
         temporaries = outer.temporaries;
         spare = outer.spare;
         depth = outer.depth;

@@ -6,14 +6,8 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** What leaves statements early: break, continue, return, switch and try. */
-final class Jumps {
+record Jumps(Generator g) {
     private static final int RETURN = 1, FIRST_JUMP = 2;
-
-    private final Generator g;
-
-    Jumps(Generator g) {
-        this.g = g;
-    }
 
     /** The innermost part of a try statement around here, or null. */
     private Flow part() {
@@ -74,7 +68,7 @@ final class Jumps {
 
     private void block(AstNode statement) {
         g.out.add("do");
-        g.statements.body(statement);
+        g.statements.body(statement, 2);
         g.out.add("end");
     }
 
@@ -112,11 +106,10 @@ final class Jumps {
                 continue;
             }
             g.line = g.line(one);
-            int before = g.temporaries;
-            Block outer = g.collect();
+            Generator.Outer outer = g.collect();
             Code equal = g.operators.combine(Token.SHEQ, value, g.value(one.getExpression()), g.line);
             g.out.add(g.line, "if ", equal, " then goto " + labels[i] + " end");
-            g.enclose(g.line, g.collected(outer), before);
+            g.enclose(g.line, outer);
         }
         g.out.add("goto " + (other != null ? other : g.flow.label(false, g)));
         for (int i = 0; i < labels.length; i++) {
@@ -180,7 +173,7 @@ final class Jumps {
             g.statements.declareHere(pattern);
             g.assignments.give(pattern, Code.read(variable.access(), Types.UNKNOWN), true);
         }
-        g.statements.body(clause.getBody());
+        g.statements.body(clause.getBody(), 2);
     }
 
     /** A part of a try statement as a function that is called protected; `what` is what a catch clause catches. */
@@ -188,7 +181,7 @@ final class Jumps {
         Generator.Outer outer = g.enter(Names.function(node), flow, node, 2);
         AstNode block = node instanceof CatchClause clause ? clause.getBody() : node;
         if (node instanceof CatchClause clause) caught(clause, what);
-        else g.statements.body(node);
+        else g.statements.body(node, 2);
         Block body = g.leave(outer);
         LuaWriter.FunctionRow row = new LuaWriter.FunctionRow("", 0, 'p');
         Code end = Functions.end(block, g.line(node), new Code());

@@ -9,18 +9,12 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** Array, object and template literals. */
-final class Literals {
+record Literals(Generator g) {
     /** Larger literals, where an operand needs statements of its own, are filled one by one. */
     private static final int MOST_KEYS = 100;
 
     private static final Set<String> INHERITED = Set.of("constructor", "hasOwnProperty", "isPrototypeOf",
         "propertyIsEnumerable", "toLocaleString", "toString", "valueOf");
-
-    private final Generator g;
-
-    Literals(Generator g) {
-        this.g = g;
-    }
 
     /** Neither holes nor spread. */
     static boolean isDense(ArrayLiteral node) {

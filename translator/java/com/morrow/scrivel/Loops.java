@@ -6,15 +6,9 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** Loops. A body's locals are fresh with each turn, as its closures expect. */
-final class Loops {
+record Loops(Generator g) {
     /** Lua keeps three locals of its own for a numeric loop. */
     static final int HIDDEN = 3;
-
-    private final Generator g;
-
-    Loops(Generator g) {
-        this.g = g;
-    }
 
     void loop(Loop node, List<Label> labels) {
         g.flow = new Flow(g.flow, labels, true, false);
@@ -27,10 +21,8 @@ final class Loops {
 
     /** A loop's body; where a continue needs one, its label follows. What else follows must not see the body's names. */
     void body(AstNode body, boolean followed) {
-        Block outer = g.collect();
-        g.deeper(body, 1);
-        g.statements.body(body);
-        g.depth--;
+        Generator.Outer outer = g.collect();
+        g.statements.body(body, 3);
         Block inner = g.collected(outer);
         String label = g.flow.continueLabel;
         Scope scope = Names.scope(body);
@@ -59,10 +51,9 @@ final class Loops {
     private void increment(AstNode node) {
         if (isEmpty(node)) return;
         g.line = g.line(node);
-        Block outer = g.collect();
-        int before = g.temporaries;
+        Generator.Outer outer = g.collect();
         g.expressions.effect(node);
-        g.enclose(g.line(node), g.collected(outer), before);
+        g.enclose(g.line(node), outer);
     }
 
     private void exitUnless(Code test, int line) {
@@ -166,7 +157,6 @@ final class Loops {
 
     /** One turn of a for-in or for-of loop: its variables get the item, then the body runs. */
     private void turn(ForInLoop node, String item) {
-        int before = g.temporaries;
         g.functions.open(Names.scope(node));
         Code value = Code.read(item, Types.UNKNOWN);
         if (node.getIterator() instanceof VariableDeclaration declaration) {
@@ -175,6 +165,5 @@ final class Loops {
             g.assignments.give(target, value, true);
         } else g.assignments.give(node.getIterator(), value, false);
         body(node.getBody(), false);
-        g.temporaries = before;
     }
 }

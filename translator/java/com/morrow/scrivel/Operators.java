@@ -6,13 +6,7 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** Unary and binary operators: Lua's own where the operands' types allow, the library's functions elsewhere. */
-final class Operators {
-    private final Generator g;
-
-    Operators(Generator g) {
-        this.g = g;
-    }
-
+record Operators(Generator g) {
     /** A call of a library function. */
     Code library(String name, Code... operands) {
         Code code = Code.of(g.js(name), "(").arguments(Arrays.asList(operands), true, 3, 2);

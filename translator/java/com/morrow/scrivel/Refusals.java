@@ -7,7 +7,7 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** What parses but is not translated, and what strict code forbids. */
-final class Refusals {
+record Refusals(Diagnostics errors) {
     /** Built-in names that other engines have; typeof may ask for them. */
     private static final Set<String> ELSEWHERE = Set.of(
         "Symbol", "Proxy", "Promise", "Reflect", "BigInt", "Intl", "WeakRef", "AggregateError", "setTimeout", "setInterval");
@@ -18,12 +18,6 @@ final class Refusals {
 
     /** Libraries get the global object by a function of this text. */
     static final String GLOBAL = "return this";
-
-    private final Diagnostics errors;
-
-    Refusals(Diagnostics errors) {
-        this.errors = errors;
-    }
 
     private void refuse(AstNode node, String feature) {
         errors.report(node, feature + " not supported");

@@ -5,15 +5,9 @@ import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
 /** Statements, but for loops and what leaves them. */
-final class Statements {
+record Statements(Generator g) {
     /** A statement of so many pieces of text surely takes less than Lua's longest jump of 32,767 instructions. */
     private static final int MOST_PIECES = 45000;
-
-    private final Generator g;
-
-    Statements(Generator g) {
-        this.g = g;
-    }
 
     /** The statements of a list; what control cannot reach is left out, so that a return is the last of its Lua block. */
     void list(List<AstNode> statements) {
@@ -31,10 +25,9 @@ final class Statements {
             case Token.FUNCTION, Token.EMPTY, Token.DEBUGGER -> {}
             case Token.BLOCK -> block(node);
             default -> {
-                int before = g.temporaries;
-                Block outer = g.collect();
+                Generator.Outer outer = g.collect();
                 simple(node);
-                g.enclose(g.line(node), g.collected(outer), before);
+                g.enclose(g.line(node), outer);
             }
         }
         measure(node, size);
@@ -76,20 +69,14 @@ final class Statements {
 
     // -- blocks
 
-    /** A statement as the whole of a Lua block, around which there is another for what the statement keeps. */
-    void body(AstNode node) {
-        body(node, 2);
-    }
-
-    private void body(AstNode node, int levels) {
-        int before = g.temporaries;
+    /** A statement as the whole of a Lua block, which is so many levels deeper. */
+    void body(AstNode node, int levels) {
         g.deeper(node, levels);
         if (node.getType() == Token.BLOCK) {
             g.functions.open(Names.scope(node));
             list(Functions.children(node));
         } else statement(node);
         g.depth -= levels;
-        g.temporaries = before;
     }
 
     private void block(AstNode node) {
@@ -153,23 +140,20 @@ final class Statements {
             g.out.add(g.functions.local((FunctionNode) value, variable));
             return;
         }
-        int before = g.temporaries;
-        Block outer = g.collect();
+        Generator.Outer outer = g.collect();
         Code code = g.assignments.named(value, variable.name);
-        boolean enclosed = g.temporaries > before;
+        boolean enclosed = g.temporaries > outer.temporaries();
         if (here && !enclosed) g.out.add(g.line(name), "local " + variable.lua + " = ", g.assignments.kept(Names.use(name), code));
         else g.assignments.write(name, code, true);
-        Block inner = g.collected(outer);
-        if (here && enclosed) declare(variable);
-        g.enclose(g.line, inner, before);
+        if (here && enclosed) outer.out().add(g.line, "local " + variable.lua);
+        g.enclose(g.line, outer);
     }
 
     private void pattern(VariableInitializer part) {
         declareHere(part.getTarget());
-        int before = g.temporaries;
-        Block outer = g.collect();
+        Generator.Outer outer = g.collect();
         g.assignments.takeApart(part.getTarget(), part.getInitializer(), true, false);
-        g.enclose(g.line, g.collected(outer), before);
+        g.enclose(g.line, outer);
     }
 
     /** Declares the variables of a target that are declared in place. */
