@@ -22,8 +22,7 @@ record Calls(Generator g) {
             throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
         if (Patterns.isLink(target)) return lookedUp(node, Expressions.bare(Patterns.target(target)), true);
-        if (target instanceof ElementGet || isOneList(arguments)) return lookedUp(node, target, false);
-        if (!(target instanceof PropertyGet member)) return function(node, target, arguments);
+        if (!(target instanceof PropertyGet member) || isOneList(arguments)) return lookedUp(node, target, false);
         Code known = math(member, arguments);
         return known != null ? known : method(member, arguments);
     }
@@ -63,8 +62,7 @@ record Calls(Generator g) {
                 boolean hole = element.getType() == Token.EMPTY;
                 if (hole) throw new Refusal(element, "An array literal with holes and spread elements is not supported");
             }
-            Block.Link mark = g.out.mark();
-            lists.put(mark, g.literals.list(run));
+            lists.put(g.out.mark(), g.literals.list(run));
             i = end - 1;
         }
         return close(Code.of(g.line, g.js("gather")), "", lists.from(0));
@@ -90,21 +88,6 @@ record Calls(Generator g) {
     /** Where a call that fails is told: by the callee's name, or where its arguments begin. */
     private int line(FunctionCall node, AstNode target) {
         return target.getType() == Token.NAME ? g.line(target) : g.source.line(node.getPosition() + node.getLp());
-    }
-
-    private Code function(FunctionCall node, AstNode target, List<AstNode> arguments) {
-        Operands operands = new Operands(g, false).add(target);
-        Code value = operands.get(0);
-        arguments(operands, arguments);
-        Code callee = operands.get(0);
-        // Lua names what it calls where that is a variable or a property, but not what a check or a function gives.
-        boolean name = target.getType() == Token.NAME && value.rank == Code.PREFIX && !value.isCall;
-        int line = line(node, target);
-        if (callee != value || !name && target.getType() != Token.FUNCTION) {
-            return library(line, "call", operands.from(1), callee, ", " + name(target) + ", nil");
-        }
-        Code known = callee.rank == Code.PREFIX ? Code.of(line, callee) : Code.of("(", callee, line, ")");
-        return close(known, "nil", operands.from(1)).typed(g.types.call(target));
     }
 
     private Code method(PropertyGet target, List<AstNode> arguments) {
@@ -138,6 +121,7 @@ record Calls(Generator g) {
 
     /**
      * Calls a function, or a method, that is looked up before its arguments are evaluated; {@code f?.()} if there is one.
+     * A variable or a function expression is called as it stands, unless the arguments take statements that may change it.
      * A list that is spread goes to the library whole: some functions take one of any length.
      */
     private Code lookedUp(FunctionCall node, AstNode target, boolean optional) {
@@ -152,9 +136,16 @@ record Calls(Generator g) {
             operands.put(g.out.mark(), method).put(g.out.mark(), place.object());
         } else if (optional) operands.put(g.out.mark(), g.expressions.link(g.value(target)));
         else operands.add(target);
+        Code callee = operands.get(0);
+        // Lua names what it calls where that is a variable or a property, but not what a check or a function gives.
+        boolean name = target.getType() == Token.NAME && callee.rank == Code.PREFIX && !callee.isCall;
         boolean list = isOneList(arguments);
         if (list) operands.add(Patterns.spread(arguments.get(0)));
         else arguments(operands, arguments);
+        if (!list && !optional && callee == operands.get(0) && (name || target.getType() == Token.FUNCTION)) {
+            Code known = callee.rank == Code.PREFIX ? Code.of(line, callee) : Code.of("(", callee, line, ")");
+            return close(known, "nil", operands.from(1)).typed(g.types.call(target));
+        }
         String fixed = ", " + name(target) + (member ? "" : ", nil");
         return library(line, list ? "apply" : "call", operands.from(1), operands.get(0), fixed);
     }
