@@ -14,9 +14,10 @@ record Assignments(Generator g) {
         Variable.Use use = Names.use(name);
         Variable variable = use.variable;
         boolean guarded = variable != null && !declaring;
-        if (guarded && (use.early || variable.isCheckedAt(use))) {
+        Code check = guarded ? g.expressions.check(name) : null;
+        if (check != null) {
             value = g.save(value);
-            g.out.add(g.expressions.check(name, use.early ? g.js("unset") : variable.access()));
+            g.out.add(check);
         }
         if (guarded && (variable.kind == Variable.Kind.CONST || variable.kind == Variable.Kind.SELF)) {
             if (!value.pure) g.save(value);

@@ -56,6 +56,8 @@ final class Expressions {
         return switch (node.getType()) {
             case Token.NUMBER -> Code.atom(Lua.number(((NumberLiteral) node).getNumber()), g.types.of(node));
             case Token.STRING -> Code.atom(Lua.quote(((StringLiteral) node).getValue()), Types.STRING);
+            case Token.TEMPLATE_CHARS -> Code.atom(Lua.quote(((TemplateCharacters) node).getValue()), Types.STRING);
+            case Token.EMPTY -> Code.read(g.js("hole"), Types.UNKNOWN);
             case Token.TRUE -> Code.atom("true", Types.BOOLEAN);
             case Token.FALSE -> Code.atom("false", Types.BOOLEAN);
             case Token.NULL -> Code.read(g.js("null"), Types.UNKNOWN);
@@ -97,8 +99,8 @@ final class Expressions {
         Variable.Use use = Names.use(node);
         Variable variable = use.variable;
         if (variable == null) return global(node);
-        if (use.early) return check(node, g.js("unset"));
-        if (variable.isCheckedAt(use)) return check(node, variable.access());
+        Code check = check(node);
+        if (check != null) return check;
         if (variable.isConstant()) return value(variable.initial);
         if (variable.pieces) return g.operators.library("joined", Code.of(variable.access())).typed(Types.STRING);
         Code code = Code.read(variable.access(), variable.type);
@@ -109,10 +111,12 @@ final class Expressions {
         return code;
     }
 
-    /** Raises the error of a variable that is used before it is initialised. */
-    Code check(Name node, String access) {
-        Code name = Code.atom(Lua.quote(node.getIdentifier()), Types.STRING);
-        return g.operators.library(g.line(node), "ready", Code.of(access), name);
+    /** The value of a variable, or the error of one that is used before it is initialised; null where it surely is. */
+    Code check(Name node) {
+        Variable.Use use = Names.use(node);
+        if (!use.early && !use.variable.isCheckedAt(use)) return null;
+        Code value = Code.of(use.early ? g.js("unset") : use.variable.access());
+        return g.operators.library(g.line(node), "ready", value, Code.atom(Lua.quote(node.getIdentifier()), Types.STRING));
     }
 
     private Code global(Name node) {

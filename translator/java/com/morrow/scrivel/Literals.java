@@ -31,10 +31,8 @@ record Literals(Generator g) {
         String maker = "fresh";
         Operands operands = new Operands(g, false);
         for (AstNode element : elements) {
-            boolean hole = element.getType() == Token.EMPTY;
-            if (hole) operands.put(g.out.mark(), Code.read(g.js("hole"), Types.UNKNOWN));
-            else operands.add(element);
-            if (hole) maker = "array";
+            if (element.getType() == Token.EMPTY) maker = "array";
+            operands.add(element);
         }
         int count = operands.count();
         Code fields = new Code();
@@ -140,18 +138,9 @@ record Literals(Generator g) {
     Code template(TemplateLiteral node) {
         Operands operands = new Operands(g, false);
         for (AstNode element : node.getElements()) {
-            Block.Link mark = g.out.mark();
-            if (element instanceof TemplateCharacters text) {
-                if (!text.getValue().isEmpty()) operands.put(mark, Code.atom(Lua.quote(text.getValue()), Types.STRING));
-            } else {
-                Code value = g.value(element);
-                operands.put(mark, value.type == Types.STRING ? value : g.operators.text(value, g.line(element)));
-            }
+            boolean nothing = element instanceof TemplateCharacters text && text.getValue().isEmpty();
+            if (!nothing) operands.put(g.out.mark(), g.operators.text(g.value(element), g.line(element)));
         }
-        return concatenation(operands);
-    }
-
-    private Code concatenation(Operands operands) {
         if (operands.count() == 0) return Code.atom("\"\"", Types.STRING);
         Code code = operands.get(0).typed(Types.STRING);
         for (int i = 1; i < operands.count(); i++) {
