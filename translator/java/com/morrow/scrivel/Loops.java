@@ -9,6 +9,7 @@ import org.mozilla.javascript.ast.*;
 record Loops(Generator g) {
     /** Lua keeps three locals of its own for a numeric loop. */
     static final int HIDDEN = 3;
+    private static final Generator.Prepared ALWAYS = new Generator.Prepared(new Block(), Code.atom("true", Types.BOOLEAN));
 
     void loop(Loop node, List<Label> labels) {
         g.flow = new Flow(g.flow, labels, true, false);
@@ -35,14 +36,11 @@ record Loops(Generator g) {
 
     private void whileLoop(AstNode condition, AstNode body, AstNode increment) {
         int line = g.line;
-        Generator.Prepared test = isEmpty(condition) ? null : g.prepare(condition, true);
-        if (test == null) g.out.add(line, "while true do");
-        else if (test.before().isEmpty()) g.out.add(line, "while ", test.code(), " do");
-        else {
-            g.out.add(line, "while true do");
-            g.out.add(test.before());
-            exitUnless(test.code(), line);
-        }
+        Generator.Prepared test = isEmpty(condition) ? ALWAYS : g.prepare(condition, true);
+        boolean plain = test.before().isEmpty();
+        g.out.add(line, "while ", plain ? test.code() : "true", " do");
+        g.out.add(test.before());
+        if (!plain) exitUnless(test.code(), line);
         body(body, !isEmpty(increment));
         increment(increment);
         g.out.add(line, "end");

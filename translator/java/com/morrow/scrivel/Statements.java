@@ -127,7 +127,7 @@ record Statements(Generator g) {
         }
     }
 
-    void single(Name name, AstNode value) {
+    private void single(Name name, AstNode value) {
         Variable variable = Names.variable(name);
         boolean here = isDeclaredAt(name);
         if (value == null) {
@@ -143,7 +143,7 @@ record Statements(Generator g) {
         Generator.Outer outer = g.collect();
         Code code = g.assignments.named(value, variable.name);
         boolean enclosed = g.temporaries > outer.temporaries();
-        if (here && !enclosed) g.out.add(g.line(name), "local " + variable.lua + " = ", g.assignments.kept(Names.use(name), code));
+        if (here && !enclosed) g.out.add(g.line, "local " + variable.lua + " = ", g.assignments.kept(Names.use(name), code));
         else g.assignments.write(name, code, true);
         if (here && enclosed) outer.out().add(g.line, "local " + variable.lua);
         g.enclose(g.line, outer);
