@@ -21,7 +21,7 @@ final class Appending {
     /** Whether something is appended time and again before anything else happens to a variable. */
     private static boolean gathers(Variable variable) {
         for (Variable.Use use : variable.uses) {
-            AstNode around = isAppended(use) ? repeated(use, variable.home) : null;
+            AstNode around = isAppended(use) ? Names.repeating(use.name, variable.home.node) : null;
             if (around != null) return !isUsedIn(around, variable);
         }
         return false;
@@ -38,14 +38,6 @@ final class Appending {
     private static boolean isAppended(Variable.Use use) {
         return use.name.getParent() instanceof Assignment change && change.getType() == Token.ASSIGN_ADD
             && change.getLeft() == use.name && change.getParent() instanceof ExpressionStatement;
-    }
-
-    /** The loop or function around a use that its variable's home does not stand in, or null. */
-    static AstNode repeated(Variable.Use use, Scope home) {
-        for (AstNode node = use.name.getParent(); node != null && node != home.node; node = node.getParent()) {
-            if (node instanceof Loop || node instanceof FunctionNode) return node;
-        }
-        return null;
     }
 
     /** Whether a piece can be appended without a look at what is there: nothing that gives it or its text sees that. */

@@ -59,7 +59,12 @@ final class Binding implements NodeVisitor {
                 owner.usesThis = true;
                 names.sharesGlobals |= owner.node == null;
             }
-            case Token.GETPROP -> member((PropertyGet) node);
+            case Token.GETPROP -> member((PropertyGet) node, false);
+            case Token.DELPROP -> {
+                AstNode operand = Expressions.bare(((UnaryExpression) node).getOperand());
+                if (operand instanceof PropertyGet member) member(member, true);
+                else descend(node);
+            }
             case Token.FUNCTION -> function((FunctionNode) node);
             case Token.VAR -> declaration((VariableDeclaration) node);
             case Token.INC, Token.DEC -> target(((UpdateExpression) node).getOperand(), null, node);
@@ -113,10 +118,8 @@ final class Binding implements NodeVisitor {
         names.use(name, null);
     }
 
-    private void member(PropertyGet node) {
-        AstNode around = node.getParent();
-        while (around.getType() == Token.LP) around = around.getParent();
-        if (node.getTarget() instanceof Name name) name(name, around.getType() != Token.DELPROP);
+    private void member(PropertyGet node, boolean changed) {
+        if (node.getTarget() instanceof Name name) name(name, !changed);
         else node.getTarget().visit(this);
         String property = node.getProperty().getIdentifier();
         names.function.constants.add(property);
@@ -220,8 +223,7 @@ final class Binding implements NodeVisitor {
                 if (how != null || Patterns.isOptional(node)) invalid(node);
                 else if (node instanceof PropertyGet member) {
                     key(member.getProperty());
-                    names.mathShared |= member.getTarget() instanceof Name name && name.getIdentifier().equals("Math");
-                    member(member);
+                    member(member, true);
                 } else descend(node);
             }
             default -> invalid(node);

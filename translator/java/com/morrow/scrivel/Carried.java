@@ -33,7 +33,7 @@ final class Carried {
         Variable variable = use.variable;
         if (variable.spilledIn != null) return false;
         if (!Types.isNumber(variable.type)) return true;
-        AstNode around = Appending.repeated(use, variable.kind.isLexical() ? variable.home : variable.scope);
+        AstNode around = Names.repeating(use.name, variable.kind.isLexical() ? variable.home.node : variable.scope.node);
         return around != null && !isFromLast(use, around);
     }
 

@@ -63,7 +63,7 @@ final class Flow {
     }
 
     private static boolean anyEnds(AstNode block) {
-        for (Node child = block.getFirstChild(); child != null; child = child.getNext()) if (ends((AstNode) child)) return true;
+        for (Node child : block) if (ends((AstNode) child)) return true;
         return false;
     }
 }

@@ -29,7 +29,7 @@ record Functions(Generator g) {
 
     static List<AstNode> children(AstNode node) {
         ArrayList<AstNode> list = new ArrayList<>();
-        for (Node child = node.getFirstChild(); child != null; child = child.getNext()) list.add((AstNode) child);
+        for (Node child : node) list.add((AstNode) child);
         return list;
     }
 
@@ -163,7 +163,7 @@ record Functions(Generator g) {
     private String parameters(FunctionNode node, FunctionInfo info, Block top) {
         ArrayList<String> names = new ArrayList<>();
         for (AstNode parameter : node.getParams()) {
-            AstNode target = target(parameter);
+            AstNode target = Patterns.taker(parameter);
             names.add(target.getType() == Token.NAME ? Names.variable(target).lua : g.fresh());
         }
         if (names.size() > MOST_PARAMETERS) {
@@ -186,16 +186,10 @@ record Functions(Generator g) {
         return receiver + (all || named.isEmpty() ? "" : ", " + list) + (all || info.hasRest ? ", ..." : "");
     }
 
-    /** What a parameter's value goes to, whether or not it has a default value. */
-    private static AstNode target(AstNode parameter) {
-        if (!(parameter instanceof Assignment part)) return parameter;
-        return Patterns.isSpread(part) ? part.getRight() : part.getLeft();
-    }
-
     private void parameter(AstNode parameter, String name) {
         Code value = Code.read(name, Types.UNKNOWN);
         if (parameter instanceof Assignment assignment && !Patterns.isSpread(parameter)) g.assignments.fallback(assignment, value);
-        AstNode target = target(parameter);
+        AstNode target = Patterns.taker(parameter);
         if (target.getType() == Token.NAME) {
             Variable variable = Names.variable(target);
             if (variable.spilledIn != null) g.out.add(variable.access() + " = " + name);

@@ -73,6 +73,14 @@ final class Names {
         return part == whole;
     }
 
+    /** The loop or function that a part of the script stands in, as long as that is a part of the whole; or null. */
+    static AstNode repeating(AstNode part, AstNode whole) {
+        for (AstNode around = part.getParent(); around != null && around != whole; around = around.getParent()) {
+            if (around instanceof Loop || around instanceof FunctionNode) return around;
+        }
+        return null;
+    }
+
     int tick() {
         return ++time;
     }

@@ -70,6 +70,12 @@ final class Patterns {
         return false;
     }
 
+    /** What a part of a pattern, or a parameter, gives its value to, whether or not there is a default value. */
+    static AstNode taker(AstNode node) {
+        if (!(node instanceof Assignment part)) return node;
+        return isSpread(part) ? part.getRight() : part.getLeft();
+    }
+
     /** The names that a target gives values to. */
     static List<Name> names(AstNode target) {
         ArrayList<Name> names = new ArrayList<>();
@@ -78,9 +84,8 @@ final class Patterns {
     }
 
     private static void names(AstNode target, ArrayList<Name> names) {
-        target = Expressions.bare(target);
+        target = Expressions.bare(taker(target));
         if (target instanceof Name name) names.add(name);
-        else if (target instanceof Assignment part) names(isSpread(part) ? part.getRight() : part.getLeft(), names);
         else if (target instanceof ArrayLiteral array) {
             for (AstNode element : array.getElements()) names(element, names);
         } else if (target instanceof ObjectLiteral object) {

@@ -31,9 +31,7 @@ final class Scope {
 
     /** Entered anew with each turn of a loop of its function. */
     boolean inLoop() {
-        AstNode around = node.getParent();
-        while (around != null && !(around instanceof Loop || around instanceof FunctionNode)) around = around.getParent();
-        return around instanceof Loop;
+        return Names.repeating(node, null) instanceof Loop;
     }
 
     /** The outermost of a function, which holds its parameters, or of the script. */
