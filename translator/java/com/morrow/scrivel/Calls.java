@@ -22,9 +22,12 @@ record Calls(Generator g) {
             throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
         if (Patterns.isLink(target)) return lookedUp(node, Expressions.bare(Patterns.target(target)), true);
-        if (!(target instanceof PropertyGet member) || isOneList(arguments)) return lookedUp(node, target, false);
+        if (isOneList(arguments) || !(target instanceof PropertyGet member) || !Lua.isName(member.getProperty().getIdentifier())) {
+            return lookedUp(node, target, false);
+        }
         Code known = math(member, arguments);
-        return known != null ? known : method(member, arguments);
+        if (known != null) return known;
+        return g.function.isCrowded() ? lookedUp(node, target, false) : method(member, arguments);
     }
 
     private Operands arguments(Operands operands, List<AstNode> arguments) {
@@ -94,12 +97,10 @@ record Calls(Generator g) {
         String name = target.getProperty().getIdentifier();
         int line = g.line(target.getProperty());
         Operands operands = new Operands(g, false).object(target.getTarget(), line);
-        boolean unnamed = !Lua.isName(name) || g.function.isCrowded();
-        if (unnamed) operands.keep();
         Block.Link mark = g.out.mark();
         Code object = operands.get(0);
         arguments(operands, arguments);
-        if (unnamed || g.out.mark() != mark && !areQuiet(arguments)) {
+        if (g.out.mark() != mark && !areQuiet(arguments)) {
             Code saved = operands.get(0);
             Code method = g.save(Code.of(saved.within(Code.PREFIX), line, Lua.member(name)), saved == object ? mark : mark.next);
             return library(line, "call", operands.from(0), method, ", " + name(target));
