@@ -44,9 +44,8 @@ record Assignments(Generator g) {
         if (!plain && Names.operator(node) != null) return logical(node, left);
         if (!plain) return compound(node, left, wanted);
         if (left.getType() == Token.ARRAYLIT || left.getType() == Token.OBJECTLIT) return takeApart(left, node.getRight(), false, wanted);
-        Operands operands = new Operands(g, true);
-        Place place = Place.target(g, left, operands, false).at(g.operatorLine(node));
-        operands.put(g.out.mark(), named(node.getRight(), node.getLeft()));
+        Place place = Place.target(g, left, false).at(g.operatorLine(node));
+        Operands operands = place.operands().put(g.out.mark(), named(node.getRight(), node.getLeft()));
         Variable variable = left instanceof Name ? Names.variable(left) : null;
         if (wanted && (variable == null || variable.kind == Variable.Kind.CONST)) operands.keep();
         return place.write(operands.last(), wanted);
@@ -64,7 +63,7 @@ record Assignments(Generator g) {
 
     /** {@code a ??= b} and its kin. */
     private Code logical(Assignment node, AstNode left) {
-        Place place = Place.target(g, left, new Operands(g, true), true);
+        Place place = Place.target(g, left, true);
         Code result = g.save(place.read());
         int before = g.temporaries;
         g.out.add(g.line(node), "if ", g.expressions.goesOn(Names.operator(node), result), " then");
@@ -78,9 +77,9 @@ record Assignments(Generator g) {
     private Code compound(Assignment node, AstNode left, boolean wanted) {
         Variable text = left instanceof Name ? Names.variable(left) : null;
         if (text != null && text.pieces && !wanted && Appending.appends(text, node.getRight(), g)) return append(node, text);
-        Operands operands = new Operands(g, true);
-        Place place = Place.target(g, left, operands, true);
-        int old = operands.put(g.out.mark(), place.read()).count() - 1;
+        Place place = Place.target(g, left, true);
+        Operands operands = place.operands().put(g.out.mark(), place.read());
+        int old = operands.count() - 1;
         operands.add(node.getRight());
         int operator = Types.operator(node.getType());
         return place.write(g.operators.combine(operator, operands.get(old), operands.last(), g.operatorLine(node)), wanted);
@@ -95,7 +94,7 @@ record Assignments(Generator g) {
 
     /** Increments or decrements; what it gives is the old or the new value when that is wanted. */
     Code update(UpdateExpression node, boolean wanted) {
-        Place place = Place.target(g, Expressions.bare(node.getOperand()), new Operands(g, true), true);
+        Place place = Place.target(g, Expressions.bare(node.getOperand()), true);
         Code old = g.operators.toNumber(place.read(), place.line());
         boolean oldWanted = wanted && node.isPostfix();
         if (oldWanted) old = g.save(old);
@@ -135,19 +134,14 @@ record Assignments(Generator g) {
             case Token.ARRAYLIT -> arrayPattern((ArrayLiteral) target, value, declaring);
             case Token.OBJECTLIT -> objectPattern((ObjectLiteral) target, g.keep(value), declaring);
             case Token.ASSIGN -> giveOr((Assignment) target, value, declaring);
-            default -> member(target).write(value);
+            default -> Place.target(g, target, true).write(value);
         }
     }
 
-    /** A member that gets a value which is read after its object and key. */
-    private Place member(AstNode target) {
-        return Place.target(g, target, new Operands(g, true), true);
-    }
-
-    /** Gives a value, or another where it is undefined. */
+    /** Gives a value, or another where it is undefined; either is read after a member's object and key. */
     private void giveOr(Assignment target, Code value, boolean declaring) {
         AstNode left = Expressions.bare(target.getLeft());
-        Place member = Patterns.target(left) == null ? null : member(left);
+        Place member = Patterns.target(left) == null ? null : Place.target(g, left, true);
         Code result = g.save(value);
         fallback(target, result);
         result = result.typed(Types.UNKNOWN);

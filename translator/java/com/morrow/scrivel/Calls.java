@@ -131,7 +131,7 @@ record Calls(Generator g) {
         Operands operands = new Operands(g, false);
         boolean member = (target.getType() == Token.GETPROP || target.getType() == Token.GETELEM) && !Patterns.isLink(target);
         if (member) {
-            Place place = Place.of(g, target, new Operands(g, false), true);
+            Place place = Place.of(g, target, false, true);
             line = place.line();
             Code method = optional ? g.expressions.link(place.read()) : g.save(place.read());
             operands.put(g.out.mark(), method).put(g.out.mark(), place.object());

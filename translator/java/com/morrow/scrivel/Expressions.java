@@ -69,7 +69,7 @@ final class Expressions {
             case Token.OBJECTLIT -> g.literals.object((ObjectLiteral) node);
             case Token.TEMPLATE_LITERAL -> g.literals.template((TemplateLiteral) node);
             case Token.GETPROP, Token.GETELEM -> Patterns.isLink(node) ? link(value(Patterns.target(node)))
-                : Place.of(g, node, new Operands(g, true), false).read();
+                : Place.of(g, node, true, false).read();
             case Token.CALL -> g.calls.call((FunctionCall) node);
             case Token.NEW -> g.calls.construct((NewExpression) node);
             case Token.COMMA -> {
@@ -137,10 +137,16 @@ final class Expressions {
         return operator.startsWith("||") ? g.operators.not(test) : test;
     }
 
+    /** The logical operator of an expression, or null. */
+    private static String operator(AstNode node) {
+        String other = Names.operator(node);
+        return node.getType() == Token.AND ? "&&" : node.getType() != Token.OR ? null : other != null ? other : "||";
+    }
+
     /** The operands of a chain of one logical operator, however it is nested. */
-    private static void operands(AstNode node, int operator, ArrayList<AstNode> list) {
+    private static void operands(AstNode node, String operator, ArrayList<AstNode> list) {
         AstNode bare = bare(node);
-        if (bare.getType() != operator || Names.operator(bare) != null) {
+        if (!operator.equals(operator(bare))) {
             list.add(bare);
             return;
         }
@@ -150,35 +156,21 @@ final class Expressions {
 
     /** A logical operator for its value, or as it is judged in a condition. */
     private Code logical(AstNode node, boolean judged) {
-        if (Names.operator(node) != null) return otherwise((InfixExpression) node);
+        String operator = operator(node);
         ArrayList<AstNode> list = new ArrayList<>();
-        operands(node, node.getType(), list);
+        operands(node, operator, list);
         Code result = judged ? condition(list.get(0)) : value(list.get(0));
-        boolean and = node.getType() == Token.AND;
-        for (AstNode next : list.subList(1, list.size())) result = logical(and, result, g.prepare(next, judged));
+        for (AstNode next : list.subList(1, list.size())) result = logical(operator, result, g.prepare(next, judged));
         return result;
     }
 
-    /** {@code a ?? b ?? c}, which the parser nests to the right. */
-    private Code otherwise(InfixExpression node) {
-        Code result = g.save(value(node.getLeft()));
-        for (AstNode next = node.getRight(); next != null;) {
-            InfixExpression inner = Names.operator(next) != null ? (InfixExpression) next : null;
-            Prepared right = g.prepare(inner != null ? inner.getLeft() : next, false);
-            branch(nullish(result), right, result);
-            g.out.add("end");
-            result.type = Types.join(result.type, right.code().type);
-            next = inner != null ? inner.getRight() : null;
-        }
-        return result;
-    }
-
-    private Code logical(boolean and, Code left, Prepared right) {
+    private Code logical(String operator, Code left, Prepared right) {
         Code value = right.code();
-        String word = and ? " and " : " or ";
-        int rank = and ? Code.AND : Code.OR;
         int type = Types.join(left.type, value.type);
-        if (right.before().isEmpty()) {
+        if (!operator.equals("??") && right.before().isEmpty()) {
+            boolean and = operator.equals("&&");
+            String word = and ? " and " : " or ";
+            int rank = and ? Code.AND : Code.OR;
             if (left.type == Types.BOOLEAN) return g.cut(Code.infix(left, word, value, rank, type));
             if (!and && left.pure && left.items.size() == 1) {
                 Code test = g.operators.truth(left);
@@ -187,8 +179,7 @@ final class Expressions {
         }
         Code result = left.temporary ? left : g.save(left);
         result.temporary = true;
-        Code test = g.operators.truth(result);
-        branch(and ? test : g.operators.not(test), right, result);
+        branch(goesOn(operator, result), right, result);
         g.out.add("end");
         return result.typed(type);
     }
@@ -259,8 +250,8 @@ final class Expressions {
         node = bare(node);
         boolean negated = false;
         for (; node.getType() == Token.NOT; node = bare(((UnaryExpression) node).getOperand())) negated = !negated;
-        boolean logical = (node.getType() == Token.AND || node.getType() == Token.OR) && Names.operator(node) == null;
-        Code test = logical ? logical(node, true) : g.operators.truth(value(node));
+        String operator = operator(node);
+        Code test = operator == null || operator.equals("??") ? g.operators.truth(value(node)) : logical(node, true);
         return negated ? g.operators.not(test) : test;
     }
 

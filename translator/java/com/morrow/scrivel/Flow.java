@@ -8,25 +8,22 @@ import org.mozilla.javascript.ast.*;
 
 /** Where control goes: which statements never end normally, and what a break or continue leads to. */
 final class Flow {
-    /** A statement that break or continue can name, or a part of a try statement that they have to leave. */
     final Flow outer;
-    final List<Label> labels;
-    final boolean isLoop;
-    final boolean isSwitch;
-    String breakLabel;
-    String continueLabel;
+    private final List<Label> labels;
+    /** What break or continue can name, or a try statement, a part of which they have to leave. */
+    private final AstNode statement;
+    String breakLabel, continueLabel;
     /** For a part of a try statement: the jumps that leave it, in the order of their codes from 2 on. */
-    ArrayList<Jump> jumps;
+    final ArrayList<Jump> jumps = new ArrayList<>(0);
     boolean returns;
 
     /** A jump that leaves a part of a try statement. */
     record Jump(Flow target, boolean isContinue) {}
 
-    Flow(Flow outer, List<Label> labels, boolean isLoop, boolean isSwitch) {
+    Flow(Flow outer, List<Label> labels, AstNode statement) {
         this.outer = outer;
         this.labels = labels;
-        this.isLoop = isLoop;
-        this.isSwitch = isSwitch;
+        this.statement = statement;
     }
 
     String label(boolean isContinue, Generator g) {
@@ -34,8 +31,12 @@ final class Flow {
         return breakLabel != null ? breakLabel : (breakLabel = "break" + g.number());
     }
 
+    boolean isLoop() {
+        return statement instanceof Loop;
+    }
+
     boolean isPart() {
-        return jumps != null;
+        return statement instanceof TryStatement;
     }
 
     /** What a break or continue leads to, with a label or with null. */
@@ -46,8 +47,8 @@ final class Flow {
     }
 
     private boolean takes(String label, boolean isContinue) {
-        if (label == null) return isLoop || isSwitch && !isContinue;
-        if (labels != null) for (Label own : labels) if (own.getName().equals(label)) return true;
+        if (label == null) return isLoop() || statement instanceof SwitchStatement && !isContinue;
+        for (Label own : labels) if (own.getName().equals(label)) return true;
         return false;
     }
 

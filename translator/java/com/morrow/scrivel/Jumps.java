@@ -32,18 +32,18 @@ record Jumps(Generator g) {
     /** The parser has seen to it that there is a statement that a jump leads to, but not that it is a loop. */
     void jump(Name label, boolean isContinue) {
         Flow target = g.flow.find(label == null ? null : label.getIdentifier(), isContinue);
-        if (isContinue && !target.isLoop) throw new Generator.Refusal(label, Syntax.NO_LOOP);
+        if (isContinue && !target.isLoop()) throw new Generator.Refusal(label, Syntax.NO_LOOP);
         jump(target, isContinue);
     }
 
     private void jump(Flow target, boolean isContinue) {
-        boolean direct = target.isLoop && !isContinue;
+        boolean direct = target.isLoop() && !isContinue;
         for (Flow flow = g.flow; flow != target; flow = flow.outer) {
             if (flow.isPart()) {
                 g.out.add(g.line, "do return " + code(flow, target, isContinue) + " end");
                 return;
             }
-            direct &= !flow.isLoop;
+            direct &= !flow.isLoop();
         }
         g.out.add(g.line, direct ? "do break end" : "goto " + target.label(isContinue, g));
     }
@@ -60,7 +60,7 @@ record Jumps(Generator g) {
         if (statement instanceof Loop loop) g.loops.loop(loop, node.getLabels());
         else if (statement instanceof SwitchStatement choice) switchStatement(choice, node.getLabels());
         else {
-            g.flow = new Flow(g.flow, node.getLabels(), false, false);
+            g.flow = new Flow(g.flow, node.getLabels(), node);
             block(statement);
             close();
         }
@@ -86,7 +86,7 @@ record Jumps(Generator g) {
         value = scope.variables.isEmpty() || value.rank == Code.ATOM ? g.keep(value) : g.save(value);
         if (!scope.variables.isEmpty()) g.temporaries++; // for a block around them
         g.functions.open(scope);
-        g.flow = new Flow(g.flow, labels, false, true);
+        g.flow = new Flow(g.flow, labels, node);
         dispatch(node.getCases(), value);
         close();
     }
@@ -130,8 +130,7 @@ record Jumps(Generator g) {
         String ok = g.fresh(), what = g.fresh(), result = g.fresh();
         g.temporaries += 3;
         boolean closing = node.getFinallyBlock() != null, passes = closing && node.getCatchClauses().isEmpty();
-        Flow part = new Flow(g.flow, null, false, false);
-        part.jumps = new ArrayList<>();
+        Flow part = new Flow(g.flow, List.of(), node);
         String names = ok + ", " + what + ", " + result;
         g.out.add(g.line(node), "local " + names + " = ", part(part, node.getTryBlock(), null, passes));
         for (CatchClause clause : node.getCatchClauses()) {

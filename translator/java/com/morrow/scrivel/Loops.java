@@ -12,7 +12,7 @@ record Loops(Generator g) {
     private static final Generator.Prepared ALWAYS = new Generator.Prepared(new Block(), Code.atom("true", Types.BOOLEAN));
 
     void loop(Loop node, List<Label> labels) {
-        g.flow = new Flow(g.flow, labels, true, false);
+        g.flow = new Flow(g.flow, labels, node);
         if (node instanceof ForInLoop loop) forEach(loop);
         else if (node instanceof WhileLoop loop) whileLoop(loop.getCondition(), loop.getBody(), null);
         else if (node instanceof DoLoop loop) doLoop(loop);

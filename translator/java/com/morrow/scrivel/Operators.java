@@ -79,7 +79,7 @@ record Operators(Generator g) {
             g.expressions.effect(bare);
             return Code.atom("true", Types.BOOLEAN);
         }
-        Place place = Place.of(g, bare, new Operands(g, false), false);
+        Place place = Place.of(g, bare, false, false);
         return library(place.line(), "delete", place.object(), place.keyValue()).typed(Types.BOOLEAN);
     }
 

@@ -10,8 +10,9 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
     /** The property that stands for an object's prototype. */
     static final String PROTO = "__proto__";
 
-    /** Evaluates object and key of a member access into the operands. To be used more than once, they are kept. */
-    static Place of(Generator g, AstNode node, Operands operands, boolean several) {
+    /** Evaluates object and key of a member access, as {@link Operands} does. To be used more than once, they are kept. */
+    static Place of(Generator g, AstNode node, boolean late, boolean several) {
+        Operands operands = new Operands(g, late);
         AstNode last = node instanceof PropertyGet get ? get.getProperty() : ((ElementGet) node).getElement();
         int object = operands.object(Patterns.target(node), g.line(last)).count() - 1;
         if (several) operands.keep();
@@ -30,10 +31,10 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
     }
 
     /** A place that is assigned to; no Lua statement may begin with its object's parenthesis. */
-    static Place target(Generator g, AstNode node, Operands operands, boolean several) {
-        if (node instanceof Name name) return new Place(g, name, operands, 0, 0, null, g.line(name));
-        Place place = of(g, node, operands, several);
-        if (place.object().rank != Code.PREFIX || place.object().parenthesis) operands.keepAll();
+    static Place target(Generator g, AstNode node, boolean several) {
+        if (node instanceof Name name) return new Place(g, name, new Operands(g, true), 0, 0, null, g.line(name));
+        Place place = of(g, node, true, several);
+        if (place.object().rank != Code.PREFIX || place.object().parenthesis) place.operands.keepAll();
         return place;
     }
 

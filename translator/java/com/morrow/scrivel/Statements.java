@@ -57,8 +57,8 @@ record Statements(Generator g) {
             }
             case Token.BREAK -> g.jumps.jump(((BreakStatement) node).getBreakLabel(), false);
             case Token.CONTINUE -> g.jumps.jump(((ContinueStatement) node).getLabel(), true);
-            case Token.FOR, Token.WHILE, Token.DO -> g.loops.loop((Loop) node, null);
-            case Token.SWITCH -> g.jumps.switchStatement((SwitchStatement) node, null);
+            case Token.FOR, Token.WHILE, Token.DO -> g.loops.loop((Loop) node, List.of());
+            case Token.SWITCH -> g.jumps.switchStatement((SwitchStatement) node, List.of());
             case Token.TRY -> g.jumps.tryStatement((TryStatement) node);
             default -> {
                 if (node instanceof LabeledStatement labeled) g.jumps.labeled(labeled);
