@@ -109,13 +109,8 @@ final class Code {
         if (code.lastLine != 0) lastLine = code.lastLine;
     }
 
-    /** A literal that is written like this. */
-    boolean is(String text) {
-        return rank == ATOM && items.get(0).equals(text);
-    }
-
     boolean isEmptyText() {
-        return is("\"\"");
+        return rank == ATOM && items.get(0).equals("\"\"");
     }
 
     boolean isAscii() {

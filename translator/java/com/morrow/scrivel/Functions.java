@@ -2,7 +2,6 @@ package com.morrow.scrivel;
 
 import java.util.ArrayList;
 import java.util.List;
-import org.mozilla.javascript.Node;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
@@ -21,16 +20,10 @@ record Functions(Generator g) {
         if (main.usesThis) g.out.add("local this = " + g.js("G") + ".globalThis");
         open(main.scope);
         for (Variable variable : main.scope.variables) if (variable.shared) share(variable);
-        g.statements.list(children(root));
+        g.statements.list(root);
         for (Variable variable : main.scope.variables) expose(variable);
         Block all = g.leave(outer);
         g.out.add(all);
-    }
-
-    static List<AstNode> children(AstNode node) {
-        ArrayList<AstNode> list = new ArrayList<>();
-        for (Node child : node) list.add((AstNode) child);
-        return list;
     }
 
     /** Lets the host see a variable that holds a function when the chunk ends. */
@@ -142,7 +135,7 @@ record Functions(Generator g) {
         Block top = new Block();
         String parameters = parameters(node, info, top);
         open(info.body);
-        g.statements.list(children(node.getBody()));
+        g.statements.list(node.getBody());
         Block body = g.leave(outer);
         g.line = line;
         char kind = info.arrow || node.isMethod() ? 'a' : 'f';

@@ -91,10 +91,6 @@ record Jumps(Generator g) {
         close();
     }
 
-    private static List<AstNode> statements(SwitchCase one) {
-        return one.getStatements() == null ? List.of() : one.getStatements();
-    }
-
     private void dispatch(List<SwitchCase> cases, Code value) {
         String[] labels = new String[cases.size()];
         String other = null;
@@ -114,8 +110,8 @@ record Jumps(Generator g) {
         g.out.add("goto " + (other != null ? other : g.flow.label(false, g)));
         for (int i = 0; i < labels.length; i++) {
             g.out.add("::" + labels[i] + "::");
-            List<AstNode> statements = statements(cases.get(i));
-            if (statements.isEmpty()) continue;
+            List<AstNode> statements = cases.get(i).getStatements();
+            if (statements == null) continue;
             g.out.add("do");
             g.deeper(cases.get(i), 2);
             g.statements.list(statements);

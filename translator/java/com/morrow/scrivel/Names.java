@@ -63,10 +63,6 @@ final class Names {
         return node.getProp(CHAIN) != null;
     }
 
-    static int end(AstNode node) {
-        return node.getPosition() + node.getLength();
-    }
-
     /** Whether a node is a part of another, or that itself. No part begins before the whole, which saves most of the way. */
     static boolean isIn(AstNode part, AstNode whole) {
         while (part != null && part != whole && part.getPosition() >= whole.getPosition()) part = part.getParent();

@@ -79,17 +79,13 @@ final class Patterns {
     /** The names that a target gives values to. */
     static List<Name> names(AstNode target) {
         ArrayList<Name> names = new ArrayList<>();
-        names(target, names);
-        return names;
-    }
-
-    private static void names(AstNode target, ArrayList<Name> names) {
         target = Expressions.bare(taker(target));
         if (target instanceof Name name) names.add(name);
         else if (target instanceof ArrayLiteral array) {
-            for (AstNode element : array.getElements()) names(element, names);
+            for (AstNode element : array.getElements()) names.addAll(names(element));
         } else if (target instanceof ObjectLiteral object) {
-            for (ObjectProperty property : object.getElements()) if (!isKey(property)) names(property.getRight(), names);
+            for (ObjectProperty property : object.getElements()) if (!isKey(property)) names.addAll(names(property.getRight()));
         }
+        return names;
     }
 }

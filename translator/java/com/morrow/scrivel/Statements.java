@@ -1,6 +1,7 @@
 package com.morrow.scrivel;
 
 import java.util.List;
+import org.mozilla.javascript.Node;
 import org.mozilla.javascript.Token;
 import org.mozilla.javascript.ast.*;
 
@@ -9,11 +10,11 @@ record Statements(Generator g) {
     /** A statement of so many pieces of text surely takes less than Lua's longest jump of 32,767 instructions. */
     private static final int MOST_PIECES = 45000;
 
-    /** The statements of a list; what control cannot reach is left out, so that a return is the last of its Lua block. */
-    void list(List<AstNode> statements) {
-        for (AstNode statement : statements) {
-            statement(statement);
-            if (Flow.ends(statement)) return;
+    /** Statements in a row; what control cannot reach is left out, so that a return is the last of its Lua block. */
+    void list(Iterable<? extends Node> statements) {
+        for (Node statement : statements) {
+            statement((AstNode) statement);
+            if (Flow.ends((AstNode) statement)) return;
         }
     }
 
@@ -43,7 +44,7 @@ record Statements(Generator g) {
     private boolean jumps(AstNode node) {
         if (node.getType() == Token.BLOCK || node instanceof VariableDeclaration) return false;
         if (!(node instanceof ExpressionStatement || node instanceof VariableInitializer)) return true;
-        String text = g.source.text.substring(node.getPosition(), Names.end(node));
+        String text = g.source.text.substring(node.getPosition(), node.getPosition() + node.getLength());
         return text.contains("?") || text.contains("&&") || text.contains("||");
     }
 
@@ -74,14 +75,14 @@ record Statements(Generator g) {
         g.deeper(node, levels);
         if (node.getType() == Token.BLOCK) {
             g.functions.open(Names.scope(node));
-            list(Functions.children(node));
+            list(node);
         } else statement(node);
         g.depth -= levels;
     }
 
     private void block(AstNode node) {
         if (Names.scope(node).variables.isEmpty()) {
-            list(Functions.children(node));
+            list(node);
             return;
         }
         g.out.add(g.line(node), "do");
