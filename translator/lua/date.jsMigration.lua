@@ -5,6 +5,8 @@ local floor, abs, min, max, format, match = math.floor, math.abs, math.min, math
 local num, toInteger, builtin, V, NaN, MS_PER_DAY = js.num, js.toInteger, js.builtin, "\0v", 0 / 0, 86400000
 local DAYS = { [0] = "Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat" }
 local MONTHS = { [0] = "Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec" }
+local MONTH_NUMBERS = {} -- by the name in small letters
+for i = 0, 11 do MONTH_NUMBERS[string.lower(MONTHS[i])] = i + 1 end
 
 -- Days from 1970 to the first of a month; the year is counted from March, so that the leap day comes last.
 local function dayNumber(year, month)
@@ -87,10 +89,6 @@ local function parseIso(s)
   return timeOf(year, month or 1, date or 1, h, m, second, floor(tonumber("0." .. fraction) * 1000 + 1e-7), zone)
 end
 
-local function monthOf(word)
-  for i = 0, 11 do if string.lower(string.sub(word, 1, 3)) == string.lower(MONTHS[i]) then return i + 1 end end
-end
-
 -- Year, month, date and what follows them: "1/31/1970", "1970-1-31", "Thu Jan 01 1970", "1 Jan 1970".
 local function wordsOfDate(s)
   local a, b, c, rest = match(s, "^%s*(%d+)[/-](%d+)[/-](%d+)(.*)$")
@@ -100,7 +98,7 @@ local function wordsOfDate(s)
   s = string.gsub(s, "^%s*%a+,%s*(%d)", "%1")
   local word, date, year, tail = match(s, "^%s*(%a+)%.?%s+(%d+),?%s+(%-?%d+)(.*)$")
   if not word then date, word, year, tail = match(s, "^%s*(%d+)[%s-]+(%a+)[%s,-]+(%-?%d+)(.*)$") end
-  return tonumber(year), word and monthOf(word), date, tail
+  return tonumber(year), word and MONTH_NUMBERS[string.lower(string.sub(word, 1, 3))], date, tail
 end
 
 -- A date as above, then perhaps a time: "00:00", "12:00:30 PM", "00:00:00 GMT+0000 (a name)".
