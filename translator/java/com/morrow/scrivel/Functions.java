@@ -136,20 +136,18 @@ record Functions(Generator g) {
         String parameters = parameters(node, info, top);
         open(info.body);
         g.statements.list(node.getBody());
-        Block body = g.leave(outer);
+        top.add(g.leave(outer));
         g.line = line;
-        char kind = info.arrow || node.isMethod() ? 'a' : 'f';
-        Code code = Code.of(g.line(node), new LuaWriter.FunctionRow(name, length(node), kind),
-            words + "(" + parameters + ")", top, body, end(node.getBody(), g.line(node), Code.of(g.endLine(node))));
-        code.size = 1;
-        return code;
+        LuaWriter.FunctionRow row = new LuaWriter.FunctionRow(name, length(node), info.arrow || node.isMethod() ? 'a' : 'f');
+        Code last = Flow.ends(node.getBody()) ? new Code() : Code.of(g.endLine(node), "return");
+        return Code.of(g.line(node), function(row, words + "(" + parameters + ")", top, last, g.line(node)));
     }
 
-    /** Ends a Lua function where it began, since Lua makes the closure on the line of that word, but returns where it ends. */
-    static Code end(AstNode body, int first, Code mark) {
-        Code code = Code.of(Code.NEXT);
-        if (!Flow.ends(body)) code.add(mark, "return", Code.NEXT);
-        return code.add(first, Code.END, "end");
+    /** A Lua function. It ends on the line where it began: Lua makes the closure on the line of that word. */
+    static Code function(LuaWriter.FunctionRow row, String head, Block body, Code last, int line) {
+        Code code = Code.of(row, head, body, Code.NEXT, last, Code.NEXT, line, Code.END, "end");
+        code.size = 1;
+        return code;
     }
 
     /** Gives the list of parameters. What unpacks arguments goes to the top, what unpacks values to the current block. */

@@ -178,10 +178,8 @@ record Jumps(Generator g) {
         if (node instanceof CatchClause clause) caught(clause, what);
         else g.statements.body(node, 2);
         Block body = g.leave(outer);
-        LuaWriter.FunctionRow row = new LuaWriter.FunctionRow("", 0, 'p');
-        Code end = Functions.end(block, g.line(node), new Code());
-        Code code = Code.of(g.js("try"), "(", row, "function()", body, end, passes ? ", true)" : ")");
-        code.size = 1;
-        return code;
+        Code last = Flow.ends(block) ? new Code() : Code.of("return");
+        Code function = Functions.function(new LuaWriter.FunctionRow("", 0, 'p'), "function()", body, last, g.line(node));
+        return Code.of(g.js("try"), "(", function, passes ? ", true)" : ")");
     }
 }

@@ -68,9 +68,8 @@ record Place(Generator g, Name variable, Operands operands, int objectAt, int ke
 
     private Code access() {
         if (field != null) return member(g, object(), field, line);
-        Code code = Code.of(object().within(Code.PREFIX), line);
+        Code code = Code.of(object().within(Code.PREFIX), line, "[", keyValue(), "]");
         code.calls |= g.names.hooks;
-        code.add("[", keyValue(), "]");
         code.weight = Math.max(object().weight, keyValue().weight + 1);
         return code;
     }
