@@ -25,7 +25,7 @@ final class Expressions {
      * a loop of one turn for the start of a trace, and then gives up the real loop around it.
      */
     private Code chain(AstNode node) {
-        Code result = g.declareTemporary();
+        Code result = g.save(null);
         int before = g.temporaries;
         String outer = chainEnd;
         chainEnd = "chain" + g.number();
@@ -219,7 +219,7 @@ final class Expressions {
 
     /** A chain of conditional expressions, flat as long as no condition needs statements of its own; `no` ends the shortest. */
     private Code choices(Code test, Prepared yes, AstNode other, Prepared no) {
-        Code result = g.declareTemporary().typed(yes.code().type);
+        Code result = g.save(null).typed(yes.code().type);
         branch(test, yes, result);
         int open = 1;
         while (other instanceof ConditionalExpression choice) {

@@ -60,16 +60,13 @@ record Functions(Generator g) {
         ArrayList<String> hoisted = new ArrayList<>();
         for (Variable variable : scope.variables) {
             if (variable.checked) g.out.add(definition(variable) + g.js("unset"));
-            else if (variable.isGlobal() && !variable.safe) g.out.add(definition(variable) + existing(variable));
-            else if (isHoisted(variable)) hoisted.add(variable.lua);
+            else if (variable.isGlobal() && !variable.safe) {
+                // What the host or the library has by that name, or nil.
+                g.out.add(definition(variable) + "(" + g.js("builtinGlobal") + "(" + Lua.quote(variable.name) + "))");
+            } else if (isHoisted(variable)) hoisted.add(variable.lua);
         }
         if (!hoisted.isEmpty()) g.out.add("local " + String.join(", ", hoisted));
         for (FunctionNode node : scope.functions) declaration(node, scope);
-    }
-
-    /** What the host or the library has by a variable's name, or nil. */
-    private String existing(Variable variable) {
-        return "(" + g.js("builtinGlobal") + "(" + Lua.quote(variable.name) + "))";
     }
 
     /** The text that defines a variable, before its value. */

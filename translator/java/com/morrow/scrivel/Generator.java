@@ -162,12 +162,7 @@ final class Generator {
         return spare + '.' + fresh();
     }
 
-    /** Declares a temporary here without a value. */
-    Code declareTemporary() {
-        return save(null);
-    }
-
-    /** Evaluates a value here and now. */
+    /** Evaluates a value here and now; for null, declares a temporary without one. */
     Code save(Code value) {
         return save(value, out.mark());
     }

@@ -121,7 +121,7 @@ final class Names {
             }
         } else if (scope.passed.contains(text) || kind != Variable.Kind.CATCH && scope.isBodyOfCatch(text)) clash(name);
         Variable found = home.names.get(text);
-        if (found == null && home.isBody() && !home.isFunction()) found = home.parent.names.get(text);
+        if (found == null && home.isBody() && home.parent != null) found = home.parent.names.get(text);
         if (found == null || found.kind == Variable.Kind.SELF) return home.declare(text, kind);
         boolean again = home.isBody() && !kind.isLexical() && !found.kind.isLexical();
         if (!again) clash(name);

@@ -34,11 +34,6 @@ final class Scope {
         return Names.repeating(node, null) instanceof Loop;
     }
 
-    /** The outermost of a function, which holds its parameters, or of the script. */
-    boolean isFunction() {
-        return this == function.real().scope;
-    }
-
     /** Holds a function's variables, or the script's. */
     boolean isBody() {
         return this == function.real().body;
