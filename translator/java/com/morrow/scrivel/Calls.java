@@ -22,9 +22,8 @@ record Calls(Generator g) {
             throw new Refusal(target, "Calling an optional chain in parentheses is not supported");
         }
         if (Patterns.isLink(target)) return lookedUp(node, Expressions.bare(Patterns.target(target)), true);
-        if (isOneList(arguments) || !(target instanceof PropertyGet member) || !Lua.isName(member.getProperty().getIdentifier())) {
-            return lookedUp(node, target, false);
-        }
+        if (!(target instanceof PropertyGet member) || isOneList(arguments)) return lookedUp(node, target, false);
+        if (!Lua.isName(member.getProperty().getIdentifier())) return lookedUp(node, target, false);
         Code known = math(member, arguments);
         if (known != null) return known;
         return g.function.isCrowded() ? lookedUp(node, target, false) : method(member, arguments);
