@@ -393,11 +393,10 @@ TEST_F(Accessor, WithoutDescriptorsItRefusesAndRecovers) {
 TEST_F(Accessor, OneTranslationAtATime) {
     mPlace.misbehaves(
         "mkdir \"$here/running\" || echo overlap >>\"$here/overlaps\"; sleep 0.05; rmdir \"$here/running\"");
+    for (const char* name : {"0.jsl", "1.jsl", "2.jsl", "3.jsl"}) mFiles->files[name] = "let x;";
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
-        const std::string name = std::to_string(i) + ".jsl";
-        mFiles->files[name] = "let x;";
-        threads.emplace_back([this, name] {
+        threads.emplace_back([this, name = std::to_string(i) + ".jsl"] {
             const Ref<js::JsFileAccessor> accessor(new js::JsFileAccessor(mFiles.get()));
             const Ref<IFile> file(
                 accessor->open(name.c_str(), IFileAccessor::Open, IFileAccessor::Read, IFileAccessor::Text, nullptr));
