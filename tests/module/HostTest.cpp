@@ -1,9 +1,9 @@
 // The module as a host meets it: loaded by name, or linked through nothing but its exports.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 
 #include "adapters/IndicatorProfileImplementation.h"
@@ -40,8 +40,10 @@ int probe() {
 }
 
 std::string probeIn(const std::string& variant) {
-    const std::string command = "LD_LIBRARY_PATH='" VEXIL_LUA_VARIANTS "/" + variant + "' /proc/" +
-                                std::to_string(getpid()) + "/exe --probe 2>&1";
+    // Read here, as a tool that runs this program in its own process answers for that process alone.
+    const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
+    const std::string command =
+        "LD_LIBRARY_PATH='" VEXIL_LUA_VARIANTS "/" + variant + "' '" + program + "' --probe 2>&1";
     std::string output;
     FILE* const pipe = popen(command.c_str(), "r");
     for (int c; (c = std::fgetc(pipe)) != EOF;) output += static_cast<char>(c);
